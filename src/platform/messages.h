@@ -12,6 +12,8 @@ public:
     void SetProcedure(std::string const& procedure);
     // The table's text for the key; a key the table lacks reads as its own text.
     std::string LookUp(std::string const& key);
+    // The same; `length` is accepted for the callers that pass one and plays no part.
+    std::string LookUp(std::string const& key, unsigned long length);
 
 private:
     std::string folder_;
