@@ -1,0 +1,2 @@
+// The job runner. (Filled in by the runner commit.)
+namespace host::runner {}
