@@ -18,17 +18,24 @@ std::filesystem::path& jobFolderSetting() {
     return folder;
 }
 
-std::string quoted(std::filesystem::path const& path) { return "\"" + path.string() + "\""; }
+std::string quoted(std::filesystem::path const& path) {
+    return "\"" + path.string() + "\"";
+}
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 }  // namespace
 
-void setJobFolder(std::filesystem::path folder) { jobFolderSetting() = std::move(folder); }
+void setJobFolder(std::filesystem::path folder) {
+    jobFolderSetting() = std::move(folder);
+}
 
 std::filesystem::path jobFolder() {
     auto const& folder = jobFolderSetting();
-    if (!folder.empty()) return folder;
+    if (!folder.empty())
+        return folder;
     std::error_code ec;
     auto current = std::filesystem::current_path(ec);
     return ec ? std::filesystem::path("/") : current;
@@ -41,7 +48,8 @@ std::filesystem::path resolve(std::string_view name) {
         name.back() == name.front()) {
         name = name.substr(1, name.size() - 2);
     }
-    if (name.empty()) return {};
+    if (name.empty())
+        return {};
     std::filesystem::path path{std::string(name)};
     if (path.is_relative()) {
         auto folder = jobFolder();

@@ -23,22 +23,28 @@ void ValidateFileSpecificationEx(char const* name, int length, int /*flags*/, ch
     isRegular = 0;
     isReadable = 0;
     fullNameLength = 0;
-    if (fullName) fullName[0] = '\0';
-    if (!name || length <= 0) return;
+    if (fullName)
+        fullName[0] = '\0';
+    if (!name || length <= 0)
+        return;
 
     // The name is a counted field that may also end early at a NUL.
     std::string_view text(name, ::strnlen(name, static_cast<std::size_t>(length)));
     auto path = host::files::resolve(text);
-    if (path.empty()) return;
+    if (path.empty())
+        return;
     std::string full = path.string();
-    if (full.size() >= static_cast<std::size_t>(kFileSpecBufferSize)) return;
+    if (full.size() >= static_cast<std::size_t>(kFileSpecBufferSize))
+        return;
 
-    if (fullName) std::memcpy(fullName, full.c_str(), full.size() + 1);
+    if (fullName)
+        std::memcpy(fullName, full.c_str(), full.size() + 1);
     fullNameLength = static_cast<int>(full.size());
 
     std::error_code ec;
     auto status = std::filesystem::status(path, ec);
-    if (ec || !std::filesystem::exists(status)) return;
+    if (ec || !std::filesystem::exists(status))
+        return;
     exists = 1;
     if (std::filesystem::is_regular_file(status)) {
         isRegular = 1;

@@ -27,15 +27,20 @@ private:
 
 std::string folderFor(int kind) {
     // 3 is the only kind the command library asks for; any other gets the data folder itself.
-    if (kind == 3) return (folderSetting() / "messages").string();
+    if (kind == 3)
+        return (folderSetting() / "messages").string();
     return folderSetting().string();
 }
 
 }  // namespace
 
-std::filesystem::path dataFolder() { return folderSetting(); }
+std::filesystem::path dataFolder() {
+    return folderSetting();
+}
 
-void setDataFolder(std::filesystem::path folder) { folderSetting() = std::move(folder); }
+void setDataFolder(std::filesystem::path folder) {
+    folderSetting() = std::move(folder);
+}
 
 }  // namespace host::messages
 
@@ -43,7 +48,9 @@ PathFactory* PathFactory::getPathInstance(int kind) {
     // One object per kind, owned here for the life of the process; a caller may keep the pointer.
     static std::map<int, std::unique_ptr<host::messages::FolderPath>> instances;
     auto& slot = instances[kind];
-    if (!slot) slot = std::make_unique<host::messages::FolderPath>(host::messages::folderFor(kind));
-    else slot->set(host::messages::folderFor(kind));
+    if (!slot)
+        slot = std::make_unique<host::messages::FolderPath>(host::messages::folderFor(kind));
+    else
+        slot->set(host::messages::folderFor(kind));
     return slot.get();
 }

@@ -11,9 +11,13 @@ FacSTDictionary::FacSTDictionary(std::string const& folder) : folder_(folder) {}
 
 FacSTDictionary::~FacSTDictionary() = default;
 
-void FacSTDictionary::SetProcedure(std::string const& procedure) { procedure_ = procedure; }
+void FacSTDictionary::SetProcedure(std::string const& procedure) {
+    procedure_ = procedure;
+}
 
-std::string FacSTDictionary::LookUp(std::string const& key) { return host::messages::lookUp(key); }
+std::string FacSTDictionary::LookUp(std::string const& key) {
+    return host::messages::lookUp(key);
+}
 
 std::string FacSTDictionary::LookUp(std::string const& key, unsigned long /*length*/) {
     return host::messages::lookUp(key);

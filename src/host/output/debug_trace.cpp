@@ -4,4 +4,6 @@
 
 #include "host/output/document.h"
 
-void ChartBase::printDebugInfo(std::string const& line) { host::output::current().addTrace(line); }
+void ChartBase::printDebugInfo(std::string const& line) {
+    host::output::current().addTrace(line);
+}

@@ -72,9 +72,11 @@ std::string firstLine(std::string const& text, std::size_t limit = 70) {
 }
 
 std::string payloadText(Item const& item, char const* key) {
-    if (!item.payload || !item.payload->is_object()) return {};
+    if (!item.payload || !item.payload->is_object())
+        return {};
     auto it = item.payload->find(key);
-    if (it == item.payload->end() || !it->is_string()) return {};
+    if (it == item.payload->end() || !it->is_string())
+        return {};
     return it->get<std::string>();
 }
 
@@ -88,7 +90,8 @@ public:
                 // Consecutive trace lines fold into one block.
                 std::size_t end = i;
                 while (end < list.size() && list[end].kind == ItemKind::Trace) ++end;
-                if (options_.showTrace) trace(list, i, end);
+                if (options_.showTrace)
+                    trace(list, i, end);
                 i = end - 1;
                 continue;
             }
@@ -123,12 +126,23 @@ private:
                 body_ << "</section>\n";
                 break;
             }
-            case ItemKind::Message: message(it, id, depth); break;
-            case ItemKind::Table: table(it, id, depth); break;
-            case ItemKind::Chart: chart(it, id, depth); break;
-            case ItemKind::Image: image(it, id, depth); break;
-            case ItemKind::ClientMessage: clientMessage(it, id, depth); break;
-            case ItemKind::Trace: break;  // handled in items()
+            case ItemKind::Message:
+                message(it, id, depth);
+                break;
+            case ItemKind::Table:
+                table(it, id, depth);
+                break;
+            case ItemKind::Chart:
+                chart(it, id, depth);
+                break;
+            case ItemKind::Image:
+                image(it, id, depth);
+                break;
+            case ItemKind::ClientMessage:
+                clientMessage(it, id, depth);
+                break;
+            case ItemKind::Trace:
+                break;  // handled in items()
         }
     }
 
@@ -141,18 +155,23 @@ private:
     void message(Item const& it, std::string const& id, int depth) {
         char const* cssClass = it.level >= 3 ? "error" : it.level == 2 ? "warning" : "note";
         char const* label = it.level >= 3 ? "Error" : it.level == 2 ? "Warning" : "Note";
-        if (it.level >= 2) note(id, std::string(label) + ": " + firstLine(it.text, 50), cssClass, depth);
+        if (it.level >= 2)
+            note(id, std::string(label) + ": " + firstLine(it.text, 50), cssClass, depth);
         body_ << "<div class=\"message " << cssClass << "\" id=\"" << id << "\" role=\""
               << (it.level >= 3 ? "alert" : "note") << "\"><span class=\"level\">" << label
               << "</span>" << escapeHtml(it.text);
-        if (it.line > 0) body_ << "<span class=\"line\">line " << it.line << "</span>";
+        if (it.line > 0)
+            body_ << "<span class=\"line\">line " << it.line << "</span>";
         body_ << "</div>\n";
     }
 
     void table(Item const& it, std::string const& id, int depth) {
         auto const& t = it.table;
-        note(id, !t.title.empty() ? t.title : !t.subtype.empty() ? t.subtype : "Table", "table",
-             depth);
+        note(id,
+             !t.title.empty()     ? t.title
+             : !t.subtype.empty() ? t.subtype
+                                  : "Table",
+             "table", depth);
         body_ << "<figure class=\"table\" id=\"" << id << "\" data-subtype=\""
               << escapeHtml(t.subtype) << "\">\n";
         if (!t.titleHidden && !t.title.empty())
@@ -180,7 +199,8 @@ private:
         body_ << "<figure class=\"chart\" id=\"" << id << "\">\n";
         if (!description.empty())
             body_ << "<figcaption>" << escapeHtml(description) << "</figcaption>\n";
-        if (!inlineSvg(it)) body_ << "<p class=\"placeholder\">This chart has no drawing.</p>\n";
+        if (!inlineSvg(it))
+            body_ << "<p class=\"placeholder\">This chart has no drawing.</p>\n";
         body_ << "</figure>\n";
     }
 
@@ -204,11 +224,12 @@ private:
 
     void clientMessage(Item const& it, std::string const& id, int depth) {
         note(id, "Client message", "client-message", depth);
-        body_ << "<div class=\"client-message\" id=\"" << id << "\"><strong>Client message</strong>";
+        body_ << "<div class=\"client-message\" id=\"" << id
+              << "\"><strong>Client message</strong>";
         if (it.payload)
             body_ << "<pre>"
-                  << escapeHtml(it.payload->dump(2, ' ', false,
-                                                 nlohmann::json::error_handler_t::replace))
+                  << escapeHtml(
+                         it.payload->dump(2, ' ', false, nlohmann::json::error_handler_t::replace))
                   << "</pre>";
         body_ << "</div>\n";
     }
@@ -216,7 +237,8 @@ private:
     bool inlineSvg(Item const& it) {
         auto svg = payloadText(it, "svg");
         auto const start = svg.find("<svg");
-        if (start == std::string::npos) return false;
+        if (start == std::string::npos)
+            return false;
         // The SVG comes from our own renderer; only the XML prologue has to go.
         body_ << "<div class=\"svg\">" << svg.substr(start) << "</div>\n";
         return true;
@@ -268,12 +290,23 @@ std::string escapeHtml(std::string const& text) {
     out.reserve(text.size());
     for (char c : text) {
         switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            case '\'': out += "&#39;"; break;
-            default: out += c;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            case '\'':
+                out += "&#39;";
+                break;
+            default:
+                out += c;
         }
     }
     return out;
@@ -294,8 +327,8 @@ void writeHtml(Document const& document, std::ostream& out, HtmlOptions const& o
 
 files::WriteResult writeHtmlFile(Document const& document, std::filesystem::path const& path,
                                  HtmlOptions const& options) {
-    return files::writeFileAtomically(path,
-                                      [&](std::ostream& out) { writeHtml(document, out, options); });
+    return files::writeFileAtomically(
+        path, [&](std::ostream& out) { writeHtml(document, out, options); });
 }
 
 }  // namespace host::output

@@ -12,14 +12,22 @@ namespace {
 
 char const* kindName(ItemKind kind) {
     switch (kind) {
-        case ItemKind::Command: return "command";
-        case ItemKind::Trace: return "trace";
-        case ItemKind::Procedure: return "procedure";
-        case ItemKind::Message: return "message";
-        case ItemKind::Table: return "table";
-        case ItemKind::Chart: return "chart";
-        case ItemKind::Image: return "image";
-        case ItemKind::ClientMessage: return "clientMessage";
+        case ItemKind::Command:
+            return "command";
+        case ItemKind::Trace:
+            return "trace";
+        case ItemKind::Procedure:
+            return "procedure";
+        case ItemKind::Message:
+            return "message";
+        case ItemKind::Table:
+            return "table";
+        case ItemKind::Chart:
+            return "chart";
+        case ItemKind::Image:
+            return "image";
+        case ItemKind::ClientMessage:
+            return "clientMessage";
     }
     return "unknown";
 }
@@ -38,11 +46,16 @@ Json ordered(nlohmann::json const& value) {
         for (auto const& member : value) out.push_back(ordered(member));
         return out;
     }
-    if (value.is_string()) return value.get<std::string>();
-    if (value.is_boolean()) return value.get<bool>();
-    if (value.is_number_unsigned()) return value.get<std::uint64_t>();
-    if (value.is_number_integer()) return value.get<std::int64_t>();
-    if (value.is_number_float()) return value.get<double>();
+    if (value.is_string())
+        return value.get<std::string>();
+    if (value.is_boolean())
+        return value.get<bool>();
+    if (value.is_number_unsigned())
+        return value.get<std::uint64_t>();
+    if (value.is_number_integer())
+        return value.get<std::int64_t>();
+    if (value.is_number_float())
+        return value.get<double>();
     return nullptr;
 }
 
@@ -76,7 +89,8 @@ Json itemToJson(Item const& item) {
             // The payload's fields stand beside "kind"; "kind" itself is ours.
             if (item.payload && item.payload->is_object())
                 for (auto const& [key, value] : item.payload->items())
-                    if (key != "kind") out[key] = ordered(value);
+                    if (key != "kind")
+                        out[key] = ordered(value);
             break;
     }
     return out;

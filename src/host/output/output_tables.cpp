@@ -10,13 +10,16 @@
 
 namespace {
 
-host::output::TableData& tableOf(int handle) { return host::output::current().table(handle); }
+host::output::TableData& tableOf(int handle) {
+    return host::output::current().table(handle);
+}
 
 // A category inside groups reads with its groups in front: "Group / Category".
 std::string qualifiedLabel(host::output::TableData const& table, std::vector<int> const& path,
                            std::string const& label) {
     // The innermost group's label already carries those of the groups around it.
-    if (path.size() < 2) return label;
+    if (path.size() < 2)
+        return label;
     return table.dimensions.at(path.at(0)).categories.at(path.back()) + " / " + label;
 }
 
@@ -46,11 +49,17 @@ BpProcedure::~BpProcedure() {
 
 BpPivotTable::BpPivotTable(int tableHandle) : handle_(tableHandle) {}
 
-void BpPivotTable::MinDataColumnWidth(int width) { tableOf(handle_).minDataColumnWidth = width; }
+void BpPivotTable::MinDataColumnWidth(int width) {
+    tableOf(handle_).minDataColumnWidth = width;
+}
 
-void BpPivotTable::MaxDataColumnWidth(int width) { tableOf(handle_).maxDataColumnWidth = width; }
+void BpPivotTable::MaxDataColumnWidth(int width) {
+    tableOf(handle_).maxDataColumnWidth = width;
+}
 
-void BpPivotTable::HideTitle() { tableOf(handle_).titleHidden = true; }
+void BpPivotTable::HideTitle() {
+    tableOf(handle_).titleHidden = true;
+}
 
 BpDimension BpPivotTable::Dimension(BpCellText const& name, Sort /*sort*/) {
     // Categories keep the order in which they were made, which is what every sort the command

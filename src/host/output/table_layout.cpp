@@ -10,7 +10,8 @@ std::string const* valueAt(TableData const& table, int dimension, int category) 
     // The last Cell call for a category wins, as a cell that is set twice shows its second value.
     std::string const* found = nullptr;
     for (auto const& value : table.values)
-        if (value.dimension == dimension && value.category == category) found = &value.text;
+        if (value.dimension == dimension && value.category == category)
+            found = &value.text;
     return found;
 }
 
@@ -27,18 +28,22 @@ void layOutCells(TableData& table) {
             std::vector<std::string> row;
             for (int c = 0; c < count; ++c) {
                 auto const* text = valueAt(table, d, c);
-                if (!text) continue;
+                if (!text)
+                    continue;
                 labels.push_back(dimension.categories[c]);
                 row.push_back(*text);
             }
-            if (row.empty()) continue;
-            if (labelled) table.cells.push_back(std::move(labels));
+            if (row.empty())
+                continue;
+            if (labelled)
+                table.cells.push_back(std::move(labels));
             table.cells.push_back(std::move(row));
         } else {
             // Layers have no page of their own in a flat document: they read like rows.
             for (int c = 0; c < count; ++c) {
                 auto const* text = valueAt(table, d, c);
-                if (!text) continue;
+                if (!text)
+                    continue;
                 if (labelled)
                     table.cells.push_back({dimension.categories[c], *text});
                 else
