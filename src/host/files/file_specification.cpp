@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <string>
