@@ -331,4 +331,11 @@ files::WriteResult writeHtmlFile(Document const& document, std::filesystem::path
         path, [&](std::ostream& out) { writeHtml(document, out, options); });
 }
 
+files::WriteResult writeOutputs(Document const& document, std::filesystem::path const& folder,
+                                HtmlOptions const& options) {
+    auto json = writeJsonFile(document, folder / "output.json");
+    auto html = writeHtmlFile(document, folder / "report.html", options);
+    return json.ok ? html : json;
+}
+
 }  // namespace host::output

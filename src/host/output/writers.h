@@ -39,6 +39,11 @@ void writeHtml(Document const& document, std::ostream& out, HtmlOptions const& o
 files::WriteResult writeHtmlFile(Document const& document, std::filesystem::path const& path,
                                  HtmlOptions const& options = {});
 
+// Writes output.json and report.html into `folder` (which must exist). Both are attempted; the
+// result names the first that failed.
+files::WriteResult writeOutputs(Document const& document, std::filesystem::path const& folder,
+                                HtmlOptions const& options = {});
+
 // Text made safe for HTML element content and attribute values.
 std::string escapeHtml(std::string const& text);
 

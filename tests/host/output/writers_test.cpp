@@ -70,6 +70,13 @@ TEST(OutputWriters, JsonHasTheDocumentedShape) {
     auto const written = nlohmann::ordered_json::parse(out.str());
     EXPECT_EQ(written, nlohmann::ordered_json::parse(expected));
     EXPECT_EQ(written["items"][1].begin().key(), "kind");  // "kind" leads every item
+
+    // Bytes of a job that are not UTF-8 must not cost the whole file.
+    Document bad;
+    bad.addCommand("TITLE 'caf\xe9'.");
+    std::ostringstream badOut;
+    host::output::writeJson(bad, badOut);
+    EXPECT_EQ(nlohmann::json::parse(badOut.str())["items"][0]["text"], "TITLE 'caf\uFFFD'.");
 }
 
 TEST(OutputWriters, HtmlIsSelfContainedEscapedAndHasEachItem) {
@@ -122,8 +129,8 @@ TEST(OutputWriters, FilesAreReplacedWholeOrNotAtAll) {
 
     Document document;
     fillSmallDocument(document);
-    ASSERT_TRUE(host::output::writeJsonFile(document, path).ok);
-    ASSERT_TRUE(host::output::writeHtmlFile(document, folder / "report.html").ok);
+    ASSERT_TRUE(host::output::writeOutputs(document, folder).ok);
+    EXPECT_TRUE(std::filesystem::exists(folder / "report.html"));
     auto const first = host::files::readFile(path);
     ASSERT_TRUE(first.ok);
     EXPECT_EQ(nlohmann::json::parse(first.bytes)["format"], "ggraph-output/1");
