@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/dictionary_format.h"
+
 // One 8-byte data cell. A numeric value fills one cell; a string value is its text, blank-padded
 // over as many consecutive cells as its width needs (read it through a char pointer).
 using OBS = double;
@@ -49,23 +51,13 @@ enum FormatType {
     FMT_YMDHMS = 86,
 };
 
-// A packed print format word: type in bits 16-23, width in bits 8-15, decimals in bits 0-7.
-// Converts to and from the plain word, so that `format == 0x19000C` reads as it should.
-struct KWEL_Format {
-    std::uint32_t word = 0;
-
-    constexpr KWEL_Format() = default;
-    constexpr KWEL_Format(std::uint32_t packed) : word(packed) {}
-    constexpr KWEL_Format(int type, int width, int decimals)
-        : word((static_cast<std::uint32_t>(type & 0xff) << 16) |
-               (static_cast<std::uint32_t>(width & 0xff) << 8) |
-               static_cast<std::uint32_t>(decimals & 0xff)) {}
-    constexpr operator std::uint32_t() const { return word; }
-
-    constexpr int type() const { return static_cast<int>((word >> 16) & 0xff); }
-    constexpr int width() const { return static_cast<int>((word >> 8) & 0xff); }
-    constexpr int decimals() const { return static_cast<int>(word & 0xff); }
-};
+// Packing and unpacking the print format word (KWEL_Format).
+inline constexpr KWEL_Format KwelFormatPack(int type, int width, int decimals) {
+    return static_cast<KWEL_Format>(((type & 0xff) << 16) | ((width & 0xff) << 8) | (decimals & 0xff));
+}
+inline constexpr int KwelFormatType(KWEL_Format format) { return (format >> 16) & 0xff; }
+inline constexpr int KwelFormatWidth(KWEL_Format format) { return (format >> 8) & 0xff; }
+inline constexpr int KwelFormatDecimals(KWEL_Format format) { return format & 0xff; }
 
 // Dictionary measurement levels.
 enum KWEL_MeasurementLevel {

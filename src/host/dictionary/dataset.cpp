@@ -38,10 +38,10 @@ int cellsPerValue(Variable const& variable) {
 
 void setDefaultFormat(Variable& variable) {
     if (variable.width == 0) {
-        variable.format = KWEL_Format(FMT_F, 8, 2);
+        variable.format = KwelFormatPack(FMT_F, 8, 2);
         variable.measure = MEASURE_SCALE;
     } else {
-        variable.format = KWEL_Format(FMT_A, variable.width > 255 ? 255 : variable.width, 0);
+        variable.format = KwelFormatPack(FMT_A, variable.width > 255 ? 255 : variable.width, 0);
         variable.measure = MEASURE_NOMINAL;
     }
 }

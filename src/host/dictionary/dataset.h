@@ -26,7 +26,7 @@ struct KWEL_Variable::Data {
     std::string label;
     bool hasLabel = false;
     int width = 0;  // 0 numeric
-    KWEL_Format format;
+    KWEL_Format format = 0;
     int measure = MEASURE_UNKNOWN;
     // Missing values: discrete numbers and a range for numeric variables, texts for strings.
     std::vector<double> missingNumbers;

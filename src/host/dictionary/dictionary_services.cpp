@@ -109,10 +109,10 @@ int KWEL_Variable::GetType() const { return d_->width; }
 KWEL_Format KWEL_Variable::GetFormat() const { return d_->format; }
 
 void KWEL_Variable::GetFormatEx(FormatType& type, int& width, int& decimals) const {
-    type = static_cast<FormatType>(d_->format.type());
+    type = static_cast<FormatType>(KwelFormatType(d_->format));
     // A string's format carries its full width, also past the 255 a packed word can hold.
-    width = d_->width != 0 ? d_->width : d_->format.width();
-    decimals = d_->format.decimals();
+    width = d_->width != 0 ? d_->width : KwelFormatWidth(d_->format);
+    decimals = KwelFormatDecimals(d_->format);
 }
 
 int KWEL_Variable::GetMeasurementLevel() const { return d_->measure; }
@@ -139,7 +139,7 @@ int KWEL_Variable::IsMissing(OBS const* cell) const {
 int KWEL_Variable::GetDisplayWidth() const {
     if (d_->width != 0) return d_->width;
     int const name = static_cast<int>(d_->name.size());
-    return d_->format.width() > name ? d_->format.width() : name;
+    return KwelFormatWidth(d_->format) > name ? KwelFormatWidth(d_->format) : name;
 }
 
 KWEL_ValueLabelMap KWEL_Variable::GetValueLabels() const { return KWEL_ValueLabelMap(d_->labels); }

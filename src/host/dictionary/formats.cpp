@@ -43,10 +43,10 @@ std::string formatTypeName(int type) {
 }
 
 std::string formatToString(KWEL_Format format, int width) {
-    std::string out = formatTypeName(format.type());
-    out += std::to_string(width > 0 ? width : format.width());
-    if (format.type() != FMT_A && format.decimals() > 0) {
-        out += '.' + std::to_string(format.decimals());
+    std::string out = formatTypeName(KwelFormatType(format));
+    out += std::to_string(width > 0 ? width : KwelFormatWidth(format));
+    if (KwelFormatType(format) != FMT_A && KwelFormatDecimals(format) > 0) {
+        out += '.' + std::to_string(KwelFormatDecimals(format));
     }
     return out;
 }

@@ -119,7 +119,7 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
             int const decimals = field && field->type == "integer" ? 0 : std::min(column.maxDecimals, 16);
             int width = std::max(8, std::min(column.maxLength, 40));
             if (width <= decimals + 1) width = decimals + 2;
-            data->format = KWEL_Format(FMT_F, width, decimals);
+            data->format = KwelFormatPack(FMT_F, width, decimals);
             data->measure = MEASURE_SCALE;
         } else {
             int const declared = field ? field->width : 0;
@@ -135,7 +135,7 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
                 offset += column.lengths[row];
             }
             std::string().swap(column.text);
-            data->format = KWEL_Format(FMT_A, std::min(data->width, 255), 0);
+            data->format = KwelFormatPack(FMT_A, std::min(data->width, 255), 0);
             data->measure = MEASURE_NOMINAL;
         }
         data->labels = std::make_shared<ValueLabels>(ValueLabels{data->width, {}});
@@ -196,8 +196,8 @@ void Builder::applyField(DictField const& field, Variable& variable) {
                   what + ": the print format " + formatTypeName(field.formatType) + " does not fit a " +
                       (numeric ? "numeric" : "string") + " variable; it is ignored");
         } else if (numeric) {
-            int const width = field.formatWidth > 0 ? field.formatWidth : variable.format.width();
-            variable.format = KWEL_Format(field.formatType, width, field.formatDecimals);
+            int const width = field.formatWidth > 0 ? field.formatWidth : KwelFormatWidth(variable.format);
+            variable.format = KwelFormatPack(field.formatType, width, field.formatDecimals);
         }
     }
     auto labels = std::make_shared<ValueLabels>(ValueLabels{variable.width, {}});
