@@ -13,16 +13,11 @@ struct Entry {
     std::string_view text;
 };
 
-// Sorted by key, byte for byte (checked below). Keys are looked up as the command library passes
-// them; several end in "..." or carry a slip, and the text is the full English message.
+// Sorted by key, byte for byte (checked below). The command library's own message texts are not
+// keys here: they stand in the output as the library words them. The table holds the texts of
+// codes and of keys that name a longer text.
 // Placeholders ^1, ^2 stay in the text for BpComposite to fill.
 constexpr Entry kEntries[] = {
-    {"A map must be specified...",
-     "A map must be specified: a VIZMAP of TYPE=DATA needs MAPKEY to name the field that joins the "
-     "map to the data."},
-    {"Can not rename range of variables",
-     "Can not rename range of variables: NAME and LEVEL apply to one variable, not to ALL or to a "
-     "TO range."},
     {"DM Bin Count Smart Help",
      "This chart shows how many customers fall into each combination of recency, frequency and "
      "monetary scores. Each bar counts the customers of one RFM bin. The bins should hold roughly "
@@ -52,21 +47,7 @@ constexpr Entry kEntries[] = {
     {"E703",
      "The first variable of a TO range stands after the last one in the file. Name the variables "
      "of a range in file order."},
-    {"File ^1 has no access...", "File ^1 has no access: it does not exist or cannot be read."},
-    {"Function must have at least one break variable specified",
-     "Function must have at least one break variable specified: add a categorical variable to "
-     "VARIABLES beside the summary function."},
-    {"Infinite error bars have been removed from the chart...",
-     "Infinite error bars have been removed from the chart: too few cases to compute them."},
-    {"No data to graph because all values of filter field ^1have been excluded.",
-     "No data to graph because all values of filter field ^1 have been excluded."},
     {"StdDev", "Std. Deviation"},
-    {"The variable name ^1 must be unique", "The variable name ^1 must be unique."},
-    {"There are no valid cases...",
-     "There are no valid cases for the graph data sets of this command. No chart is drawn."},
-    {"Unbalanced parentheses in effect, parameter ^1, subcommand ^2 ...",
-     "Unbalanced parentheses in effect, parameter ^1, subcommand ^2: a closing parenthesis is "
-     "missing."},
 };
 
 constexpr bool sortedByKey() {

@@ -122,11 +122,9 @@ void ssredc_(int const& unit, char* card, int const& length, int& flags, KwelWor
     }
 }
 
-// The host's attention check: after a read that found nothing left, the command cannot go on
-// reading (a search for a GPL block would never end), so it unwinds to the runner.
-void atnjmp_(KwelWorkspace* work) {
-    if (workspaceOr(work).lastReadFoundNothing) endOfInput();
-}
+// The host's attention check. A read past the end of the job is told by bit 1 of the flags of
+// ssredc_, which the reader looks at, so there is nothing to interrupt here.
+void atnjmp_(KwelWorkspace* work) { (void)workspaceOr(work); }
 
 // Only one listing exists here: the collector is kept for bookkeeping.
 void setqcllct_(int const& collector) { host::syntax::currentWorkspace()->collector = collector; }

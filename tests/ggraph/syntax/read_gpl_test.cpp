@@ -36,7 +36,8 @@ TEST(ReadGpl, EndGplCountsAnywhereInALineAndTextAfterItIsLost) {
         "BEGIN GPL\n"
         "ELEMENT: point(position(x*y)) END GPL. trailing words\n");
     ASSERT_TRUE(run->parsed);
-    EXPECT_EQ(run->spec(0).GetGPLSpecification(), "ELEMENT: point(position(x*y))\n");
+    // The blank in front of END GPL is kept: only text behind the last column before it goes.
+    EXPECT_EQ(run->spec(0).GetGPLSpecification(), "ELEMENT: point(position(x*y)) \n");
 }
 
 TEST(ReadGpl, TextOnTheBeginLineStartsTheGplWithoutALineEnd) {
@@ -89,7 +90,7 @@ TEST(ReadGpl, MissingBlockIsReportedAndTheLineGoesBackToTheJob) {
 
 TEST(ReadGpl, BlocksFollowInTheOrderOfTheirGraphSpecs) {
     auto run = test::parse(
-        "GGRAPH /GRAPHSPEC SOURCE=INLINE /GRAPHSPEC SOURCE=GPLFILE(\"f.gpl\") /GRAPHSPEC.\n"
+        "GGRAPH /GRAPHSPEC SOURCE=INLINE /GRAPHSPEC SOURCE=GPLFILE(\"f.gpl\") /GRAPHSPEC EDITABLE=NO.\n"
         "BEGIN GPL\nELEMENT: a\nEND GPL.\n"
         "BEGIN GPL\nELEMENT: b\nEND GPL.\n");
     ASSERT_TRUE(run->parsed);

@@ -25,9 +25,8 @@ TEST(StringTable, DictionaryGivesTableTextsAndUnknownKeysAsThemselves) {
     EXPECT_EQ(dictionary.LookUp("Graph"), "Graph");
     EXPECT_EQ(dictionary.LookUp("no such key ^1"), "no such key ^1");
     EXPECT_EQ(dictionary.LookUp(""), "");
-    // Placeholders survive the table so that a composite can fill them.
-    EXPECT_EQ(dictionary.LookUp("File ^1 has no access..."),
-              "File ^1 has no access: it does not exist or cannot be read.");
+    // The command library's own texts stand as it words them.
+    EXPECT_EQ(dictionary.LookUp("File ^1 has no access..."), "File ^1 has no access...");
 }
 
 TEST(StringTable, EveryDescriptionKeyHasAnExplanation) {
@@ -43,20 +42,18 @@ TEST(StringTable, EveryDescriptionKeyHasAnExplanation) {
 TEST(StringTable, MessageCellsLookUpKeysButNotData) {
     Document document;
     ScopedDocument scope(document);
-    BpComposite message("No data to graph because all values of filter field ^1have been excluded.",
-                        true);
-    message.Add(BpString("E703", false));  // data that happens to be a key stays as it is
+    BpComposite message("E60801 of ^1 ^2", true);  // the pattern itself is no key
+    message.Add(BpString("E703", false));            // data that happens to be a key stays
+    message.Add(BpString("E60868", true));           // a key given as a cell is looked up
     message.Finish();
     BpError(message, BP_SHOW_OUTPUT, BP_LEVEL_ERROR);
-    BpError(BpString("There are no valid cases...", true), BP_SHOW_OUTPUT, BP_LEVEL_WARNING);
+    BpError(BpString("E60712", true), BP_SHOW_OUTPUT, BP_LEVEL_WARNING);
 
     auto const& items = document.items();
     ASSERT_EQ(items.size(), 2u);
-    EXPECT_EQ(items[0].text,
-              "No data to graph because all values of filter field E703 have been "
-              "excluded.");
+    EXPECT_EQ(items[0].text, "E60801 of E703 Count");
     EXPECT_EQ(items[1].level, 2);
-    EXPECT_EQ(items[1].text.rfind("There are no valid cases for", 0), 0u);
+    EXPECT_EQ(items[1].text, "Missing");
 }
 
 TEST(StringTable, HostErrorNinetyNineIsAnErrorAboutBeginGpl) {
