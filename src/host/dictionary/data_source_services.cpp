@@ -85,13 +85,6 @@ OBS const* ProcDSIterator::GetObsPointer(unsigned int index) const {
     return data_->columns[index].data() + row * static_cast<std::size_t>(hd::cellsPerValue(variable));
 }
 
-// ---- ProcedureDataSource (Workspace() belongs to the card reader)
-
-ProcedureDataSource::ProcedureDataSource() : KWEL_DataSource(hd::activeDataset()) {}
-ProcedureDataSource::~ProcedureDataSource() = default;
-
-bool ProcedureDataSource::FatalError() const { return d_->fatal; }
-
 // ---- Named datasets
 
 UserCaseFileSpec::UserCaseFileSpec() = default;
