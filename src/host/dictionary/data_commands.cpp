@@ -32,6 +32,23 @@ Which identify(std::vector<std::string> const& w) {
     return Which::None;
 }
 
+char const* commandName(Which which) {
+    switch (which) {
+        case Which::SplitFile: return "SPLIT FILE";
+        case Which::Weight: return "WEIGHT";
+        case Which::Dataset: return "DATASET";
+        case Which::ValueLabels: return "VALUE LABELS";
+        case Which::AddValueLabels: return "ADD VALUE LABELS";
+        case Which::VariableLabels: return "VARIABLE LABELS";
+        case Which::MissingValues: return "MISSING VALUES";
+        case Which::VariableLevel: return "VARIABLE LEVEL";
+        case Which::Formats: return "FORMATS";
+        case Which::MrSets: return "MRSETS";
+        case Which::None: break;
+    }
+    return "";
+}
+
 // Words of the command's name inside the body (the body starts behind the first word).
 int nameWordsInBody(Which which) {
     switch (which) {
@@ -502,11 +519,12 @@ std::vector<Diagnostic> applyDataCommand(std::vector<std::string> const& upperWo
         d.text = std::move(text);
         messages.push_back(std::move(d));
     };
-    std::string name;
-    for (auto const& word : upperWords) name += (name.empty() ? "" : " ") + word;
     Which const which = identify(upperWords);
+    std::string const name = commandName(which);
     if (which == Which::None) {
-        report(line, 0, name + " is not a command that changes the dataset");
+        std::string words;
+        for (auto const& word : upperWords) words += (words.empty() ? "" : " ") + word;
+        report(line, 0, words + " is not a command that changes the dataset");
         return messages;
     }
     auto tokens = host::syntax::tokenize(body, line, column);
@@ -515,6 +533,10 @@ std::vector<Diagnostic> applyDataCommand(std::vector<std::string> const& upperWo
     }
     if (!messages.empty()) return messages;
     std::vector<TokenInfoObj> list = std::move(tokens.tokens);
+    // Commas only separate, as in the other commands' lists.
+    std::erase_if(list, [](TokenInfoObj const& t) {
+        return t.IsOperator() && t.getOperatorCode() == TokenSequenceBase::OP_COMMA;
+    });
     int const skip = nameWordsInBody(which);
     list.erase(list.begin(), list.begin() + std::min<std::ptrdiff_t>(skip, static_cast<std::ptrdiff_t>(list.size())));
     Cursor cursor(std::move(list), line, column);
