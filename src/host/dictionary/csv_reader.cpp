@@ -14,11 +14,48 @@
 #include <string_view>
 #include <utf8.h>
 
+#include "platform/dictionary.h"
+
 namespace host::dictionary {
 
 namespace {
 
 constexpr double kSysmis = std::numeric_limits<double>::lowest();
+
+// A data cell of eight blanks.
+OBS const kBlankCell = [] {
+    OBS cell;
+    std::memset(&cell, ' ', sizeof cell);
+    return cell;
+}();
+
+// Lays a string column out with `per` cells per value.
+void widen(CsvColumn& column, std::size_t per) {
+    std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
+    std::size_t const rows = column.cells.size() / old;
+    std::vector<OBS> cells;
+    cells.reserve(std::max(column.cells.capacity() / old * per, rows * per));
+    cells.assign(rows * per, kBlankCell);
+    for (std::size_t row = 0; row < rows; ++row) {
+        std::memcpy(cells.data() + row * per, column.cells.data() + row * old, old * sizeof(OBS));
+    }
+    column.cells.swap(cells);
+    column.cellsPerValue = static_cast<int>(per);
+}
+
+// Brings a string column to its final width: the declared one, or the longest value.
+void finishStrings(CsvColumn& column, int declaredWidth) {
+    column.width = declaredWidth > 0 ? declaredWidth : std::max(1, column.maxLength);
+    std::size_t const per = static_cast<std::size_t>(ObsCellsForWidth(column.width));
+    std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
+    if (per == old) return;
+    std::size_t const rows = column.cells.size() / old;
+    for (std::size_t row = 1; row < rows; ++row) {  // narrower: move down in place
+        std::memmove(column.cells.data() + row * per, column.cells.data() + row * old, per * sizeof(OBS));
+    }
+    column.cells.resize(rows * per);
+    column.cellsPerValue = static_cast<int>(per);
+}
 
 // Bytes that end an unquoted field.
 struct DelimiterTable {
@@ -284,8 +321,21 @@ void Parser::storeText(ColumnState& state, std::string_view text, char const* at
                    std::to_string(limit) + (state.declaredWidth > 0 ? " (the declared width)" : "") +
                    "; it is cut");
     }
-    column.text.append(text);
-    column.lengths.push_back(static_cast<std::uint32_t>(text.size()));
+    std::size_t const per = static_cast<std::size_t>(column.cellsPerValue);
+    if (text.size() > per * sizeof(OBS)) {
+        // Wider than the cells so far: lay the column out again, at least twice as wide, so
+        // that a column that keeps growing is copied only a few times.
+        widen(column, std::max(2 * per, static_cast<std::size_t>(ObsCellsForWidth(static_cast<int>(text.size())))));
+    }
+    if (column.cellsPerValue == 1) {
+        OBS cell = kBlankCell;
+        std::memcpy(&cell, text.data(), text.size());
+        column.cells.push_back(cell);
+    } else {
+        std::size_t const base = column.cells.size();
+        column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue), kBlankCell);
+        std::memcpy(column.cells.data() + base, text.data(), text.size());
+    }
     if (static_cast<int>(text.size()) > column.maxLength) column.maxLength = static_cast<int>(text.size());
 }
 
@@ -321,7 +371,7 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
     // Inferred so far as numeric: the column is a string column after all.
     if (state.numbersSeen > 0) state.flippedLate = true;
     column.numeric = false;
-    column.lengths.assign(column.numbers.size(), 0);
+    column.cells.assign(column.numbers.size(), kBlankCell);
     column.numbers.clear();
     column.numbers.shrink_to_fit();
     column.maxLength = 0;
@@ -373,8 +423,10 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
             state.column.numbers.reserve(expected);
             adviseHugePages(state.column.numbers.data(), expected * sizeof(double));
         } else {
-            state.column.lengths.reserve(expected);
-            adviseHugePages(state.column.lengths.data(), expected * sizeof(std::uint32_t));
+            if (state.declaredWidth > 0) state.column.cellsPerValue = ObsCellsForWidth(state.declaredWidth);
+            std::size_t const cells = expected * static_cast<std::size_t>(state.column.cellsPerValue);
+            state.column.cells.reserve(cells);
+            adviseHugePages(state.column.cells.data(), cells * sizeof(OBS));
         }
     }
 
@@ -442,7 +494,8 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
                 if (column.numeric) {
                     column.numbers.push_back(kSysmis);
                 } else {
-                    column.lengths.push_back(0);
+                    column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
+                                        kBlankCell);
                 }
             }
         }
@@ -451,6 +504,7 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
     sink_.finish();
     for (std::size_t i = 0; i < columns; ++i) {
         if (states[i].flippedLate) flipped.insert(i);
+        if (!states[i].column.numeric) finishStrings(states[i].column, states[i].declaredWidth);
         table.columns.push_back(std::move(states[i].column));
     }
     return true;
@@ -465,6 +519,12 @@ struct MappedFile {
 };
 
 }  // namespace
+
+std::string CsvColumn::valueAt(std::size_t row) const {
+    std::size_t const bytes = static_cast<std::size_t>(cellsPerValue) * sizeof(OBS);
+    return std::string(reinterpret_cast<char const*>(cells.data()) + row * bytes,
+                       static_cast<std::size_t>(width));
+}
 
 CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
                      std::vector<Diagnostic>& messages) {

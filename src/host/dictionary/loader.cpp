@@ -122,19 +122,8 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
             data->format = KwelFormatPack(FMT_F, width, decimals);
             data->measure = MEASURE_SCALE;
         } else {
-            int const declared = field ? field->width : 0;
-            data->width = declared > 0 ? declared : std::max(1, column.maxLength);
-            int const perValue = ObsCellsForWidth(data->width);
-            cells.resize(static_cast<std::size_t>(perValue) * static_cast<std::size_t>(table.rows));
-            char* bytes = reinterpret_cast<char*>(cells.data());
-            std::memset(bytes, ' ', cells.size() * sizeof(OBS));
-            std::size_t offset = 0;
-            std::size_t const stride = static_cast<std::size_t>(perValue) * sizeof(OBS);
-            for (std::size_t row = 0; row < column.lengths.size(); ++row) {
-                std::memcpy(bytes + row * stride, column.text.data() + offset, column.lengths[row]);
-                offset += column.lengths[row];
-            }
-            std::string().swap(column.text);
+            data->width = column.width;
+            cells = std::move(column.cells);
             data->format = KwelFormatPack(FMT_A, std::min(data->width, 255), 0);
             data->measure = MEASURE_NOMINAL;
         }
