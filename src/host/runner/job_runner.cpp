@@ -49,13 +49,27 @@ struct CurrentJobScope {
     host::output::ScopedDocument documentScope;
 };
 
+// Commands whose names are two or three words; any other command is named by its first word.
+constexpr std::string_view kLongNames[][3] = {
+    {"ADD", "VALUE", "LABELS"}, {"VALUE", "LABELS", ""},     {"VARIABLE", "LABELS", ""},
+    {"VARIABLE", "LEVEL", ""},  {"MISSING", "VALUES", ""},   {"SPLIT", "FILE", ""},
+    {"DATASET", "ACTIVATE", ""}, {"DATA", "LIST", ""},        {"GET", "DATA", ""},
+    {"SAVE", "OUTFILE", ""},     {"SORT", "CASES", ""},       {"SELECT", "IF", ""},
+};
+
 std::string commandName(Command const& command) {
-    std::string name;
-    for (std::size_t i = 0; i < command.words.size() && i < 2; ++i) {
-        if (i > 0) name += ' ';
-        name += command.words[i];
+    if (command.words.empty()) return "";
+    for (auto const& name : kLongNames) {
+        std::size_t n = name[2].empty() ? 2 : 3;
+        if (command.words.size() < n) continue;
+        bool same = true;
+        for (std::size_t i = 0; i < n; ++i) same = same && command.words[i] == name[i];
+        if (!same) continue;
+        std::string joined(name[0]);
+        for (std::size_t i = 1; i < n; ++i) joined += " " + std::string(name[i]);
+        return joined;
     }
-    return name;
+    return command.words.front();
 }
 
 }  // namespace
