@@ -250,8 +250,9 @@ std::optional<Command> JobInput::commandAt(std::size_t lineIndex) const {
     // Dispatch words and the body behind the first word.
     std::string_view text = command.text;
     std::size_t pos = 0;
+    // The words come from the first line only.
     auto skipBlanks = [&] {
-        while (pos < text.size() && (isSpaceOrTab(text[pos]) || text[pos] == '\n')) ++pos;
+        while (pos < text.size() && isSpaceOrTab(text[pos])) ++pos;
     };
     skipBlanks();
     std::size_t bodyStart = std::string_view::npos;

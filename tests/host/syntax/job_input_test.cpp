@@ -51,7 +51,7 @@ TEST(JobInput, SplitsAJobAsPeopleWriteIt) {
 
     // Read from the top, the block is a command of its own, blank line included.
     EXPECT_EQ(commands[3].kind, Command::Kind::GplBlock);
-    EXPECT_TRUE(commands[3].startsWith({"BEGIN", "GPL"}));
+    EXPECT_EQ(commands[3].words, (std::vector<std::string>{"BEGIN", "GPL"}));
     EXPECT_EQ(commands[3].firstLine, 8);
     EXPECT_EQ(commands[3].lastLine, 11);
 
