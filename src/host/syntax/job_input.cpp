@@ -8,7 +8,8 @@ namespace host::syntax {
 
 namespace {
 
-constexpr std::size_t kMaxDiagnostics = 50;
+// Bytes of a binary file would flood the output: past this many they are only counted.
+constexpr std::size_t kMaxDiagnostics = 10;
 
 bool isSpaceOrTab(char c) {
     return c == ' ' || c == '\t';
@@ -151,11 +152,12 @@ void JobInput::sanitize(std::string& text) {
         }
         Utf8Char c = decodeUtf8(text, i);
         if (!c.valid) {
-            report(fmt::format("The byte 0x{:02X} is not UTF-8 text; it was read as U+FFFD.",
-                               static_cast<unsigned char>(text[i])));
+            report(fmt::format(
+                "The byte 0x{:02X} in column {} is not UTF-8 text; it was read as U+FFFD.",
+                static_cast<unsigned char>(text[i]), column));
             clean.append(kReplacementUtf8);
         } else if (c.code == 0) {
-            report("A NUL byte was read as U+FFFD.");
+            report(fmt::format("The NUL byte in column {} was read as U+FFFD.", column));
             clean.append(kReplacementUtf8);
         } else {
             clean.append(text, i, c.length);
