@@ -127,11 +127,14 @@ void ssredc_(int const& unit, char* card, int const& length, int& flags, KwelWor
     // The card stands in the caller's buffer and in the card area of CmaSys, blank-padded.
     std::size_t cardArea = kCmaSysCardLength;
     std::memset(CmaSys + kCmaSysCardOffset, ' ', cardArea);
-    std::memcpy(CmaSys + kCmaSysCardOffset, text.data(), std::min(text.size(), cardArea));
+    // An empty view may hold a null pointer, which memcpy must never see.
+    if (!text.empty())
+        std::memcpy(CmaSys + kCmaSysCardOffset, text.data(), std::min(text.size(), cardArea));
     CmaSys[kCmaSysCardOffset + cardArea] = '\0';
     if (card != nullptr && card != CmaSys + kCmaSysCardOffset && length > 0) {
         std::size_t n = std::min(text.size(), static_cast<std::size_t>(length));
-        std::memcpy(card, text.data(), n);
+        if (n > 0)
+            std::memcpy(card, text.data(), n);
         std::memset(card + n, ' ', static_cast<std::size_t>(length) - n);
     }
 }
