@@ -29,17 +29,16 @@ enum class RunEnd { Normal, NoValidCases };
 RunEnd runGuarded(BpProcedure& procedure) {
     PathFactory* paths = PathFactory::getPathInstance(kMessageFolder);
     std::string const& folder = paths->getPath();
-    // Plain heap objects: they are not released when the run leaves through an exception.
-    FacSTDictionary* dictionary = new FacSTDictionary(folder);
+    // Owned here so that it is released on every way out, the exceptional ones included.
+    auto dictionaryOwner = std::make_unique<FacSTDictionary>(folder);
+    FacSTDictionary* dictionary = dictionaryOwner.get();
     std::string procedureName = "GGRAPH";
     dictionary->SetProcedure(procedureName);
 
     ProcedureDataSource dataSource;
     GGraphParser parser(&dataSource, dictionary);
-    if (!parser.Parse() || !parser.CompleteAndValidateSyntax() || dataSource.FatalError()) {
-        delete dictionary;
+    if (!parser.Parse() || !parser.CompleteAndValidateSyntax() || dataSource.FatalError())
         return RunEnd::Normal;
-    }
     GGraphSettings* settings = parser.GetSettings();
 
     ggraph::RouteContext context{settings, dictionary};
@@ -65,7 +64,6 @@ RunEnd runGuarded(BpProcedure& procedure) {
     ggraph::endDataPhase(context);
 
     ggraph::printDescriptionTable(procedure, settings->getSmartHelp());
-    delete dictionary;
     return RunEnd::Normal;
 }
 

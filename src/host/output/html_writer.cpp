@@ -95,6 +95,14 @@ public:
                 i = end - 1;
                 continue;
             }
+            if (list[i].kind == ItemKind::Command) {
+                // Consecutive echoed lines (a GPL block card by card) read as one listing.
+                std::size_t end = i;
+                while (end < list.size() && list[end].kind == ItemKind::Command) ++end;
+                commands(list, i, end, depth);
+                i = end - 1;
+                continue;
+            }
             item(list[i], depth);
         }
     }
@@ -113,9 +121,7 @@ private:
         auto const id = nextId();
         switch (it.kind) {
             case ItemKind::Command:
-                note(id, firstLine(it.text), "command", depth);
-                body_ << "<pre class=\"command\" id=\"" << id << "\">" << escapeHtml(it.text)
-                      << "</pre>\n";
+                commands(std::vector<Item>{it}, 0, 1, depth);
                 break;
             case ItemKind::Procedure: {
                 note(id, it.text.empty() ? "Procedure" : it.text, "procedure", depth);
@@ -144,6 +150,23 @@ private:
             case ItemKind::Trace:
                 break;  // handled in items()
         }
+    }
+
+    // The outline names only the commands that start a listing and are not comments.
+    void commands(std::vector<Item> const& list, std::size_t begin, std::size_t end, int depth) {
+        auto const id = nextId();
+        for (auto i = begin; i < end; ++i) {
+            if (list[i].text.rfind("*", 0) != 0) {
+                note(id, firstLine(list[i].text), "command", depth);
+                break;
+            }
+        }
+        body_ << "<pre class=\"command\" id=\"" << id << "\">";
+        for (auto i = begin; i < end; ++i) {
+            if (i > begin) body_ << '\n';
+            body_ << escapeHtml(list[i].text);
+        }
+        body_ << "</pre>\n";
     }
 
     void trace(std::vector<Item> const& list, std::size_t begin, std::size_t end) {

@@ -20,6 +20,9 @@ using host::output::Document;
 using host::syntax::Command;
 
 constexpr char kNotSupported[] = "The {} command is not supported here; it is skipped.";
+constexpr char kBlockSkipped[] =
+    "This GPL block belongs to the GGRAPH command before it, which ended before reading it; it "
+    "is skipped.";
 
 // Raises the host's request to unwind when an error is reported, for jobs that stop on errors.
 class StopOnErrorSink : public host::output::MessageSink {
@@ -49,13 +52,27 @@ struct CurrentJobScope {
     host::output::ScopedDocument documentScope;
 };
 
+// Commands whose names are two or three words; any other command is named by its first word.
+constexpr std::string_view kLongNames[][3] = {
+    {"ADD", "VALUE", "LABELS"}, {"VALUE", "LABELS", ""},     {"VARIABLE", "LABELS", ""},
+    {"VARIABLE", "LEVEL", ""},  {"MISSING", "VALUES", ""},   {"SPLIT", "FILE", ""},
+    {"DATASET", "ACTIVATE", ""}, {"DATA", "LIST", ""},        {"GET", "DATA", ""},
+    {"SAVE", "OUTFILE", ""},     {"SORT", "CASES", ""},       {"SELECT", "IF", ""},
+};
+
 std::string commandName(Command const& command) {
-    std::string name;
-    for (std::size_t i = 0; i < command.words.size() && i < 2; ++i) {
-        if (i > 0) name += ' ';
-        name += command.words[i];
+    if (command.words.empty()) return "";
+    for (auto const& name : kLongNames) {
+        std::size_t n = name[2].empty() ? 2 : 3;
+        if (command.words.size() < n) continue;
+        bool same = true;
+        for (std::size_t i = 0; i < n; ++i) same = same && command.words[i] == name[i];
+        if (!same) continue;
+        std::string joined(name[0]);
+        for (std::size_t i = 1; i < n; ++i) joined += " " + std::string(name[i]);
+        return joined;
     }
-    return name;
+    return command.words.front();
 }
 
 }  // namespace
@@ -75,6 +92,9 @@ void runJobText(std::string text, Document& document, JobOptions const& options)
     }
 
     std::set<std::string> reportedUnknown;
+    // A GGRAPH command that ended before it read its GPL blocks leaves them behind it; they
+    // belong to it and are skipped rather than refused as stray blocks.
+    bool blocksOfFailedCommand = false;
     for (std::size_t at = 0; auto command = job.commandAt(at);) {
         host::syntax::setCurrentCommand(*command);
         document.setCurrentLine(command->firstLine);
@@ -82,10 +102,16 @@ void runJobText(std::string text, Document& document, JobOptions const& options)
         stopSink.armed = options.stopOnError;
         try {
             if (command->kind == Command::Kind::GplBlock) {
-                begingpl_();
+                if (blocksOfFailedCommand) {
+                    document.addMessage(1, kBlockSkipped, command->firstLine);
+                } else {
+                    begingpl_();
+                }
             } else if (command->kind == Command::Kind::Ordinary) {
+                blocksOfFailedCommand = false;
                 if (command->startsWith({"GGRAPH"})) {
                     ggraph_();
+                    blocksOfFailedCommand = host::syntax::currentWorkspace()->cardsRead == 0;
                 } else {
                     std::string name = commandName(*command);
                     if (reportedUnknown.insert(name).second)

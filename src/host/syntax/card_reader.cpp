@@ -42,15 +42,20 @@ void setContextCode(std::string_view code) {
     }
 }
 
-std::string contextCode() { return std::string(CmaSys + kCmaSysContextOffset, 2); }
+std::string contextCode() {
+    return std::string(CmaSys + kCmaSysContextOffset, 2);
+}
 
 std::size_t cardLength(std::string_view line, std::size_t offset) {
-    if (offset >= line.size()) return 0;
+    if (offset >= line.size())
+        return 0;
     std::size_t rest = line.size() - offset;
-    if (rest <= kCardColumns) return rest;
+    if (rest <= kCardColumns)
+        return rest;
     // Break behind the last blank; the card keeps the blank as its trailing column.
     for (std::size_t k = kCardColumns - 1; k >= 1; --k) {
-        if (line[offset + k] == ' ' || line[offset + k] == '\t') return k + 1;
+        if (line[offset + k] == ' ' || line[offset + k] == '\t')
+            return k + 1;
     }
     std::size_t length = kCardColumns;
     while (length > 1 && (static_cast<unsigned char>(line[offset + length]) & 0xC0) == 0x80) {
@@ -67,7 +72,9 @@ void KwelWorkspace::start(host::syntax::JobInput const* job, std::size_t line) {
     nextLine = line;
 }
 
-bool KwelWorkspace::atEnd() const { return input == nullptr || nextLine >= input->lineCount(); }
+bool KwelWorkspace::atEnd() const {
+    return input == nullptr || nextLine >= input->lineCount();
+}
 
 bool KwelWorkspace::read() {
     if (atEnd()) {
@@ -93,45 +100,60 @@ bool KwelWorkspace::read() {
 }
 
 std::string_view KwelWorkspace::card() const {
-    if (!hasCard || input == nullptr) return {};
+    if (!hasCard || input == nullptr)
+        return {};
     return input->line(cardLine).substr(cardOffset, cardLength);
 }
 
-std::size_t KwelWorkspace::resumeLine() const { return nextOffset == 0 ? nextLine : nextLine + 1; }
+std::size_t KwelWorkspace::resumeLine() const {
+    return nextOffset == 0 ? nextLine : nextLine + 1;
+}
 
 void ssredc_(int const& unit, char* card, int const& length, int& flags, KwelWorkspace* work) {
     (void)unit;  // one input unit: the job
     KwelWorkspace& ws = workspaceOr(work);
-    // A caller that reads on after "nothing left" would loop for ever: unwind to the runner.
-    if (ws.lastReadFoundNothing) endOfInput();
+    // A caller that reads on after "nothing left" (a comment that never ends, a search with no
+    // end test) would loop for ever: unwind to the runner with a clear message.
+    if (ws.lastReadFoundNothing)
+        endOfInput();
     bool got = ws.read();
     std::string_view text = ws.card();
     flags = 0;
-    if (!got) flags |= 2;
-    if (ws.atEnd()) flags |= 1;
+    if (!got)
+        flags |= 2;
+    if (ws.atEnd())
+        flags |= 1;
 
     // The card stands in the caller's buffer and in the card area of CmaSys, blank-padded.
     std::size_t cardArea = kCmaSysCardLength;
     std::memset(CmaSys + kCmaSysCardOffset, ' ', cardArea);
-    std::memcpy(CmaSys + kCmaSysCardOffset, text.data(), std::min(text.size(), cardArea));
+    // An empty view may hold a null pointer, which memcpy must never see.
+    if (!text.empty())
+        std::memcpy(CmaSys + kCmaSysCardOffset, text.data(), std::min(text.size(), cardArea));
     CmaSys[kCmaSysCardOffset + cardArea] = '\0';
     if (card != nullptr && card != CmaSys + kCmaSysCardOffset && length > 0) {
         std::size_t n = std::min(text.size(), static_cast<std::size_t>(length));
-        std::memcpy(card, text.data(), n);
+        if (n > 0)
+            std::memcpy(card, text.data(), n);
         std::memset(card + n, ' ', static_cast<std::size_t>(length) - n);
     }
 }
 
-// The host's attention check. A read past the end of the job is told by bit 1 of the flags of
-// ssredc_, which the reader looks at, so there is nothing to interrupt here.
-void atnjmp_(KwelWorkspace* work) { (void)workspaceOr(work); }
+// The host's attention check. Nothing here interrupts a command, so it only counts; the end of
+// the input is told by the flags of ssredc_, and a read beyond it unwinds (see there).
+void atnjmp_(KwelWorkspace* work) {
+    ++workspaceOr(work).attentionChecks;
+}
 
 // Only one listing exists here: the collector is kept for bookkeeping.
-void setqcllct_(int const& collector) { host::syntax::currentWorkspace()->collector = collector; }
+void setqcllct_(int const& collector) {
+    host::syntax::currentWorkspace()->collector = collector;
+}
 
 void prcard_(KwelWorkspace* work) {
     KwelWorkspace& ws = workspaceOr(work);
-    if (!ws.hasCard) return;
+    if (!ws.hasCard)
+        return;
     std::string_view text = ws.card();
     while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
     host::output::current().addCommand(std::string(text), static_cast<int>(ws.cardLine) + 1);
@@ -141,7 +163,8 @@ void prcard_(KwelWorkspace* work) {
 // The rest of the END GPL line is passed over too; the runner goes on behind it.
 void sskipc_(KwelWorkspace* work) {
     KwelWorkspace& ws = workspaceOr(work);
-    if (!ws.hasCard) return;
+    if (!ws.hasCard)
+        return;
     ws.skipped = true;
     ws.nextLine = ws.cardLine + 1;
     ws.nextOffset = 0;
@@ -152,7 +175,8 @@ void sskipc_(KwelWorkspace* work) {
 void mcpstn_(char const* text, int const& length) {
     (void)text, (void)length;
     KwelWorkspace& ws = *host::syntax::currentWorkspace();
-    if (!ws.hasCard) return;
+    if (!ws.hasCard)
+        return;
     ws.gaveBack = true;
     ws.nextLine = ws.cardLine;
     ws.nextOffset = 0;

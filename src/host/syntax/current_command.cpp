@@ -23,7 +23,9 @@ void setCurrentInput(JobInput* input) {
     clearCurrentCommand();
 }
 
-JobInput* currentInput() { return gInput; }
+JobInput* currentInput() {
+    return gInput;
+}
 
 void setCurrentCommand(Command const& command, int nameWords) {
     gCommand = command;
@@ -39,7 +41,8 @@ void setCurrentCommand(Command const& command, int nameWords) {
         gTokens.tokens.erase(gTokens.tokens.begin(),
                              gTokens.tokens.begin() + static_cast<long>(drop));
     }
-    if (gInput != nullptr) gInput->startCards(command);
+    if (gInput != nullptr)
+        gInput->startCards(command);
 }
 
 void clearCurrentCommand() {
@@ -47,9 +50,13 @@ void clearCurrentCommand() {
     gTokens = {};
 }
 
-Command const* currentCommand() { return gCommand ? &*gCommand : nullptr; }
+Command const* currentCommand() {
+    return gCommand ? &*gCommand : nullptr;
+}
 
-TokenizeResult const& currentTokens() { return gTokens; }
+TokenizeResult const& currentTokens() {
+    return gTokens;
+}
 
 KwelWorkspace* currentWorkspace() {
     return gInput != nullptr ? &gInput->workspace() : &emptyWorkspace();

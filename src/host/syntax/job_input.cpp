@@ -8,11 +8,16 @@ namespace host::syntax {
 
 namespace {
 
-constexpr std::size_t kMaxDiagnostics = 50;
+// Bytes of a binary file would flood the output: past this many they are only counted.
+constexpr std::size_t kMaxDiagnostics = 10;
 
-bool isSpaceOrTab(char c) { return c == ' ' || c == '\t'; }
+bool isSpaceOrTab(char c) {
+    return c == ' ' || c == '\t';
+}
 
-char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
+char upper(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 std::size_t firstNonBlank(std::string_view line) {
     std::size_t i = 0;
@@ -21,9 +26,11 @@ std::size_t firstNonBlank(std::string_view line) {
 }
 
 bool startsWithNoCase(std::string_view text, std::string_view prefix) {
-    if (text.size() < prefix.size()) return false;
+    if (text.size() < prefix.size())
+        return false;
     for (std::size_t i = 0; i < prefix.size(); ++i) {
-        if (upper(text[i]) != prefix[i]) return false;
+        if (upper(text[i]) != prefix[i])
+            return false;
     }
     return true;
 }
@@ -32,7 +39,8 @@ bool startsWithNoCase(std::string_view text, std::string_view prefix) {
 std::size_t findEndGpl(std::string_view line, std::size_t from) {
     constexpr std::string_view kEnd = "END GPL";
     for (std::size_t i = from; i + kEnd.size() <= line.size(); ++i) {
-        if (upper(line[i]) == 'E' && startsWithNoCase(line.substr(i), kEnd)) return i;
+        if (upper(line[i]) == 'E' && startsWithNoCase(line.substr(i), kEnd))
+            return i;
     }
     return std::string_view::npos;
 }
@@ -45,7 +53,8 @@ bool endsWithPeriod(std::string_view line) {
     for (std::size_t i = 0; i < line.size(); ++i) {
         char c = line[i];
         if (quote != 0) {
-            if (c == quote) quote = 0;
+            if (c == quote)
+                quote = 0;
             continue;
         }
         if (c == '\'' || c == '"') {
@@ -53,7 +62,8 @@ bool endsWithPeriod(std::string_view line) {
             period = false;
         } else if (c == '/' && i + 1 < line.size() && line[i + 1] == '*') {
             std::size_t close = line.find("*/", i + 2);
-            if (close == std::string_view::npos) break;
+            if (close == std::string_view::npos)
+                break;
             i = close + 1;
         } else if (!isSpaceOrTab(c)) {
             period = (c == '.');
@@ -62,11 +72,15 @@ bool endsWithPeriod(std::string_view line) {
     return quote == 0 && period;
 }
 
-bool lastNonBlankIsPeriod(std::string_view line) { return !line.empty() && line.back() == '.'; }
+bool lastNonBlankIsPeriod(std::string_view line) {
+    return !line.empty() && line.back() == '.';
+}
 
 bool isCommentStart(std::string_view rest) {
-    if (!rest.empty() && rest[0] == '*') return true;
-    if (!startsWithNoCase(rest, "COMMENT")) return false;
+    if (!rest.empty() && rest[0] == '*')
+        return true;
+    if (!startsWithNoCase(rest, "COMMENT"))
+        return false;
     return rest.size() == 7 || isSpaceOrTab(rest[7]) || rest[7] == '.';
 }
 
@@ -78,16 +92,19 @@ bool isBeginGplLine(std::string_view line) {
 }
 
 bool Command::startsWith(std::initializer_list<std::string_view> expected) const {
-    if (expected.size() > words.size()) return false;
+    if (expected.size() > words.size())
+        return false;
     std::size_t i = 0;
     for (auto const& w : expected) {
-        if (words[i++] != w) return false;
+        if (words[i++] != w)
+            return false;
     }
     return true;
 }
 
 JobInput::JobInput(std::string text) : text_(std::move(text)) {
-    if (text_.compare(0, 3, "\xEF\xBB\xBF") == 0) text_.erase(0, 3);
+    if (text_.compare(0, 3, "\xEF\xBB\xBF") == 0)
+        text_.erase(0, 3);
     sanitize(text_);
 
     std::size_t start = 0;
@@ -98,7 +115,8 @@ JobInput::JobInput(std::string text) : text_(std::move(text)) {
         std::size_t length = end - start;
         while (length > 0 && isSpaceOrTab(text_[start + length - 1])) --length;
         lines_.push_back({start, length});
-        if (end < n && text_[end] == '\r' && end + 1 < n && text_[end + 1] == '\n') ++end;
+        if (end < n && text_[end] == '\r' && end + 1 < n && text_[end + 1] == '\n')
+            ++end;
         start = end + 1;
     }
     workspace_.start(this, lines_.size());
@@ -118,13 +136,28 @@ void JobInput::sanitize(std::string& text) {
         }
     };
     for (std::size_t i = 0; i < text.size();) {
+        // Plain ASCII runs go in one piece.
+        std::size_t run = i;
+        while (run < text.size()) {
+            unsigned char b = static_cast<unsigned char>(text[run]);
+            if (b == 0 || b >= 0x80 || b == '\n' || b == '\r')
+                break;
+            ++run;
+        }
+        if (run > i) {
+            clean.append(text, i, run - i);
+            column += static_cast<int>(run - i);
+            i = run;
+            continue;
+        }
         Utf8Char c = decodeUtf8(text, i);
         if (!c.valid) {
-            report(fmt::format("The byte 0x{:02X} is not UTF-8 text; it was read as U+FFFD.",
-                               static_cast<unsigned char>(text[i])));
+            report(fmt::format(
+                "The byte 0x{:02X} in column {} is not UTF-8 text; it was read as U+FFFD.",
+                static_cast<unsigned char>(text[i]), column));
             clean.append(kReplacementUtf8);
         } else if (c.code == 0) {
-            report("A NUL byte was read as U+FFFD.");
+            report(fmt::format("The NUL byte in column {} was read as U+FFFD.", column));
             clean.append(kReplacementUtf8);
         } else {
             clean.append(text, i, c.length);
@@ -139,13 +172,15 @@ void JobInput::sanitize(std::string& text) {
     if (suppressed > 0) {
         diagnostics_.push_back(
             {line, column, false,
-             fmt::format("{} more bytes that are not UTF-8 text were read as U+FFFD.", suppressed)});
+             fmt::format("{} more bytes that are not UTF-8 text were read as U+FFFD.",
+                         suppressed)});
     }
     text.swap(clean);
 }
 
 std::string_view JobInput::line(std::size_t index) const {
-    if (index >= lines_.size()) return {};
+    if (index >= lines_.size())
+        return {};
     return std::string_view(text_).substr(lines_[index].start, lines_[index].length);
 }
 
@@ -156,7 +191,8 @@ void JobInput::startCards(Command const& command) {
 std::optional<Command> JobInput::commandAt(std::size_t lineIndex) const {
     std::size_t first = lineIndex;
     while (first < lines_.size() && line(first).empty()) ++first;
-    if (first >= lines_.size()) return std::nullopt;
+    if (first >= lines_.size())
+        return std::nullopt;
 
     Command command;
     std::string_view head = line(first);
@@ -208,15 +244,17 @@ std::optional<Command> JobInput::commandAt(std::size_t lineIndex) const {
     for (std::size_t i = first; i <= last; ++i) size += line(i).size() + 1;
     command.text.reserve(size);
     for (std::size_t i = first; i <= last; ++i) {
-        if (i > first) command.text += '\n';
+        if (i > first)
+            command.text += '\n';
         command.text.append(line(i));
     }
 
     // Dispatch words and the body behind the first word.
     std::string_view text = command.text;
     std::size_t pos = 0;
+    // The words come from the first line only.
     auto skipBlanks = [&] {
-        while (pos < text.size() && (isSpaceOrTab(text[pos]) || text[pos] == '\n')) ++pos;
+        while (pos < text.size() && isSpaceOrTab(text[pos])) ++pos;
     };
     skipBlanks();
     std::size_t bodyStart = std::string_view::npos;
@@ -224,7 +262,8 @@ std::optional<Command> JobInput::commandAt(std::size_t lineIndex) const {
         std::size_t start = pos;
         while (pos < text.size()) {
             Utf8Char c = decodeUtf8(text, pos);
-            if (!isNameChar(c.code)) break;
+            if (!isNameChar(c.code))
+                break;
             pos += c.length;
         }
         std::size_t end = pos;
@@ -242,16 +281,19 @@ std::optional<Command> JobInput::commandAt(std::size_t lineIndex) const {
         std::string word(text.substr(start, end - start));
         for (char& ch : word) ch = upper(ch);
         command.words.push_back(std::move(word));
-        if (bodyStart == std::string_view::npos) bodyStart = pos;
+        if (bodyStart == std::string_view::npos)
+            bodyStart = pos;
         skipBlanks();
     }
-    if (bodyStart == std::string_view::npos) bodyStart = text.size();
+    if (bodyStart == std::string_view::npos)
+        bodyStart = text.size();
     command.body = std::string(text.substr(bodyStart));
     // Place of the body start: count lines and characters up to it.
     int bodyLine = command.firstLine;
     std::size_t lineStart = 0;
     for (std::size_t i = 0; i < bodyStart; ++i) {
-        if (text[i] == '\n') ++bodyLine, lineStart = i + 1;
+        if (text[i] == '\n')
+            ++bodyLine, lineStart = i + 1;
     }
     int column = 1;
     for (std::size_t i = lineStart; i < bodyStart; i += decodeUtf8(text, i).length) ++column;

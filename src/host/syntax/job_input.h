@@ -25,7 +25,8 @@ struct Command {
     Kind kind = Kind::Ordinary;
     // As written: its lines joined by '\n', with trailing blanks cut; for the echo.
     std::string text;
-    // The first words (at most three), upper-cased, for dispatch: {"ADD", "VALUE", "LABELS"}.
+    // The first words of its first line (at most three), upper-cased, for dispatch:
+    // {"ADD", "VALUE", "LABELS"}.
     // A command that starts with no word has its first character as the only word.
     std::vector<std::string> words;
     // The text behind the first word, and where it starts.

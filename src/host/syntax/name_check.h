@@ -13,9 +13,9 @@ inline constexpr std::size_t kMaxNameBytes = 64;
 
 enum NameCheck : int {
     kNamePlain = 0,
-    kNameDollar = 1,    // $name: a system variable or a multiple-response set
-    kNameScratch = 2,   // #name: a scratch variable
-    kNameAt = 100,      // @name
+    kNameDollar = 1,   // $name: a system variable or a multiple-response set
+    kNameScratch = 2,  // #name: a scratch variable
+    kNameAt = 100,     // @name
     kNameEmpty = -1,
     kNameTooLong = -2,
     kNameBadFirst = -3,  // no letter first (behind the prefix, if any)

@@ -7,7 +7,9 @@
 
 ParserMessage::ParserMessage() = default;
 
-void ParserMessage::SetCommandName(char const* name) { commandName_ = name != nullptr ? name : ""; }
+void ParserMessage::SetCommandName(char const* name) {
+    commandName_ = name != nullptr ? name : "";
+}
 
 void ParserMessage::SetProcedureTitle(char const* title) {
     procedureTitle_ = title != nullptr ? title : "";
@@ -15,7 +17,9 @@ void ParserMessage::SetProcedureTitle(char const* title) {
 
 namespace {
 
-std::string orBlank(char const* text) { return text != nullptr ? text : ""; }
+std::string orBlank(char const* text) {
+    return text != nullptr ? text : "";
+}
 
 void reportError(std::string const& text) {
     BpError(BpString(text, false), BP_SHOW_OUTPUT, BP_LEVEL_ERROR);
@@ -25,8 +29,8 @@ void reportError(std::string const& text) {
 
 void ParserMessage::ParenRequired(char const* subcommand) {
     std::string const& who = !commandName_.empty() ? commandName_ : procedureTitle_;
-    std::string text = fmt::format("the {} subcommand needs a left parenthesis here.",
-                                   orBlank(subcommand));
+    std::string text =
+        fmt::format("the {} subcommand needs a left parenthesis here.", orBlank(subcommand));
     reportError(who.empty() ? "The" + text.substr(3) : who + ": " + text);
 }
 

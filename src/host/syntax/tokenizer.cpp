@@ -11,7 +11,8 @@ namespace host::syntax {
 
 bool TokenizeResult::hasErrors() const {
     for (auto const& d : diagnostics) {
-        if (d.error) return true;
+        if (d.error)
+            return true;
     }
     return false;
 }
@@ -24,7 +25,8 @@ constexpr std::size_t kMaxDiagnostics = 50;
 using Op = TokenSequenceBase::OperatorCode;
 
 std::string describeChar(char32_t c) {
-    if (c < 0x20 || c == 0x7F) return fmt::format("the control character U+{:04X}", unsigned(c));
+    if (c < 0x20 || c == 0x7F)
+        return fmt::format("the control character U+{:04X}", unsigned(c));
     std::string shown;
     appendUtf8(shown, c);
     return fmt::format("the character '{}' (U+{:04X})", shown, unsigned(c));
@@ -43,8 +45,8 @@ public:
         while (pos_ < text_.size()) step();
         if (suppressed_ > 0) {
             result_.diagnostics.push_back(
-                {line_, col_, true, fmt::format("{} more problems in this command were not listed.",
-                                                suppressed_)});
+                {line_, col_, true,
+                 fmt::format("{} more problems in this command were not listed.", suppressed_)});
         }
         return std::move(result_);
     }
@@ -80,7 +82,8 @@ private:
         if (c.code == '\n') {
             ++line_, col_ = 1;
         } else if (c.code == '\r') {
-            if (byteAt(0) != '\n') ++line_, col_ = 1;
+            if (byteAt(0) != '\n')
+                ++line_, col_ = 1;
         } else {
             ++col_;
         }
@@ -101,9 +104,11 @@ private:
     }
 
     bool lastTokenIsValue() const {
-        if (result_.tokens.empty()) return false;
+        if (result_.tokens.empty())
+            return false;
         auto const& t = result_.tokens.back();
-        if (!t.IsOperator()) return true;
+        if (!t.IsOperator())
+            return true;
         return t.getOperatorCode() == TokenSequenceBase::OP_RIGHT_PAREN ||
                t.getOperatorCode() == TokenSequenceBase::OP_RIGHT_BRACKET;
     }
@@ -120,9 +125,12 @@ private:
             return;
         }
         char32_t ch = c.code;
-        if (ch == '/' && byteAt(1) == '*') return comment();
-        if (ch == '\'' || ch == '"') return literal();
-        if (isDigit(ch) || (ch == '.' && digitAt(1))) return number();
+        if (ch == '/' && byteAt(1) == '*')
+            return comment();
+        if (ch == '\'' || ch == '"')
+            return literal();
+        if (isDigit(ch) || (ch == '.' && digitAt(1)))
+            return number();
         if (ch == '-' && (digitAt(1) || (byteAt(1) == '.' && digitAt(2))) && isSignHere()) {
             return number();
         }
@@ -133,7 +141,8 @@ private:
             take();
             return;
         }
-        if (op()) return;
+        if (op())
+            return;
         Mark at = mark();
         take();
         if (isTypographicQuote(ch)) {
@@ -148,7 +157,8 @@ private:
 
     // A minus in front of a digit is a sign unless it directly follows a value (`a-2`).
     bool isSignHere() const {
-        if (!lastTokenIsValue()) return true;
+        if (!lastTokenIsValue())
+            return true;
         return pos_ > 0 && isAsciiSpace(text_[pos_ - 1]);
     }
 
@@ -159,7 +169,8 @@ private:
                 take(), take();
                 return;
             }
-            if (byteAt(0) == '\n' || byteAt(0) == '\r') return;  // ends with its line
+            if (byteAt(0) == '\n' || byteAt(0) == '\r')
+                return;  // ends with its line
             take();
         }
     }
@@ -170,7 +181,8 @@ private:
         Mark afterLastNonPeriod = at;
         while (!atEnd()) {
             Utf8Char c = peek();
-            if (c.valid && !isNameChar(c.code)) break;
+            if (c.valid && !isNameChar(c.code))
+                break;
             std::size_t start = pos_;
             take();
             if (c.valid) {
@@ -178,7 +190,8 @@ private:
             } else {
                 text.append(kReplacementUtf8);
             }
-            if (c.code != '.') afterLastNonPeriod = mark();
+            if (c.code != '.')
+                afterLastNonPeriod = mark();
         }
         // A word never ends in a period: that belongs to the command or stands alone.
         if (afterLastNonPeriod.pos != pos_) {
@@ -195,12 +208,29 @@ private:
         take();
         while (!atEnd()) {
             char b = byteAt(0);
-            if (b == '\n' || b == '\r') break;
+            if (b == '\n' || b == '\r')
+                break;
             if (b == quote) {
                 take();
-                if (byteAt(0) != quote) return true;
+                if (byteAt(0) != quote)
+                    return true;
                 take();
                 out += quote;
+                continue;
+            }
+            // Plain ASCII runs go in one piece: a literal may be megabytes long.
+            std::size_t run = pos_;
+            while (run < text_.size()) {
+                unsigned char r = static_cast<unsigned char>(text_[run]);
+                if (r >= 0x80 || r == '\n' || r == '\r' || r == static_cast<unsigned char>(quote)) {
+                    break;
+                }
+                ++run;
+            }
+            if (run > pos_) {
+                out.append(text_.substr(pos_, run - pos_));
+                col_ += static_cast<int>(run - pos_);
+                pos_ = run;
                 continue;
             }
             Utf8Char c = peek();
@@ -212,9 +242,9 @@ private:
                 out.append(kReplacementUtf8);
             }
         }
-        problem(true, at.line, at.col,
-                fmt::format("The quoted text that starts here has no closing {} on its line.",
-                            quote));
+        problem(
+            true, at.line, at.col,
+            fmt::format("The quoted text that starts here has no closing {} on its line.", quote));
         return false;
     }
 
@@ -244,7 +274,8 @@ private:
     void number() {
         Mark at = mark();
         std::size_t start = pos_;
-        if (byteAt(0) == '-') take();
+        if (byteAt(0) == '-')
+            take();
         while (digitAt(0)) take();
         if (byteAt(0) == '.' && digitAt(1)) {
             take();
@@ -254,7 +285,8 @@ private:
             std::size_t sign = (byteAt(1) == '+' || byteAt(1) == '-') ? 1 : 0;
             if (digitAt(1 + sign)) {
                 take();
-                if (sign) take();
+                if (sign)
+                    take();
                 while (digitAt(0)) take();
             }
         }
@@ -311,7 +343,8 @@ private:
         };
         std::string_view rest = text_.substr(pos_);
         for (auto const& e : kOps) {
-            if (rest.substr(0, e.text.size()) != e.text) continue;
+            if (rest.substr(0, e.text.size()) != e.text)
+                continue;
             Mark at = mark();
             for (std::size_t i = 0; i < e.text.size(); ++i) take();
             add(TokenInfoObj::KIND_OPERATOR, std::string(e.text), at, 0.0, e.code);

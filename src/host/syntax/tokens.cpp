@@ -21,8 +21,7 @@ std::vector<TokenProblem> const& TokenSequenceBase::Problems() const {
 
 TokenInfoObj::TokenInfoObj(Kind kind, std::string text, double number,
                            TokenSequenceBase::OperatorCode op, int line, int column)
-    : kind_(kind), text_(std::move(text)), number_(number), op_(op), line_(line),
-      column_(column) {}
+    : kind_(kind), text_(std::move(text)), number_(number), op_(op), line_(line), column_(column) {}
 
 bool TokenInfoObj::IsVarName() const {
     return kind_ == KIND_WORD && ValidateKWELName(text_.c_str()) >= 0;
@@ -34,15 +33,20 @@ bool TokenInfoObj::IsInteger() const {
 }
 
 int TokenInfoObj::getInteger() const {
-    if (IsInteger()) return static_cast<int>(number_);
-    if (!(number_ == number_)) return 0;  // NaN
-    if (number_ <= INT_MIN) return INT_MIN;
-    if (number_ >= INT_MAX) return INT_MAX;
+    if (IsInteger())
+        return static_cast<int>(number_);
+    if (!(number_ == number_))
+        return 0;  // NaN
+    if (number_ <= INT_MIN)
+        return INT_MIN;
+    if (number_ >= INT_MAX)
+        return INT_MAX;
     return static_cast<int>(number_);
 }
 
 KWEL_TokenSequence::KWEL_TokenSequence(bool current) {
-    if (!current) return;
+    if (!current)
+        return;
     auto const& now = host::syntax::currentTokens();
     tokens_ = now.tokens;
     problems_ = now.diagnostics;
@@ -67,14 +71,16 @@ bool KWEL_TokenSequence::Next() {
 }
 
 TokenInfoObj const* KWEL_TokenSequence::Current() const {
-    if (position_ < 0 || position_ >= static_cast<long>(tokens_.size())) return nullptr;
+    if (position_ < 0 || position_ >= static_cast<long>(tokens_.size()))
+        return nullptr;
     return &tokens_[static_cast<std::size_t>(position_)];
 }
 
 SubComObj::SubComObj(std::string name) : name_(std::move(name)) {}
 
 TokenInfoObj* SubComObj::getTokenObj(int index) const {
-    if (index < 0 || index >= getTokenListSize()) return nullptr;
+    if (index < 0 || index >= getTokenListSize())
+        return nullptr;
     return tokens_[static_cast<std::size_t>(index)].get();
 }
 
@@ -86,7 +92,8 @@ CommandSpec::CommandSpec() = default;
 CommandSpec::~CommandSpec() = default;
 
 SubComObj* CommandSpec::getSubComObj(int index) const {
-    if (index < 0 || index >= getSubComListSize()) return nullptr;
+    if (index < 0 || index >= getSubComListSize())
+        return nullptr;
     return subcommands_[static_cast<std::size_t>(index)].get();
 }
 
@@ -123,32 +130,35 @@ int UniversalParser::getCommandSpecifications() {
                problem.error ? BP_LEVEL_ERROR : BP_LEVEL_WARNING);
         failed = failed || problem.error;
     }
-    if (failed) return 1;
+    if (failed)
+        return 1;
 
     std::vector<TokenInfoObj> tokens;
     while (tokens_.Next()) {
-        if (TokenInfoObj const* token = tokens_.Current()) tokens.push_back(*token);
+        if (TokenInfoObj const* token = tokens_.Current())
+            tokens.push_back(*token);
     }
 
     int depth = 0;
     SubComObj* current = nullptr;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         TokenInfoObj const& token = tokens[i];
-        if (isOperator(token, TokenSequenceBase::OP_COMMA)) continue;
+        if (isOperator(token, TokenSequenceBase::OP_COMMA))
+            continue;
 
         bool const opensSubcommand = isOperator(token, TokenSequenceBase::OP_SLASH) && depth == 0;
         if (opensSubcommand || current == nullptr) {
             std::size_t nameAt = opensSubcommand ? i + 1 : i;
             if (nameAt >= tokens.size() || !tokens[nameAt].IsString()) {
                 if (opensSubcommand) {
-                    report(token.line(), token.column(),
-                           "A subcommand name must follow the slash.", BP_LEVEL_ERROR);
+                    report(token.line(), token.column(), "A subcommand name must follow the slash.",
+                           BP_LEVEL_ERROR);
                     return 2;
                 }
-                report(token.line(), token.column(),
-                       fmt::format("A subcommand name is expected here, not {}.",
-                                   token.getString()),
-                       BP_LEVEL_ERROR);
+                report(
+                    token.line(), token.column(),
+                    fmt::format("A subcommand name is expected here, not {}.", token.getString()),
+                    BP_LEVEL_ERROR);
                 return 3;
             }
             current = spec_.addSubCom(tokens[nameAt].getString());

@@ -24,8 +24,12 @@ Utf8Char decodeUtf8(std::string_view text, std::size_t pos);
 // Appends the UTF-8 form of a code point.
 void appendUtf8(std::string& out, char32_t code);
 
-inline bool isAsciiLetter(char32_t c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-inline bool isDigit(char32_t c) { return c >= '0' && c <= '9'; }
+inline bool isAsciiLetter(char32_t c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+inline bool isDigit(char32_t c) {
+    return c >= '0' && c <= '9';
+}
 
 // Blanks between tokens: ASCII white space, the no-break space and the ideographic space.
 bool isBlank(char32_t c);
@@ -41,6 +45,8 @@ inline bool isNameChar(char32_t c) {
 }
 
 // Typographic quotes that people paste from word processors in place of ' and ".
-inline bool isTypographicQuote(char32_t c) { return c >= 0x2018 && c <= 0x201F; }
+inline bool isTypographicQuote(char32_t c) {
+    return c >= 0x2018 && c <= 0x201F;
+}
 
 }  // namespace host::syntax

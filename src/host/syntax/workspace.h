@@ -30,6 +30,7 @@ struct KwelWorkspace {
     int readsPastEnd = 0;
     bool lastReadFoundNothing = false;
     int collector = 0;
+    int attentionChecks = 0;
     bool skipped = false;
     bool gaveBack = false;
 
