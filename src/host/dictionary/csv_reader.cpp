@@ -119,7 +119,6 @@ private:
     std::string const& name_;
     DiagnosticSink sink_;
     std::string scratch_;
-    bool inferring_ = false;
 };
 
 std::string_view Parser::readText() {
