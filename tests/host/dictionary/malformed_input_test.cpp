@@ -225,3 +225,33 @@ TEST(CsvNumbers, ParsedExactlyOnEveryPath) {
     }
     EXPECT_EQ(table.columns[0].maxDecimals, 21);
 }
+
+TEST(MalformedCsv, ArbitraryBytesNeverCrashOrHang) {
+    // Mutations of a small valid file, with the bytes that matter most to the readers.
+    std::string const seed = "a,b,c\n1,\"x,\"\"y\",2.5\r\n3,,\"multi\nline\"\n";
+    std::string const json = R"({"fields":[{"name":"a","type":"string","width":2,"categories":[{"value":"1","label":"x"}],
+"missingValues":[{"low":1}]}],"mrsets":[{"name":"$m","type":"dichotomy","variables":["a"],"countedValue":1}]})";
+    char const alphabet[] = {',', '"', '\n', '\r', '\0', '\xC3', '\xFF', '1', '.', '-', 'e', '{', '}', '[', ':'};
+    std::uint32_t state = 12345;
+    auto next = [&state] {
+        state = state * 1664525u + 1013904223u;
+        return state >> 8;
+    };
+    for (int round = 0; round < 400; ++round) {
+        std::string csv = seed;
+        std::string dict = json;
+        for (int k = 0; k < 1 + round % 5; ++k) {
+            csv[next() % csv.size()] = alphabet[next() % sizeof alphabet];
+            dict[next() % dict.size()] = alphabet[next() % sizeof alphabet];
+        }
+        csv.resize(next() % (csv.size() + 1));
+        std::vector<hd::Diagnostic> messages;
+        auto table = hd::readCsvText(csv, "f.csv", {}, messages);
+        for (auto const& column : table.columns) {
+            std::size_t const stored = column.numeric ? column.numbers.size()
+                                                      : column.cells.size() / static_cast<std::size_t>(column.cellsPerValue);
+            EXPECT_EQ(stored, static_cast<std::size_t>(table.rows)) << csv;
+        }
+        (void)hd::readDictionaryText(dict, "f.json", messages);
+    }
+}
