@@ -24,7 +24,8 @@ void RelabelString::AddCaseValueRelabel(double value, OBS* cell, int index,
         std::ostringstream out;
         out.precision(16);
         out << number;
-        if (out) record.text = out.str();
+        if (out)
+            record.text = out.str();
     }
     if (resolver && cell) {
         if (KWEL_Variable const* variable = resolver->getKWELVariable()) {
@@ -34,7 +35,8 @@ void RelabelString::AddCaseValueRelabel(double value, OBS* cell, int index,
             variable->GetFormatEx(type, width, decimals);
             // A string keeps its trailing blanks here; chart completion trims them.
             if (type == FMT_A && width > 0) {
-                record.text.assign(reinterpret_cast<char const*>(cell), static_cast<std::size_t>(width));
+                record.text.assign(reinterpret_cast<char const*>(cell),
+                                   static_cast<std::size_t>(width));
             }
         }
         record.label = resolver->getValueLabel("", cell);
@@ -46,7 +48,8 @@ bool RelabelString::getCaseValueRelabelContent(int index, unsigned int n, double
                                                std::string& text, std::string& label) const {
     unsigned int seen = 0;
     for (auto const& record : d->records) {
-        if (record.index != index) continue;
+        if (record.index != index)
+            continue;
         if (seen++ == n) {
             value = record.value;
             text = record.text;

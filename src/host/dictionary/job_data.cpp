@@ -10,7 +10,8 @@ JobDataResult loadJobData(std::string const& dataPath, std::vector<std::string> 
     resetDatasets();
     auto take = [&result](LoadResult& load) {
         result.messages.insert(result.messages.end(), load.messages.begin(), load.messages.end());
-        if (!load.ok()) result.ok = false;
+        if (!load.ok())
+            result.ok = false;
     };
     if (!dataPath.empty()) {
         LoadResult load = loadDataset(dataPath);

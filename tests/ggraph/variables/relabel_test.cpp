@@ -14,7 +14,8 @@ namespace hd = host::dictionary;
 
 namespace {
 
-void label(hd::Dataset& data, int index, double number, std::string const& text, std::string const& text2) {
+void label(hd::Dataset& data, int index, double number, std::string const& text,
+           std::string const& text2) {
     auto& variable = hd::variableAt(data, index);
     auto labels = std::make_shared<hd::ValueLabels>(*variable.labels);
     labels->entries.push_back(hd::makeLabelEntry(variable, number, text, text2));
@@ -38,8 +39,10 @@ std::shared_ptr<hd::Dataset> sample() {
     hd::variableAt(*data, car).label = "Car";
     hd::variableAt(*data, car).hasLabel = true;
     data->sets.emplace_back("$ab", 1, "", std::vector<std::string>{"a", "b"}, "", false);
-    data->sets.emplace_back("$veh", 2, "Vehicles", std::vector<std::string>{"car", "motorbike"}, "1", false);
-    data->sets.emplace_back("$vehx", 2, "", std::vector<std::string>{"car", "motorbike"}, "1", true);
+    data->sets.emplace_back("$veh", 2, "Vehicles", std::vector<std::string>{"car", "motorbike"},
+                            "1", false);
+    data->sets.emplace_back("$vehx", 2, "", std::vector<std::string>{"car", "motorbike"}, "1",
+                            true);
     return data;
 }
 
