@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Runs the benchmarks of a bench build and the peer comparison. Usage: bench/run.sh [BUILD_DIR]
+# GGRAPH_BENCH_ROWS (default 10000000) sets the size of the generated CSV.
+set -euo pipefail
+build=${1:-build-bench}
+here=$(cd "$(dirname "$0")" && pwd)
+rows=${GGRAPH_BENCH_ROWS:-10000000}
+csv=${GGRAPH_BENCH_CSV:-$build/bench_${rows}.csv}
+bench=$build/bench/csv_load_bench
+
+if [ ! -f "$csv" ]; then
+  echo "Generating $csv ($rows rows)..."
+  "$bench" --generate "$csv" "$rows"
+fi
+ours=$(mktemp)
+trap 'rm -f "$ours"' EXIT
+GGRAPH_BENCH_CSV=$csv "$bench" --benchmark_out="$ours" --benchmark_out_format=json
+# Debian's pandas lives with the system interpreter.
+/usr/bin/python3 "$here/pandas_peer.py" "$csv" "$ours"

@@ -1,0 +1,207 @@
+// Bad data and bad dictionaries: each gives a clear message naming the file, line and column,
+// and what can be read safely is kept.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "host/dictionary/csv_reader.h"
+#include "host/dictionary/dictionary_json.h"
+#include "host/dictionary/loader.h"
+
+namespace hd = host::dictionary;
+
+namespace {
+
+std::string joined(std::vector<hd::Diagnostic> const& messages) {
+    std::string out;
+    for (auto const& m : messages) out += m.toString() + "\n";
+    return out;
+}
+
+hd::CsvTable read(std::string const& text, std::vector<hd::Diagnostic>& messages) {
+    return hd::readCsvText(text, "t.csv", {}, messages);
+}
+
+// Files of one test, removed afterwards.
+class TempFolder {
+public:
+    TempFolder() {
+        path_ = std::filesystem::temp_directory_path() /
+                ("ggraph_dict_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
+                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        std::filesystem::create_directories(path_);
+    }
+    ~TempFolder() { std::filesystem::remove_all(path_); }
+    std::string write(std::string const& name, std::string const& text) const {
+        std::ofstream(path_ / name, std::ios::binary) << text;
+        return (path_ / name).string();
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+}  // namespace
+
+TEST(MalformedCsv, RaggedRowsAreReportedByLineAndKeptAligned) {
+    std::vector<hd::Diagnostic> messages;
+    auto table = read("a,b,c\n1,2,3\n4,5\n6,7,8,9\n10,11,12\n", messages);
+    ASSERT_TRUE(table.ok);
+    EXPECT_EQ(table.rows, 4);
+    ASSERT_EQ(messages.size(), 2u) << joined(messages);
+    EXPECT_EQ(messages[0].line, 3);
+    EXPECT_NE(messages[0].text.find("2 field(s), the header 3"), std::string::npos);
+    EXPECT_EQ(messages[1].line, 4);
+    EXPECT_NE(messages[1].text.find("extra fields are ignored"), std::string::npos);
+    // The short row's last cell is missing; the columns stay the same length.
+    EXPECT_EQ(table.columns[2].numbers.size(), 4u);
+    EXPECT_EQ(table.columns[2].numbers[1], std::numeric_limits<double>::lowest());
+    EXPECT_EQ(table.columns[2].numbers[3], 12);
+}
+
+TEST(MalformedCsv, BadQuotingAndCutShortFiles) {
+    std::vector<hd::Diagnostic> messages;
+    auto table = read("a,b\n\"x\"y,1\nz\"q,2\n", messages);
+    ASSERT_EQ(messages.size(), 2u) << joined(messages);
+    EXPECT_EQ(messages[0].line, 2);
+    EXPECT_EQ(messages[0].column, 4);
+    EXPECT_NE(messages[0].text.find("closing quote"), std::string::npos);
+    EXPECT_EQ(messages[1].line, 3);
+    EXPECT_EQ(messages[1].column, 2);
+    EXPECT_EQ(table.columns[0].text, "xyz\"q");
+
+    // A quoted field still open at the end of the file, as in a file cut short: the message
+    // points at the opening quote, however far the field ran.
+    messages.clear();
+    std::string text = "a,b\n1,2\n3,\"" + std::string(100000, 'x') + "\nmore";
+    table = read(text, messages);
+    ASSERT_TRUE(table.ok);
+    EXPECT_EQ(table.rows, 2);
+    ASSERT_GE(messages.size(), 1u);
+    EXPECT_EQ(messages[0].level, hd::Diagnostic::Error);
+    EXPECT_EQ(messages[0].line, 3);
+    EXPECT_EQ(messages[0].column, 3);
+    EXPECT_NE(messages[0].text.find("cut short"), std::string::npos);
+    // The runaway value is cut to the widest string kept.
+    EXPECT_EQ(table.columns[1].maxLength, hd::kMaxStringWidth);
+    EXPECT_NE(joined(messages).find("is longer than 32767"), std::string::npos);
+}
+
+TEST(MalformedCsv, BadUtf8IsNamedWithItsPlace) {
+    std::vector<hd::Diagnostic> messages;
+    auto table = read("name\nok\nab\xC3(x\n", messages);
+    ASSERT_EQ(messages.size(), 1u) << joined(messages);
+    EXPECT_EQ(messages[0].line, 3);
+    EXPECT_EQ(messages[0].column, 3);
+    EXPECT_NE(messages[0].text.find("0xC3"), std::string::npos);
+    EXPECT_EQ(table.rows, 2);
+}
+
+TEST(MalformedCsv, LateTextKeepsEarlierSpellingsAndFloodsAreCut) {
+    std::vector<hd::Diagnostic> messages;
+    auto table = read("code\n007\n12.50\nx1\n", messages);
+    EXPECT_FALSE(table.columns[0].numeric);
+    EXPECT_EQ(table.columns[0].text, "00712.50x1");
+
+    // Fifty ragged rows: ten messages and one that counts the rest.
+    std::string text = "a,b\n";
+    for (int i = 0; i < 50; ++i) text += "1\n";
+    messages.clear();
+    read(text, messages);
+    ASSERT_EQ(messages.size(), 11u);
+    EXPECT_NE(messages.back().text.find("40 more"), std::string::npos);
+}
+
+TEST(MalformedCsv, EmptyAndMissingFiles) {
+    TempFolder folder;
+    auto empty = hd::loadDataset(folder.write("empty.csv", ""));
+    EXPECT_FALSE(empty.ok());
+    EXPECT_TRUE(empty.dataset->fatal);
+    ASSERT_EQ(empty.messages.size(), 1u);
+    EXPECT_NE(empty.messages[0].toString().find("empty.csv: error: the file is empty"), std::string::npos);
+
+    auto missing = hd::loadDataset(folder.write("x", "") + "_nope.csv");
+    EXPECT_FALSE(missing.ok());
+    ASSERT_EQ(missing.messages.size(), 1u);
+    EXPECT_NE(missing.messages[0].text.find("No such file"), std::string::npos);
+
+    auto headerOnly = hd::loadDataset(folder.write("header.csv", "a,b\n"));
+    EXPECT_TRUE(headerOnly.ok());
+    EXPECT_EQ(headerOnly.dataset->cases, 0);
+    EXPECT_EQ(headerOnly.dataset->variables.size(), 2u);
+}
+
+TEST(MalformedDictionary, SyntaxErrorsNameLineAndColumn) {
+    std::vector<hd::Diagnostic> messages;
+    auto dict = hd::readDictionaryText("{\n  \"fields\": [\n    {\"name\": \"a\",}\n  ]\n}", "d.json", messages);
+    EXPECT_FALSE(dict.has_value());
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].line, 3);
+    EXPECT_EQ(messages[0].column, 18);  // the brace behind the comma
+    EXPECT_NE(messages[0].text.find("not valid JSON"), std::string::npos);
+
+    messages.clear();
+    dict = hd::readDictionaryText("{\"fields\": [{\"name\": \"a\", \"width\": \"8\"}]}", "d.json", messages);
+    EXPECT_TRUE(dict.has_value());
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_NE(messages[0].text.find("width \"8\""), std::string::npos);
+}
+
+TEST(MalformedDictionary, WrongNamesMeasuresFormatsAndMembers) {
+    TempFolder folder;
+    std::string const csv = folder.write("d.csv", "id,name,score\n1,a,x\n2,b,3\n");
+    folder.write("d.csv.json", R"({
+  "fields": [
+    {"name": "id", "measure": "contin"},
+    {"name": "name", "type": "string", "printFormat": {"type": "dollar", "width": 8}},
+    {"name": "score", "type": "number"},
+    {"name": "ghost", "type": "number"}
+  ],
+  "weight": "name",
+  "split": {"variables": ["nosuch"]},
+  "mrsets": [{"name": "$s", "type": "category", "variables": ["id", "gone"]},
+             {"name": "$t", "type": "tricky", "variables": ["id"]}]
+})");
+    auto result = hd::loadDataset(csv);
+    ASSERT_TRUE(result.ok());  // the job still runs with what could be read
+    std::string const all = joined(result.messages);
+    auto expectLine = [&](std::string const& fragment, int line) {
+        for (auto const& m : result.messages) {
+            if (m.text.find(fragment) != std::string::npos) {
+                EXPECT_EQ(m.line, line) << fragment;
+                return;
+            }
+        }
+        ADD_FAILURE() << "no message with \"" << fragment << "\" in\n" << all;
+    };
+    expectLine("unknown measure \"contin\"", 3);
+    expectLine("print format DOLLAR does not fit a string", 4);
+    expectLine("\"x\" is not a number", 2);
+    expectLine("\"ghost\" names a column", 6);
+    expectLine("weight variable \"name\" is a string", 8);
+    expectLine("split variable \"nosuch\" does not exist", 9);
+    expectLine("member \"gone\" does not exist", 10);
+    expectLine("unknown type \"tricky\"", 11);
+    EXPECT_EQ(result.dataset->weight, -1);
+    ASSERT_EQ(result.dataset->sets.size(), 1u);
+    EXPECT_EQ(result.dataset->sets[0].GetVariableNames(VariableSet::CHANGECASE_NONE).size(), 1u);
+    // The bad score is missing; the good one is kept.
+    EXPECT_EQ(result.dataset->columns[2][1], 3.0);
+}
+
+TEST(MalformedDictionary, DictionaryNamingItsCsvAndHeaderRenames) {
+    TempFolder folder;
+    folder.write("data.csv", "Start date,2x,,Start date\n1,2,3,4\n");
+    auto result = hd::loadDataset(folder.write("dict.json", R"({"path": "data.csv", "fields": []})"));
+    ASSERT_TRUE(result.ok()) << joined(result.messages);
+    std::vector<std::string> names;
+    for (auto const& v : result.dataset->variables) names.push_back(v->GetName());
+    EXPECT_EQ(names, (std::vector<std::string>{"Start_date", "V2x", "V3", "Start_date_2"}));
+    EXPECT_EQ(result.messages.size(), 4u);
+
+    auto noPath = hd::loadDataset(folder.write("nopath.json", R"({"fields": []})"));
+    EXPECT_FALSE(noPath.ok());
+    EXPECT_NE(joined(noPath.messages).find("no \"path\""), std::string::npos);
+}
