@@ -1031,11 +1031,21 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         yLo = std::min(yLo, 0.0);
         yHi = std::max(yHi, 0.0);
     }
-    LinScale yScale = trainLinear(yLo, yHi, yScaleSpec, &spec.axes[2], true);
+    // Bars and areas get a round domain from their base; points and lines a small margin so
+    // that marks at the ends are not cut by the axes.
+    auto pad = [](double& lo, double& hi, ScaleSpec const* s) {
+        if (s && s->type == "log") return;
+        double d = (hi - lo) * 0.05;
+        if (!(s && s->hasMin)) lo -= d;
+        if (!(s && s->hasMax)) hi += d;
+    };
+    if (!anyBar) pad(yLo, yHi, yScaleSpec);
+    LinScale yScale = trainLinear(yLo, yHi, yScaleSpec, &spec.axes[2], anyBar);
     LinScale xScale;
     if (!xCategorical) {
         if (!std::isfinite(xLo)) xLo = 0, xHi = 1;
-        xScale = trainLinear(xLo, xHi, xScaleSpec, &spec.axes[1], true);
+        pad(xLo, xHi, xScaleSpec);
+        xScale = trainLinear(xLo, xHi, xScaleSpec, &spec.axes[1], false);
     }
 
     // Series (colours and shapes) for the legend.
@@ -1089,6 +1099,10 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         return var->label.empty() ? var->name : var->label;
     };
     std::string xTitle = axisTitle(1, xVar, {});
+    if (clusterVar)
+        xTitle = spec.axes[3].labelSet ? spec.axes[3].label
+                                       : (clusterVar->label.empty() ? clusterVar->name
+                                                                    : clusterVar->label);
     std::string yTitle = axisTitle(2, yVar, yNames);
     bool xHidden = spec.axes[1].hidden, yHidden = spec.axes[2].hidden;
 
@@ -1182,6 +1196,11 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     };
     auto ticksOf = [&](int dim) {
         std::vector<TickText> out;
+        if (dim == 1 && xCategorical && !clusterCat.keys.empty()) {
+            for (std::size_t i = 0; i < clusterCat.keys.size(); ++i)
+                out.push_back({clusterCat.label(clusterCat.keys[i]), double(i), clusterCat.keys[i]});
+            return out;
+        }
         if (dim == 1 && xCategorical) {
             for (std::size_t i = 0; i < xCat.keys.size(); ++i)
                 out.push_back({xCat.label(xCat.keys[i]), double(i), xCat.keys[i]});
@@ -1192,6 +1211,11 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         NumberFormat f;
         ChartVariableRecord const* var = dim == 1 ? xVar : yVar;
         if (var && var->format.set) f = var->format;
+        // Without a format, thousands are grouped only where a number is long enough to need
+        // it, so that years read as years.
+        double biggest = 0;
+        for (double t : s.ticks) biggest = std::max(biggest, std::fabs(t));
+        if (!f.set) f.grouping = biggest >= 10000;
         if (!yStatistic.empty() && dim == 2 && (yStatistic == "summary.count")) f = {};
         if (dim == 2 && (yStatistic == "summary.percent" || yStatistic == "summary.percent.count"))
             f.suffix = "%";
@@ -1269,6 +1293,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         }
     };
     auto catCenter = [&](std::size_t i, double extent) {
+        if (!clusterCat.keys.empty()) return extent / double(nClusters) * (double(i) + 0.5);
         return extent / double(nCats) * (double(i) + 0.5);
     };
 
