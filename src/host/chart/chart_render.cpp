@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <map>
 #include <optional>
@@ -19,6 +20,8 @@ namespace {
 
 using gpl::Node;
 constexpr double kSysmis = -std::numeric_limits<double>::max();
+
+double roundTick(double v);
 
 Color hexColor(std::string const& hex, double alpha = 1) {
     unsigned v = 0;
@@ -606,8 +609,11 @@ LinScale trainLinear(double lo, double hi, ScaleSpec const* scale, AxisGuide con
     double first = guide && guide->hasStart ? guide->start
                                             : std::ceil(lo / s.step - 1e-9) * s.step;
     s.ticks.clear();
-    for (double t = first; t <= hi + s.step * 1e-9 && s.ticks.size() < 200; t += s.step)
+    for (int k = 0; s.ticks.size() < 200; ++k) {
+        double t = roundTick(first + k * s.step);
+        if (t > hi + s.step * 1e-9) break;
         if (t >= lo - s.step * 1e-9) s.ticks.push_back(std::fabs(t) < s.step * 1e-9 ? 0 : t);
+    }
     s.reverse = scale && scale->reverse;
     return s;
 }
@@ -688,6 +694,16 @@ TextSize FixedTextMeasurer::measure(std::string const& text, double fontSize, bo
     return {0.6 * fontSize * static_cast<double>(chars), 1.2 * fontSize};
 }
 
+namespace {
+// k * step carries binary noise (0.6000000000000001); ticks are decimal numbers.
+double roundTick(double v) {
+    if (v == 0) return 0;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.12g", v);
+    return std::strtod(buffer, nullptr);
+}
+}  // namespace
+
 std::vector<double> niceTicks(double lo, double hi, int target) {
     if (!(hi > lo) || !std::isfinite(lo) || !std::isfinite(hi)) return {lo};
     double raw = (hi - lo) / std::max(target - 1, 1);
@@ -699,12 +715,8 @@ std::vector<double> niceTicks(double lo, double hi, int target) {
             break;
         }
     std::vector<double> out;
-    double first = std::floor(lo / step + 1e-9) * step;
-    for (double t = first; t <= std::ceil(hi / step - 1e-9) * step + step * 1e-6; t += step) {
-        double v = std::round(t / step) * step;
-        out.push_back(std::fabs(v) < step * 1e-9 ? 0 : v);
-        if (out.size() > 100) break;
-    }
+    double k0 = std::floor(lo / step + 1e-9), k1 = std::ceil(hi / step - 1e-9);
+    for (double k = k0; k <= k1 && out.size() <= 100; ++k) out.push_back(roundTick(k * step));
     return out;
 }
 
