@@ -383,6 +383,11 @@ private:
                 ++p_;
                 std::vector<Node> items;
                 if (!arguments(items, depth + 1, "(...)", open)) return std::nullopt;
+                if (items.empty()) {
+                    report(diags_, Msg::ExpectedExpression, cur().line, cur().column,
+                           describeToken(cur()));
+                    return std::nullopt;
+                }
                 if (items.size() == 1) return std::move(items.front());
                 Node n = make(Node::Kind::Tuple, open);
                 n.args = std::move(items);
