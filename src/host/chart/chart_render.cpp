@@ -513,9 +513,19 @@ struct CatScale {
     }
 };
 
+bool allNumbers(std::vector<std::string> const& keys) {
+    for (auto const& k : keys) {
+        char* end = nullptr;
+        std::strtod(k.c_str(), &end);
+        if (k.empty() || *end != '\0') return false;
+    }
+    return true;
+}
+
 CatScale trainCategories(std::vector<std::string> const& seen, ChartVariableRecord const* var,
                          ScaleSpec const* scale, bool numeric) {
     CatScale s;
+    numeric = numeric && allNumbers(seen);
     std::vector<std::string> values = seen;
     if (scale)
         for (auto const& v : scale->includeValues) values.push_back(v);
