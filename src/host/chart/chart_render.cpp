@@ -356,6 +356,8 @@ public:
             return std::nullopt;
         }
         unsigned n = data_->GetRowCount(source);
+        // Keys (category texts) only where they are needed: a million-row scale column has none.
+        bool wantKeys = var->categorical || !var->notIn.empty();
         c.numbers.resize(n, kSysmis);
         c.keys.resize(n);
         c.missing.resize(n, true);
@@ -366,15 +368,19 @@ public:
                 double v = data_->GetNumber(source, index, r);
                 if (!std::isfinite(v)) continue;
                 c.numbers[r] = v;
-                c.keys[r] = numberKey(v);
+                if (wantKeys) c.keys[r] = numberKey(v);
                 c.missing[r] = false;
             } else if (kind == VarDataProcessor::CellKind::Text) {
                 c.keys[r] = data_->GetText(source, index, r);
                 c.categorical = true;  // a text column is always categorical
                 c.missing[r] = false;
             }
-            if (!c.missing[r] && notIn.count(c.keys[r])) c.missing[r] = true;
+            if (!c.missing[r] && wantKeys && notIn.count(c.keys[r])) c.missing[r] = true;
         }
+        if (c.categorical && !wantKeys)  // texts turned up: every value is a category
+            for (unsigned r = 0; r < n; ++r)
+                if (!c.missing[r] && c.keys[r].empty() && c.numbers[r] != kSysmis)
+                    c.keys[r] = numberKey(c.numbers[r]);
         return c;
     }
 
@@ -801,7 +807,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     std::string yStatistic;
     bool xCategorical = true, anyNumericX = false;
     std::map<std::string, std::string> seriesLabels;
-    std::vector<std::string> seenX, seenCluster, seenPanel, seenPanelRow, seenColor;
+    std::vector<std::string> seenX, seenCluster, seenPanel, seenPanelRow, seenColor, seenShape;
     bool xNumericKeys = true, colorNumericKeys = true;
 
     for (auto const& element : spec.elements) {
@@ -902,11 +908,11 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (colc) n = std::max(n, colc->keys.size());
         auto keyAt = [](std::optional<Column> const& c, std::size_t r, bool& missing) {
             if (!c) return std::string();
-            if (r >= c->keys.size() || c->missing[r]) {
+            if (r >= c->missing.size() || c->missing[r]) {
                 missing = true;
                 return std::string();
             }
-            return c->keys[r];
+            return c->categorical ? c->keys[r] : std::string();
         };
         std::size_t seriesCount = countOnly && ycols.empty() ? 1 : ycols.size();
         // Group rows for summaries: key -> values.
@@ -973,16 +979,12 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             }
         }
         for (auto const& m : ev.marks) {
-            if (xc) {
-                seenX.push_back(m.x);
-                if (xc->categorical && !xc->numbers.empty()) {
-                    // keys of text columns are not numbers
-                }
-            }
+            if (xc && xc->categorical) seenX.push_back(m.x);
             if (cc) seenCluster.push_back(m.cluster);
             if (pc) seenPanel.push_back(m.panelCol);
             if (prc) seenPanelRow.push_back(m.panelRow);
             if (!m.colorKey.empty()) seenColor.push_back(m.colorKey);
+            if (!m.shapeKey.empty()) seenShape.push_back(m.shapeKey);
         }
         if (xc) {
             for (std::size_t r = 0; r < xc->keys.size(); ++r)
@@ -1008,6 +1010,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     CatScale panelCat = trainCategories(seenPanel, panelVar, nullptr, true);
     CatScale panelRowCat = trainCategories(seenPanelRow, nullptr, nullptr, true);
     CatScale colorCat = trainCategories(seenColor, colorVar, nullptr, colorNumericKeys);
+    CatScale shapeCat = trainCategories(seenShape, nullptr, nullptr, true);
     for (auto const& [k, l] : seriesLabels) colorCat.labels["\x1e" + k] = l;
     // Keys that came from text columns sort as text.
     if (!xNumericKeys) xCat = trainCategories(seenX, xVar, xScaleSpec, false);
@@ -1499,12 +1502,12 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                         double px = tr ? v : c, py = tr ? c : v;
                         Primitive p;
                         std::string shape = fixedShape;
-                        if (!m->shapeKey.empty()) {
-                            int i = 0;
-                            for (auto const& s : series)
-                                if (s.key == m->shapeKey) shape = s.shape;
-                            (void)i;
-                        }
+                        static constexpr char const* kShapeCycle[] = {"circle", "square",
+                                                                      "triangle", "diamond",
+                                                                      "cross"};
+                        if (!m->shapeKey.empty())
+                            shape = kShapeCycle[std::size_t(std::max(0, shapeCat.index(m->shapeKey))) %
+                                                std::size(kShapeCycle)];
                         if (shape == "circle" || shape.empty()) {
                             p.kind = Primitive::Kind::Circle;
                             p.x = px;
