@@ -46,17 +46,26 @@ void run(benchmark::State& state, std::string const& gpl, bool png) {
     for (auto _ : state) {
         auto scene = host::chart::buildScene(doc.model(), &vdp, *measurer);
         if (png) {
-            if (!host::chart::writePng(scene, path, 1, error)) state.SkipWithError(error.c_str());
+            if (!host::chart::writePng(scene, path, 1, error))
+                state.SkipWithError(error.c_str());
         } else {
             benchmark::DoNotOptimize(host::chart::writeSvg(scene));
         }
     }
 }
 
-void BarSvg(benchmark::State& s) { run<fillBar>(s, kBar, false); }
-void BarPng(benchmark::State& s) { run<fillBar>(s, kBar, true); }
-void ScatterSvg(benchmark::State& s) { run<fillScatter>(s, kScatter, false); }
-void ScatterPng(benchmark::State& s) { run<fillScatter>(s, kScatter, true); }
+void BarSvg(benchmark::State& s) {
+    run<fillBar>(s, kBar, false);
+}
+void BarPng(benchmark::State& s) {
+    run<fillBar>(s, kBar, true);
+}
+void ScatterSvg(benchmark::State& s) {
+    run<fillScatter>(s, kScatter, false);
+}
+void ScatterPng(benchmark::State& s) {
+    run<fillScatter>(s, kScatter, true);
+}
 
 }  // namespace
 

@@ -27,12 +27,36 @@ public:
     enum CREATOR { CREATOR_ORDINARY = 0, CREATOR_SYSTEM = 1, CREATOR_ERRORBAR = 2 };
     // The statistic that produced a variable; the numbers are fixed by the command library.
     enum ENUM_statistic {
-        STAT_COUNT = 0, STAT_PERCENT = 1, STAT_MEAN = 2, STAT_MEDIAN = 3, STAT_MODE = 4,
-        STAT_SUM = 5, STAT_SD = 6, STAT_VARIANCE = 7, STAT_MIN = 8, STAT_MAX = 9,
-        STAT_RANGE = 10, STAT_SE = 11, STAT_CUMULATIVE = 12, STAT_PCT_GT = 13, STAT_PCT_LT = 14,
-        STAT_PTILE = 15, STAT_N_GT = 16, STAT_N_LT = 17, STAT_PCT_IN = 18, STAT_N_IN = 19,
-        STAT_GMEDIAN = 20, STAT_GPTILE = 21, STAT_PCT_LE = 22, STAT_N_LE = 23, STAT_PCT_GE = 24,
-        STAT_N_GE = 25, STAT_PCT_EQ = 26, STAT_N_EQ = 27, STAT_OTHER = 28, STAT_VALIDN = 29
+        STAT_COUNT = 0,
+        STAT_PERCENT = 1,
+        STAT_MEAN = 2,
+        STAT_MEDIAN = 3,
+        STAT_MODE = 4,
+        STAT_SUM = 5,
+        STAT_SD = 6,
+        STAT_VARIANCE = 7,
+        STAT_MIN = 8,
+        STAT_MAX = 9,
+        STAT_RANGE = 10,
+        STAT_SE = 11,
+        STAT_CUMULATIVE = 12,
+        STAT_PCT_GT = 13,
+        STAT_PCT_LT = 14,
+        STAT_PTILE = 15,
+        STAT_N_GT = 16,
+        STAT_N_LT = 17,
+        STAT_PCT_IN = 18,
+        STAT_N_IN = 19,
+        STAT_GMEDIAN = 20,
+        STAT_GPTILE = 21,
+        STAT_PCT_LE = 22,
+        STAT_N_LE = 23,
+        STAT_PCT_GE = 24,
+        STAT_N_GE = 25,
+        STAT_PCT_EQ = 26,
+        STAT_N_EQ = 27,
+        STAT_OTHER = 28,
+        STAT_VALIDN = 29
     };
 
     explicit XVariable(host::chart::ChartVariableRecord* record) : r_(record) {}

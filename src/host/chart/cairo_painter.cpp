@@ -13,10 +13,13 @@ namespace host::chart {
 
 namespace {
 
-void setColor(cairo_t* cr, Color const& c) { cairo_set_source_rgba(cr, c.r, c.g, c.b, c.a); }
+void setColor(cairo_t* cr, Color const& c) {
+    cairo_set_source_rgba(cr, c.r, c.g, c.b, c.a);
+}
 
 void strokePath(cairo_t* cr, Primitive const& p) {
-    if (p.strokeWidth <= 0 || p.stroke.a <= 0) return;
+    if (p.strokeWidth <= 0 || p.stroke.a <= 0)
+        return;
     setColor(cr, p.stroke);
     cairo_set_line_width(cr, p.strokeWidth);
     cairo_set_dash(cr, p.dash.empty() ? nullptr : p.dash.data(), static_cast<int>(p.dash.size()),
@@ -81,7 +84,8 @@ void paintScene(cairo_t* cr, Scene const& scene) {
                 double dx = p.anchor < 0 ? 0 : p.anchor > 0 ? -logical.width : -logical.width / 2.0;
                 cairo_save(cr);
                 cairo_translate(cr, p.x, p.y);
-                if (p.angle != 0) cairo_rotate(cr, p.angle * M_PI / 180);
+                if (p.angle != 0)
+                    cairo_rotate(cr, p.angle * M_PI / 180);
                 cairo_move_to(cr, dx, -baseline);
                 setColor(cr, p.fill.a > 0 ? p.fill : Color{0, 0, 0, 1});
                 pango_cairo_show_layout(cr, layout);
@@ -118,7 +122,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<TextMeasurer> makePangoMeasurer() { return std::make_unique<PangoMeasurer>(); }
+std::unique_ptr<TextMeasurer> makePangoMeasurer() {
+    return std::make_unique<PangoMeasurer>();
+}
 
 bool writePng(Scene const& scene, std::string const& path, double scale, std::string& error) {
     int w = static_cast<int>(std::ceil(scene.width * scale));

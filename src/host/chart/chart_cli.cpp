@@ -86,7 +86,8 @@ CliResult renderChart(std::string const& xml, std::string const& rowsJson,
     }
     setOutputOptions(saved);
     for (auto const& item : document.items()) {
-        if (item.kind == output::ItemKind::Message) r.error += item.text + "\n";
+        if (item.kind == output::ItemKind::Message)
+            r.error += item.text + "\n";
         if (item.kind == output::ItemKind::Chart && item.payload)
             for (auto const& f : (*item.payload)["files"])
                 r.output += (std::filesystem::path(outDir) / f.get<std::string>()).string() + "\n";

@@ -39,14 +39,14 @@ struct NamedColor {
     char const* hex;
 };
 constexpr NamedColor kNamedColors[] = {
-    {"red", "#D62728"},       {"blue", "#1F77B4"},     {"green", "#2CA02C"},
-    {"black", "#000000"},     {"white", "#FFFFFF"},    {"grey", "#7F7F7F"},
-    {"gray", "#7F7F7F"},      {"lightgray", "#D3D3D3"}, {"lightgrey", "#D3D3D3"},
-    {"darkgray", "#404040"},  {"darkgrey", "#404040"}, {"orange", "#FF7F0E"},
-    {"yellow", "#F2C500"},    {"purple", "#9467BD"},   {"brown", "#8C564B"},
-    {"pink", "#E377C2"},      {"lightblue", "#ADD8E6"}, {"darkblue", "#08306B"},
+    {"red", "#D62728"},        {"blue", "#1F77B4"},      {"green", "#2CA02C"},
+    {"black", "#000000"},      {"white", "#FFFFFF"},     {"grey", "#7F7F7F"},
+    {"gray", "#7F7F7F"},       {"lightgray", "#D3D3D3"}, {"lightgrey", "#D3D3D3"},
+    {"darkgray", "#404040"},   {"darkgrey", "#404040"},  {"orange", "#FF7F0E"},
+    {"yellow", "#F2C500"},     {"purple", "#9467BD"},    {"brown", "#8C564B"},
+    {"pink", "#E377C2"},       {"lightblue", "#ADD8E6"}, {"darkblue", "#08306B"},
     {"lightgreen", "#90EE90"}, {"darkgreen", "#006400"}, {"cyan", "#17BECF"},
-    {"magenta", "#E7298A"},   {"navy", "#1F3A68"},     {"teal", "#008080"},
+    {"magenta", "#E7298A"},    {"navy", "#1F3A68"},      {"teal", "#008080"},
 };
 
 std::string numberKey(double v) {
@@ -127,8 +127,10 @@ std::string labelOf(Node const& call) {
     std::string out;
     if (auto const* l = call.find("label"))
         for (auto const& a : l->args)
-            if (a.kind == Node::Kind::String) out += a.value;
-            else if (a.kind == Node::Kind::Number) out += fmt::format("{}", a.number);
+            if (a.kind == Node::Kind::String)
+                out += a.value;
+            else if (a.kind == Node::Kind::Number)
+                out += fmt::format("{}", a.number);
     return out;
 }
 
@@ -154,11 +156,16 @@ double sizeValue(Node const& n, double relativeTo, double fallback) {
     } else {
         return fallback;
     }
-    if (unit == "%") return number / 100.0 * relativeTo;
-    if (unit == "pt") return number * 4.0 / 3.0;
-    if (unit == "in") return number * 96;
-    if (unit == "cm") return number * 96 / 2.54;
-    if (unit.empty() && number > 0 && number <= 1 && relativeTo > 0) return number * relativeTo;
+    if (unit == "%")
+        return number / 100.0 * relativeTo;
+    if (unit == "pt")
+        return number * 4.0 / 3.0;
+    if (unit == "in")
+        return number * 96;
+    if (unit == "cm")
+        return number * 96 / 2.54;
+    if (unit.empty() && number > 0 && number <= 1 && relativeTo > 0)
+        return number * relativeTo;
     return number;
 }
 
@@ -191,7 +198,8 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
                 }
             {
                 int dim = dimOf(b);
-                if (dim <= 0) continue;
+                if (dim <= 0)
+                    continue;
                 ScaleSpec s;
                 s.type = key;
                 if (auto const* m = b.find("min"); m && !m->args.empty()) {
@@ -204,8 +212,10 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
                 }
                 if (auto const* inc = b.find("include"))
                     for (auto const& a : inc->args)
-                        if (a.kind == Node::Kind::Number) s.includeNumbers.push_back(a.number);
-                        else if (a.kind == Node::Kind::String) s.includeValues.push_back(a.value);
+                        if (a.kind == Node::Kind::Number)
+                            s.includeNumbers.push_back(a.number);
+                        else if (a.kind == Node::Kind::String)
+                            s.includeValues.push_back(a.value);
                 if (auto const* sv = b.find("sort.values"))
                     for (auto const& a : sv->args)
                         s.sortValues.push_back(a.kind == Node::Kind::String ? a.value
@@ -227,8 +237,10 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
                 int dim = dimOf(b);
                 AxisGuide& g = spec.axes[dim];
                 g.hidden = b.find("null") != nullptr;
-                if (auto const* t = b.find("ticks"); t && t->find("null")) g.ticksHidden = true;
-                if (b.find("gridlines")) g.gridlines = g.gridlinesSet = true;
+                if (auto const* t = b.find("ticks"); t && t->find("null"))
+                    g.ticksHidden = true;
+                if (b.find("gridlines"))
+                    g.gridlines = g.gridlinesSet = true;
                 if (auto const* d = b.find("delta"); d && !d->args.empty() && d->args[0].number > 0)
                     g.delta = d->args[0].number;
                 if (auto const* s = b.find("start"); s && !s->args.empty()) {
@@ -274,34 +286,39 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
             std::string type = key;
             auto dot = type.find('.');
             e.type = type.substr(0, dot);
-            if (dot != std::string::npos) e.modifier = type.substr(dot + 1);
-            if (e.type != "interval" && e.type != "point" && e.type != "line" &&
-                e.type != "area" && e.type != "path") {
+            if (dot != std::string::npos)
+                e.modifier = type.substr(dot + 1);
+            if (e.type != "interval" && e.type != "point" && e.type != "line" && e.type != "area" &&
+                e.type != "path") {
                 warnings.push_back(fmt::format(
-                    "line {}: element '{}' is not supported yet; it is left out", st.line,
-                    b.name));
+                    "line {}: element '{}' is not supported yet; it is left out", st.line, b.name));
                 continue;
             }
             if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge")
-                warnings.push_back(fmt::format("line {}: '{}' is drawn without its modifier",
-                                               st.line, b.name));
+                warnings.push_back(
+                    fmt::format("line {}: '{}' is drawn without its modifier", st.line, b.name));
             e.position = b.find("position");
             e.color = b.find("color.interior");
-            if (!e.color) e.color = b.find("color");
+            if (!e.color)
+                e.color = b.find("color");
             e.exterior = b.find("color.exterior");
             e.shape = b.find("shape.interior");
-            if (!e.shape) e.shape = b.find("shape");
+            if (!e.shape)
+                e.shape = b.find("shape");
             e.size = b.find("size");
             e.transparency = b.find("transparency.interior");
-            if (!e.transparency) e.transparency = b.find("transparency");
+            if (!e.transparency)
+                e.transparency = b.find("transparency");
             e.label = b.find("label");
             e.split = b.find("split");
-            if (b.find("missing.interpolate")) e.missing = "interpolate";
-            if (b.find("missing.wings")) e.missing = "wings";
+            if (b.find("missing.interpolate"))
+                e.missing = "interpolate";
+            if (b.find("missing.wings"))
+                e.missing = "wings";
             e.closed = b.find("closed") != nullptr;
             if (!e.position) {
-                warnings.push_back(fmt::format("line {}: element '{}' has no position", st.line,
-                                               b.name));
+                warnings.push_back(
+                    fmt::format("line {}: element '{}' has no position", st.line, b.name));
                 continue;
             }
             spec.elements.push_back(e);
@@ -325,7 +342,8 @@ public:
     DataView(ChartModel const& model, VarDataProcessor const* data) : model_(model), data_(data) {}
 
     std::size_t rows(std::string const& gplSource) const {
-        if (!data_) return 0;
+        if (!data_)
+            return 0;
         return data_->GetRowCount(vdpSource(gplSource));
     }
 
@@ -366,16 +384,19 @@ public:
             auto kind = data_->GetCellKind(source, index, r);
             if (kind == VarDataProcessor::CellKind::Number) {
                 double v = data_->GetNumber(source, index, r);
-                if (!std::isfinite(v)) continue;
+                if (!std::isfinite(v))
+                    continue;
                 c.numbers[r] = v;
-                if (wantKeys) c.keys[r] = numberKey(v);
+                if (wantKeys)
+                    c.keys[r] = numberKey(v);
                 c.missing[r] = false;
             } else if (kind == VarDataProcessor::CellKind::Text) {
                 c.keys[r] = data_->GetText(source, index, r);
                 c.categorical = true;  // a text column is always categorical
                 c.missing[r] = false;
             }
-            if (!c.missing[r] && wantKeys && notIn.count(c.keys[r])) c.missing[r] = true;
+            if (!c.missing[r] && wantKeys && notIn.count(c.keys[r]))
+                c.missing[r] = true;
         }
         if (c.categorical && !wantKeys)  // texts turned up: every value is a category
             for (unsigned r = 0; r < n; ++r)
@@ -389,7 +410,8 @@ private:
         for (auto const& s : model_.sources)
             if (s.name == gplSource) {
                 std::string id = s.id.empty() ? s.name : s.id;
-                if (data_ && !data_->HasSource(id) && data_->HasSource(s.name)) return s.name;
+                if (data_ && !data_->HasSource(id) && data_->HasSource(s.name))
+                    return s.name;
                 return id;
             }
         return gplSource;
@@ -441,11 +463,11 @@ Position readPosition(Node const& position) {
     if (algebra->kind == Node::Kind::Call) {
         std::string k = algebra->key();
         static const std::set<std::string> stats{
-            "summary.count", "summary.sum", "summary.mean", "summary.min", "summary.max",
-            "summary.median", "summary.percent", "summary.percent.count"};
+            "summary.count", "summary.sum",    "summary.mean",    "summary.min",
+            "summary.max",   "summary.median", "summary.percent", "summary.percent.count"};
         if (!stats.count(k)) {
-            p.error = fmt::format("line {}: the statistic '{}' is not supported yet",
-                                  algebra->line, algebra->name);
+            p.error = fmt::format("line {}: the statistic '{}' is not supported yet", algebra->line,
+                                  algebra->name);
             return p;
         }
         p.statistic = k;
@@ -467,7 +489,8 @@ Position readPosition(Node const& position) {
             return p;
         } else {
             blendNames(*part, f.names, p.error);
-            if (!p.error.empty()) return p;
+            if (!p.error.empty())
+                return p;
         }
         p.factors.push_back(f);
     }
@@ -479,14 +502,17 @@ Position readPosition(Node const& position) {
 double summarize(std::string const& stat, std::vector<double>& values, std::size_t count) {
     if (stat == "summary.count" || stat == "summary.percent" || stat == "summary.percent.count")
         return static_cast<double>(count);
-    if (values.empty()) return kSysmis;
+    if (values.empty())
+        return kSysmis;
     if (stat == "summary.sum" || stat == "summary.mean") {
         double s = 0;
         for (double v : values) s += v;
         return stat == "summary.sum" ? s : s / static_cast<double>(values.size());
     }
-    if (stat == "summary.min") return *std::min_element(values.begin(), values.end());
-    if (stat == "summary.max") return *std::max_element(values.begin(), values.end());
+    if (stat == "summary.min")
+        return *std::min_element(values.begin(), values.end());
+    if (stat == "summary.max")
+        return *std::max_element(values.begin(), values.end());
     std::sort(values.begin(), values.end());  // median
     std::size_t n = values.size();
     return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
@@ -510,7 +536,8 @@ struct CatScale {
     std::map<std::string, std::string> labels;
     int index(std::string const& key) const {
         for (std::size_t i = 0; i < keys.size(); ++i)
-            if (keys[i] == key) return static_cast<int>(i);
+            if (keys[i] == key)
+                return static_cast<int>(i);
         return -1;
     }
     std::string label(std::string const& key) const {
@@ -523,7 +550,8 @@ bool allNumbers(std::vector<std::string> const& keys) {
     for (auto const& k : keys) {
         char* end = nullptr;
         std::strtod(k.c_str(), &end);
-        if (k.empty() || *end != '\0') return false;
+        if (k.empty() || *end != '\0')
+            return false;
     }
     return true;
 }
@@ -537,20 +565,23 @@ CatScale trainCategories(std::vector<std::string> const& seen, ChartVariableReco
         for (auto const& v : scale->includeValues) values.push_back(v);
     // Value order: numbers by value, texts as they sort.
     std::sort(values.begin(), values.end(), [&](std::string const& a, std::string const& b) {
-        if (numeric) return std::strtod(a.c_str(), nullptr) < std::strtod(b.c_str(), nullptr);
+        if (numeric)
+            return std::strtod(a.c_str(), nullptr) < std::strtod(b.c_str(), nullptr);
         return a < b;
     });
     values.erase(std::unique(values.begin(), values.end()), values.end());
     if (scale && !scale->sortValues.empty()) {
         std::vector<std::string> ordered;
         for (auto const& v : scale->sortValues)
-            if (std::find(values.begin(), values.end(), v) != values.end()) ordered.push_back(v);
+            if (std::find(values.begin(), values.end(), v) != values.end())
+                ordered.push_back(v);
         for (auto const& v : values)
             if (std::find(ordered.begin(), ordered.end(), v) == ordered.end())
                 ordered.push_back(v);
         values = ordered;
     }
-    if (scale && scale->reverse) std::reverse(values.begin(), values.end());
+    if (scale && scale->reverse)
+        std::reverse(values.begin(), values.end());
     s.keys = values;
     if (var)
         for (auto const& r : var->relabels) s.labels[r.value] = r.label;
@@ -572,7 +603,8 @@ struct LinScale {
         } else {
             t = (v - lo) / (hi - lo);
         }
-        if (reverse) t = 1 - t;
+        if (reverse)
+            t = 1 - t;
         return a + t * (b - a);
     }
 };
@@ -585,29 +617,38 @@ LinScale trainLinear(double lo, double hi, ScaleSpec const* scale, AxisGuide con
             lo = std::min(lo, v);
             hi = std::max(hi, v);
         }
-    if (!(lo <= hi)) lo = 0, hi = 1;
+    if (!(lo <= hi))
+        lo = 0, hi = 1;
     if (scale && scale->type == "log") {
         s.log = true;
         s.base = scale->base;
-        if (lo <= 0) lo = hi > 0 ? hi / 1000 : 1;
-        if (hi <= 0) hi = 10;
+        if (lo <= 0)
+            lo = hi > 0 ? hi / 1000 : 1;
+        if (hi <= 0)
+            hi = 10;
         double e0 = std::floor(std::log(lo) / std::log(s.base) + 1e-9);
         double e1 = std::ceil(std::log(hi) / std::log(s.base) - 1e-9);
-        if (e1 <= e0) e1 = e0 + 1;
+        if (e1 <= e0)
+            e1 = e0 + 1;
         s.lo = std::pow(s.base, e0);
         s.hi = std::pow(s.base, e1);
-        if (scale->hasMin && scale->min > 0) s.lo = scale->min;
-        if (scale->hasMax && scale->max > s.lo) s.hi = scale->max;
+        if (scale->hasMin && scale->min > 0)
+            s.lo = scale->min;
+        if (scale->hasMax && scale->max > s.lo)
+            s.hi = scale->max;
         for (double e = e0; e <= e1 + 1e-9; ++e) {
             double t = std::pow(s.base, e);
-            if (t >= s.lo * (1 - 1e-9) && t <= s.hi * (1 + 1e-9)) s.ticks.push_back(t);
+            if (t >= s.lo * (1 - 1e-9) && t <= s.hi * (1 + 1e-9))
+                s.ticks.push_back(t);
         }
         s.step = 0;
         s.reverse = scale->reverse;
         return s;
     }
-    if (scale && scale->hasMin) lo = scale->min;
-    if (scale && scale->hasMax) hi = scale->max;
+    if (scale && scale->hasMin)
+        lo = scale->min;
+    if (scale && scale->hasMax)
+        hi = scale->max;
     if (hi == lo) {
         double pad = lo == 0 ? 1 : std::fabs(lo) * 0.1;
         lo -= pad;
@@ -615,20 +656,24 @@ LinScale trainLinear(double lo, double hi, ScaleSpec const* scale, AxisGuide con
     }
     s.ticks = niceTicks(lo, hi);
     s.step = s.ticks.size() > 1 ? s.ticks[1] - s.ticks[0] : (hi - lo);
-    if (guide && guide->delta > 0 && (hi - lo) / guide->delta <= 200) s.step = guide->delta;
+    if (guide && guide->delta > 0 && (hi - lo) / guide->delta <= 200)
+        s.step = guide->delta;
     if (nice) {
-        if (!(scale && scale->hasMin)) lo = std::floor(lo / s.step + 1e-9) * s.step;
-        if (!(scale && scale->hasMax)) hi = std::ceil(hi / s.step - 1e-9) * s.step;
+        if (!(scale && scale->hasMin))
+            lo = std::floor(lo / s.step + 1e-9) * s.step;
+        if (!(scale && scale->hasMax))
+            hi = std::ceil(hi / s.step - 1e-9) * s.step;
     }
     s.lo = lo;
     s.hi = hi;
-    double first = guide && guide->hasStart ? guide->start
-                                            : std::ceil(lo / s.step - 1e-9) * s.step;
+    double first = guide && guide->hasStart ? guide->start : std::ceil(lo / s.step - 1e-9) * s.step;
     s.ticks.clear();
     for (int k = 0; s.ticks.size() < 200; ++k) {
         double t = roundTick(first + k * s.step);
-        if (t > hi + s.step * 1e-9) break;
-        if (t >= lo - s.step * 1e-9) s.ticks.push_back(std::fabs(t) < s.step * 1e-9 ? 0 : t);
+        if (t > hi + s.step * 1e-9)
+            break;
+        if (t >= lo - s.step * 1e-9)
+            s.ticks.push_back(std::fabs(t) < s.step * 1e-9 ? 0 : t);
     }
     s.reverse = scale && scale->reverse;
     return s;
@@ -645,7 +690,10 @@ Primitive text(std::string role, std::string s, double x, double y, double size,
     Primitive p;
     p.kind = Primitive::Kind::Text;
     p.role = std::move(role);
-    p.text = std::move(s);
+    // Texts come from the rows as bytes; bad UTF-8 would break the SVG and Pango alike.
+    ChartString clean;
+    clean.assignUTF8(s);
+    p.text = clean.toUTF8();
     p.x = x;
     p.y = y;
     p.fontSize = size;
@@ -665,9 +713,9 @@ Primitive line(std::string role, double x1, double y1, double x2, double y2, Col
     return p;
 }
 
-std::string fitText(std::string const& s, double maxWidth, double size,
-                    TextMeasurer const& m) {
-    if (m.measure(s, size, false).width <= maxWidth) return s;
+std::string fitText(std::string const& s, double maxWidth, double size, TextMeasurer const& m) {
+    if (m.measure(s, size, false).width <= maxWidth)
+        return s;
     std::string out = s;
     while (!out.empty() && m.measure(out + "…", size, false).width > maxWidth) {
         out.pop_back();
@@ -699,21 +747,24 @@ std::string Color::hex() const {
 std::vector<Primitive const*> Scene::withRole(std::string const& role) const {
     std::vector<Primitive const*> out;
     for (auto const& p : items)
-        if (p.role == role) out.push_back(&p);
+        if (p.role == role)
+            out.push_back(&p);
     return out;
 }
 
 TextSize FixedTextMeasurer::measure(std::string const& text, double fontSize, bool) const {
     std::size_t chars = 0;
     for (unsigned char c : text)
-        if ((c & 0xC0) != 0x80) ++chars;
+        if ((c & 0xC0) != 0x80)
+            ++chars;
     return {0.6 * fontSize * static_cast<double>(chars), 1.2 * fontSize};
 }
 
 namespace {
 // k * step carries binary noise (0.6000000000000001); ticks are decimal numbers.
 double roundTick(double v) {
-    if (v == 0) return 0;
+    if (v == 0)
+        return 0;
     char buffer[32];
     std::snprintf(buffer, sizeof buffer, "%.12g", v);
     return std::strtod(buffer, nullptr);
@@ -721,7 +772,8 @@ double roundTick(double v) {
 }  // namespace
 
 std::vector<double> niceTicks(double lo, double hi, int target) {
-    if (!(hi > lo) || !std::isfinite(lo) || !std::isfinite(hi)) return {lo};
+    if (!(hi > lo) || !std::isfinite(lo) || !std::isfinite(hi))
+        return {lo};
     double raw = (hi - lo) / std::max(target - 1, 1);
     double mag = std::pow(10, std::floor(std::log10(raw)));
     double step = mag * 10;
@@ -737,7 +789,8 @@ std::vector<double> niceTicks(double lo, double hi, int target) {
 }
 
 std::string formatNumber(double value, NumberFormat const& format, double step) {
-    if (value == kSysmis || !std::isfinite(value)) return "";
+    if (value == kSysmis || !std::isfinite(value))
+        return "";
     int decimals = format.decimals;
     if (!format.set || decimals < 0) {
         decimals = 0;
@@ -771,13 +824,15 @@ std::string formatNumber(double value, NumberFormat const& format, double step) 
             std::string rest = dot == std::string::npos ? "" : body.substr(dot);
             std::string grouped;
             for (std::size_t i = 0; i < whole.size(); ++i) {
-                if (i > 0 && (whole.size() - i) % 3 == 0) grouped += ',';
+                if (i > 0 && (whole.size() - i) % 3 == 0)
+                    grouped += ',';
                 grouped += whole[i];
             }
             body = grouped + rest;
         }
         bool zero = body.find_first_not_of("0.,") == std::string::npos;
-        if (value < 0 && !zero) body = "-" + body;
+        if (value < 0 && !zero)
+            body = "-" + body;
     }
     return format.prefix + body + format.suffix;
 }
@@ -819,7 +874,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         std::string err;
         auto load = [&](std::string const& name) -> std::optional<Column> {
             auto c = view.column(name, err);
-            if (!c) scene.warnings.push_back(fmt::format("line {}: {}", element.line, err));
+            if (!c)
+                scene.warnings.push_back(fmt::format("line {}: {}", element.line, err));
             return c;
         };
         bool summary = !pos.statistic.empty();
@@ -827,7 +883,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                          pos.statistic == "summary.percent.count";
         std::vector<Factor> factors = pos.factors;
         // With a count of one factor the counts are the second dimension.
-        if (countOnly && factors.size() == 1) factors.push_back(Factor{{}, true});
+        if (countOnly && factors.size() == 1)
+            factors.push_back(Factor{{}, true});
         if (factors.size() < 2) {
             scene.warnings.push_back(fmt::format(
                 "line {}: position needs two dimensions, as in position(x*y)", element.line));
@@ -840,8 +897,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (!factors[0].unity) {
             if (factors[0].names.size() != 1) {
                 scene.warnings.push_back(fmt::format(
-                    "line {}: blends on the first dimension are not supported yet",
-                    element.line));
+                    "line {}: blends on the first dimension are not supported yet", element.line));
                 continue;
             }
             xc = load(factors[0].names[0]);
@@ -850,7 +906,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (!factors[1].unity || !countOnly)
             for (auto const& n : factors[1].names) {
                 auto c = load(n);
-                if (c) ycols.emplace_back(n, std::move(*c));
+                if (c)
+                    ycols.emplace_back(n, std::move(*c));
                 ok &= c.has_value();
             }
         if (!countOnly && factors[1].unity) {
@@ -865,7 +922,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             }
         };
         std::size_t clusterIndex = spec.clusterDim >= 3 ? std::size_t(spec.clusterDim - 1) : 99;
-        if (clusterIndex < factors.size()) loadFactor(clusterIndex, cc);
+        if (clusterIndex < factors.size())
+            loadFactor(clusterIndex, cc);
         std::size_t panelIndex = clusterIndex == 2 ? 3 : 2;
         loadFactor(panelIndex, pc);
         loadFactor(panelIndex + 1, prc);
@@ -880,23 +938,29 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         aesthetic(element.shape, shapec);
         aesthetic(element.label, labc);
         aesthetic(element.split, splitc);
-        if (!ok) continue;
+        if (!ok)
+            continue;
 
         Evaluated ev;
         ev.element = &element;
         if (xc) {
             xCategorical = xCategorical && xc->categorical;
-            if (!xc->categorical) anyNumericX = true;
+            if (!xc->categorical)
+                anyNumericX = true;
             xVar = xVar ? xVar : xc->var;
         }
-        if (!ycols.empty() && !yVar) yVar = ycols[0].second.var;
-        if (summary && !yStatistic.size()) yStatistic = pos.statistic;
+        if (!ycols.empty() && !yVar)
+            yVar = ycols[0].second.var;
+        if (summary && !yStatistic.size())
+            yStatistic = pos.statistic;
         if (colc) {
             colorVar = colorVar ? colorVar : colc->var;
             ev.hasColor = true;
         }
-        if (cc) clusterVar = clusterVar ? clusterVar : cc->var;
-        if (pc) panelVar = panelVar ? panelVar : pc->var;
+        if (cc)
+            clusterVar = clusterVar ? clusterVar : cc->var;
+        if (pc)
+            panelVar = panelVar ? panelVar : pc->var;
         for (auto const& [n, c] : ycols) {
             yNames.push_back(n);
             seriesLabels[n] = c.var->label.empty() ? n : c.var->label;
@@ -904,10 +968,13 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
 
         std::size_t n = xc ? xc->keys.size() : 0;
         for (auto const& [name, c] : ycols) n = std::max(n, c.keys.size());
-        if (cc) n = std::max(n, cc->keys.size());
-        if (colc) n = std::max(n, colc->keys.size());
+        if (cc)
+            n = std::max(n, cc->keys.size());
+        if (colc)
+            n = std::max(n, colc->keys.size());
         auto keyAt = [](std::optional<Column> const& c, std::size_t r, bool& missing) {
-            if (!c) return std::string();
+            if (!c)
+                return std::string();
             if (r >= c->missing.size() || c->missing[r]) {
                 missing = true;
                 return std::string();
@@ -927,16 +994,19 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 Mark m;
                 m.row = static_cast<double>(r);
                 m.x = xc ? keyAt(xc, r, missing) : "1";
-                if (xc && !xc->categorical && !missing) m.xNum = xc->numbers[r];
+                if (xc && !xc->categorical && !missing)
+                    m.xNum = xc->numbers[r];
                 m.cluster = keyAt(cc, r, missing);
                 m.panelCol = keyAt(pc, r, missing);
                 m.panelRow = keyAt(prc, r, missing);
                 m.colorKey = keyAt(colc, r, missing);
                 m.shapeKey = keyAt(shapec, r, missing);
                 std::string splitKey = keyAt(splitc, r, missing);
-                if (missing) continue;
+                if (missing)
+                    continue;
                 m.series = series + (splitKey.empty() ? "" : "\x1f" + splitKey);
-                if (ycols.size() > 1 && m.colorKey.empty()) m.colorKey = "\x1e" + series;
+                if (ycols.size() > 1 && m.colorKey.empty())
+                    m.colorKey = "\x1e" + series;
                 bool yMissing = !yc || r >= yc->missing.size() || yc->missing[r] ||
                                 (yc && yc->categorical && !summary);
                 double y = yc && !yMissing ? yc->numbers[r] : kSysmis;
@@ -979,41 +1049,50 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             }
         }
         for (auto const& m : ev.marks) {
-            if (xc && xc->categorical) seenX.push_back(m.x);
-            if (cc) seenCluster.push_back(m.cluster);
-            if (pc) seenPanel.push_back(m.panelCol);
-            if (prc) seenPanelRow.push_back(m.panelRow);
-            if (!m.colorKey.empty()) seenColor.push_back(m.colorKey);
-            if (!m.shapeKey.empty()) seenShape.push_back(m.shapeKey);
+            if (xc && xc->categorical)
+                seenX.push_back(m.x);
+            if (cc)
+                seenCluster.push_back(m.cluster);
+            if (pc)
+                seenPanel.push_back(m.panelCol);
+            if (prc)
+                seenPanelRow.push_back(m.panelRow);
+            if (!m.colorKey.empty())
+                seenColor.push_back(m.colorKey);
+            if (!m.shapeKey.empty())
+                seenShape.push_back(m.shapeKey);
         }
         if (xc) {
             for (std::size_t r = 0; r < xc->keys.size(); ++r)
-                if (!xc->missing[r] && xc->numbers[r] == kSysmis) xNumericKeys = false;
+                if (!xc->missing[r] && xc->numbers[r] == kSysmis)
+                    xNumericKeys = false;
         }
         if (colc) {
             for (std::size_t r = 0; r < colc->keys.size(); ++r)
-                if (!colc->missing[r] && colc->numbers[r] == kSysmis) colorNumericKeys = false;
+                if (!colc->missing[r] && colc->numbers[r] == kSysmis)
+                    colorNumericKeys = false;
         } else if (ycols.size() > 1) {
             colorNumericKeys = false;
         }
         evaluated.push_back(std::move(ev));
     }
-    if (anyNumericX) xCategorical = false;
+    if (anyNumericX)
+        xCategorical = false;
 
     // Scales.
     ScaleSpec const* xScaleSpec = spec.scales.count(1) ? &spec.scales.at(1) : nullptr;
     ScaleSpec const* yScaleSpec = spec.scales.count(2) ? &spec.scales.at(2) : nullptr;
     CatScale xCat = trainCategories(seenX, xVar, xScaleSpec, xNumericKeys);
-    CatScale clusterCat = trainCategories(seenCluster, clusterVar,
-                                          spec.scales.count(3) ? &spec.scales.at(3) : nullptr,
-                                          true);
+    CatScale clusterCat = trainCategories(
+        seenCluster, clusterVar, spec.scales.count(3) ? &spec.scales.at(3) : nullptr, true);
     CatScale panelCat = trainCategories(seenPanel, panelVar, nullptr, true);
     CatScale panelRowCat = trainCategories(seenPanelRow, nullptr, nullptr, true);
     CatScale colorCat = trainCategories(seenColor, colorVar, nullptr, colorNumericKeys);
     CatScale shapeCat = trainCategories(seenShape, nullptr, nullptr, true);
     for (auto const& [k, l] : seriesLabels) colorCat.labels["\x1e" + k] = l;
     // Keys that came from text columns sort as text.
-    if (!xNumericKeys) xCat = trainCategories(seenX, xVar, xScaleSpec, false);
+    if (!xNumericKeys)
+        xCat = trainCategories(seenX, xVar, xScaleSpec, false);
 
     // Stacking and the value range.
     double yLo = std::numeric_limits<double>::infinity(), yHi = -yLo;
@@ -1027,7 +1106,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 return colorCat.index(a.colorKey) < colorCat.index(b.colorKey);
             });
             for (auto& m : ev.marks) {
-                if (m.y == kSysmis) continue;
+                if (m.y == kSysmis)
+                    continue;
                 auto& b = base[{m.x, m.cluster, m.panelCol, m.panelRow}];
                 double& edge = m.y >= 0 ? b.first : b.second;
                 m.y0 = edge;
@@ -1038,7 +1118,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         bool bar = ev.element->type == "interval" || ev.element->type == "area";
         anyBar |= bar;
         for (auto const& m : ev.marks) {
-            if (m.y == kSysmis) continue;
+            if (m.y == kSysmis)
+                continue;
             yLo = std::min({yLo, m.y, bar ? m.y0 : m.y});
             yHi = std::max({yHi, m.y, bar ? m.y0 : m.y});
             if (!xCategorical) {
@@ -1048,10 +1129,13 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         }
     }
     for (auto const& r : spec.refLines) {
-        if (r.dim == 2) yLo = std::min(yLo, r.value), yHi = std::max(yHi, r.value);
-        else if (!xCategorical) xLo = std::min(xLo, r.value), xHi = std::max(xHi, r.value);
+        if (r.dim == 2)
+            yLo = std::min(yLo, r.value), yHi = std::max(yHi, r.value);
+        else if (!xCategorical)
+            xLo = std::min(xLo, r.value), xHi = std::max(xHi, r.value);
     }
-    if (!std::isfinite(yLo)) yLo = 0, yHi = 1;
+    if (!std::isfinite(yLo))
+        yLo = 0, yHi = 1;
     if (anyBar && !(yScaleSpec && yScaleSpec->type == "log")) {
         yLo = std::min(yLo, 0.0);
         yHi = std::max(yHi, 0.0);
@@ -1059,16 +1143,21 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     // Bars and areas get a round domain from their base; points and lines a small margin so
     // that marks at the ends are not cut by the axes.
     auto pad = [](double& lo, double& hi, ScaleSpec const* s) {
-        if (s && s->type == "log") return;
+        if (s && s->type == "log")
+            return;
         double d = (hi - lo) * 0.05;
-        if (!(s && s->hasMin)) lo -= d;
-        if (!(s && s->hasMax)) hi += d;
+        if (!(s && s->hasMin))
+            lo -= d;
+        if (!(s && s->hasMax))
+            hi += d;
     };
-    if (!anyBar) pad(yLo, yHi, yScaleSpec);
+    if (!anyBar)
+        pad(yLo, yHi, yScaleSpec);
     LinScale yScale = trainLinear(yLo, yHi, yScaleSpec, &spec.axes[2], anyBar);
     LinScale xScale;
     if (!xCategorical) {
-        if (!std::isfinite(xLo)) xLo = 0, xHi = 1;
+        if (!std::isfinite(xLo))
+            xLo = 0, xHi = 1;
         pad(xLo, xHi, xScaleSpec);
         xScale = trainLinear(xLo, xHi, xScaleSpec, &spec.axes[1], false);
     }
@@ -1088,27 +1177,33 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (auto it = spec.colorScale.map.find(s.key); it != spec.colorScale.map.end()) {
             std::string c = it->second;
             for (auto const& nc : kNamedColors)
-                if ("color." + std::string(nc.name) == c) c = nc.hex;
-            if (c[0] == '#') s.color = hexColor(c);
+                if ("color." + std::string(nc.name) == c)
+                    c = nc.hex;
+            if (c[0] == '#')
+                s.color = hexColor(c);
         }
         s.shape = kShapes[i % std::size(kShapes)];
         series.push_back(s);
     }
     auto seriesColor = [&](std::string const& key) -> Color {
         for (auto const& s : series)
-            if (s.key == key) return s.color;
+            if (s.key == key)
+                return s.color;
         if (auto it = model.colorCycle.find(1); it != model.colorCycle.end())
             return {it->second.r / 255.0, it->second.g / 255.0, it->second.b / 255.0, 1};
         return hexColor(kPalette[0]);
     };
     auto constantColor = [&](Node const* call, Color fallback) {
-        if (!call || call->args.empty()) return fallback;
+        if (!call || call->args.empty())
+            return fallback;
         auto const& a = call->args[0];
-        if (a.kind == Node::Kind::Constant) return hexColor("#" + a.value);
+        if (a.kind == Node::Kind::Constant)
+            return hexColor("#" + a.value);
         if (a.kind == Node::Kind::Name && a.name.find('.') != std::string::npos) {
             std::string k = a.key();
             for (auto const& nc : kNamedColors)
-                if (k == "color." + std::string(nc.name)) return hexColor(nc.hex);
+                if (k == "color." + std::string(nc.name))
+                    return hexColor(nc.hex);
         }
         return fallback;
     };
@@ -1117,29 +1212,33 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     auto axisTitle = [&](int dim, ChartVariableRecord const* var,
                          std::vector<std::string> const& names) -> std::string {
         AxisGuide const& g = spec.axes[dim];
-        if (g.labelSet) return g.label;
-        if (dim == 2 && !yStatistic.empty() && !var) return "Count";
-        if (dim == 2 && names.size() > 1) return "";
-        if (!var) return "";
+        if (g.labelSet)
+            return g.label;
+        if (dim == 2 && !yStatistic.empty() && !var)
+            return "Count";
+        if (dim == 2 && names.size() > 1)
+            return "";
+        if (!var)
+            return "";
         return var->label.empty() ? var->name : var->label;
     };
     std::string xTitle = axisTitle(1, xVar, {});
     if (clusterVar)
-        xTitle = spec.axes[3].labelSet ? spec.axes[3].label
-                                       : (clusterVar->label.empty() ? clusterVar->name
-                                                                    : clusterVar->label);
+        xTitle = spec.axes[3].labelSet
+                     ? spec.axes[3].label
+                     : (clusterVar->label.empty() ? clusterVar->name : clusterVar->label);
     std::string yTitle = axisTitle(2, yVar, yNames);
     bool xHidden = spec.axes[1].hidden, yHidden = spec.axes[2].hidden;
 
     // Layout, from the outside in.
     double margin = 14;
-    double top = margin, bottom = spec.height - margin, left = margin,
-           right = spec.width - margin;
+    double top = margin, bottom = spec.height - margin, left = margin, right = spec.width - margin;
     std::string subtitle = model.subtitleSet ? model.subtitle : spec.subtitle;
     auto addTitle = [&](std::string const& s, double size, bool bold, std::string role) {
-        if (s.empty()) return;
-        auto t = text(role, fitText(s, right - left, size, measurer), spec.width / 2,
-                      top + size, size, 0, kTextColor);
+        if (s.empty())
+            return;
+        auto t = text(role, fitText(s, right - left, size, measurer), spec.width / 2, top + size,
+                      size, 0, kTextColor);
         t.bold = bold;
         scene.items.push_back(t);
         top += measurer.measure(s, size, bold).height + 4;
@@ -1152,16 +1251,16 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                                    left, bottom - 2, 10, -1, {0.4, 0.4, 0.4, 1}));
         bottom -= measurer.measure(spec.footnote, 10, false).height + 6;
     }
-    if (top > margin) top += 6;
+    if (top > margin)
+        top += 6;
 
     // Legend on the right.
     bool showLegend = !series.empty() && !spec.legendHidden;
     if (showLegend) {
-        std::string legendTitle = spec.legendLabelSet
-                                      ? spec.legendLabel
-                                      : (colorVar ? (colorVar->label.empty() ? colorVar->name
-                                                                             : colorVar->label)
-                                                  : "");
+        std::string legendTitle =
+            spec.legendLabelSet
+                ? spec.legendLabel
+                : (colorVar ? (colorVar->label.empty() ? colorVar->name : colorVar->label) : "");
         double w = measurer.measure(legendTitle, kTitleFont, true).width;
         for (auto const& s : series)
             w = std::max(w, 18 + measurer.measure(s.label, kTickFont, false).width);
@@ -1200,11 +1299,10 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     }
 
     // Panels along columns (and rows).
-    std::vector<std::string> panelCols = panelCat.keys.empty() ? std::vector<std::string>{""}
-                                                               : panelCat.keys;
-    std::vector<std::string> panelRows = panelRowCat.keys.empty()
-                                             ? std::vector<std::string>{""}
-                                             : panelRowCat.keys;
+    std::vector<std::string> panelCols =
+        panelCat.keys.empty() ? std::vector<std::string>{""} : panelCat.keys;
+    std::vector<std::string> panelRows =
+        panelRowCat.keys.empty() ? std::vector<std::string>{""} : panelRowCat.keys;
     bool panels = panelCols.size() > 1 || !panelCat.keys.empty() || !panelRowCat.keys.empty();
 
     // Which axis is horizontal: dimension 1 unless transposed.
@@ -1216,39 +1314,45 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     // Tick labels of each dimension.
     struct TickText {
         std::string text;
-        double value;   // numeric position, or category index
+        double value;  // numeric position, or category index
         std::string key;
     };
     auto ticksOf = [&](int dim) {
         std::vector<TickText> out;
         if (dim == 1 && xCategorical && !clusterCat.keys.empty()) {
             for (std::size_t i = 0; i < clusterCat.keys.size(); ++i)
-                out.push_back({clusterCat.label(clusterCat.keys[i]), double(i), clusterCat.keys[i]});
+                out.push_back(
+                    {clusterCat.label(clusterCat.keys[i]), double(i), clusterCat.keys[i]});
             return out;
         }
         if (dim == 1 && xCategorical) {
             for (std::size_t i = 0; i < xCat.keys.size(); ++i)
                 out.push_back({xCat.label(xCat.keys[i]), double(i), xCat.keys[i]});
-            if (xCat.keys.size() == 1 && xCat.keys[0] == "1" && !xVar) out[0].text = "";
+            if (xCat.keys.size() == 1 && xCat.keys[0] == "1" && !xVar)
+                out[0].text = "";
             return out;
         }
         LinScale const& s = dim == 1 ? xScale : yScale;
         NumberFormat f;
         ChartVariableRecord const* var = dim == 1 ? xVar : yVar;
-        if (var && var->format.set) f = var->format;
+        if (var && var->format.set)
+            f = var->format;
         // Without a format, thousands are grouped only where a number is long enough to need
         // it, so that years read as years.
         double biggest = 0;
         for (double t : s.ticks) biggest = std::max(biggest, std::fabs(t));
-        if (!f.set) f.grouping = biggest >= 10000;
-        if (!yStatistic.empty() && dim == 2 && (yStatistic == "summary.count")) f = {};
+        if (!f.set)
+            f.grouping = biggest >= 10000;
+        if (!yStatistic.empty() && dim == 2 && (yStatistic == "summary.count"))
+            f = {};
         if (dim == 2 && (yStatistic == "summary.percent" || yStatistic == "summary.percent.count"))
             f.suffix = "%";
         for (double t : s.ticks) {
             NumberFormat ff = f;
-            if (ff.decimals < 0 || !ff.set) ff.set = false;
-            std::string label = s.log ? formatNumber(t, ff, t >= 1 ? 1 : t)
-                                      : formatNumber(t, ff, s.step);
+            if (ff.decimals < 0 || !ff.set)
+                ff.set = false;
+            std::string label =
+                s.log ? formatNumber(t, ff, t >= 1 ? 1 : t) : formatNumber(t, ff, s.step);
             out.push_back({label, t, ""});
         }
         return out;
@@ -1264,13 +1368,14 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     vLabelWidth = std::min(vLabelWidth, spec.width * 0.3);
     if (!vHidden) {
         left += vLabelWidth + 8;
-        if (!vTitle.empty()) left += kTitleFont * 1.4 + 4;
+        if (!vTitle.empty())
+            left += kTitleFont * 1.4 + 4;
     }
     // Room for the horizontal axis: tick labels (rotated when they would overlap) and title.
     double tickTextHeight = measurer.measure("0", kTickFont, false).height;
     double plotWidthGuess = (right - left) / double(panelCols.size());
-    double hBand = hCategorical && !hTicks.empty() ? plotWidthGuess / double(hTicks.size())
-                                                   : plotWidthGuess;
+    double hBand =
+        hCategorical && !hTicks.empty() ? plotWidthGuess / double(hTicks.size()) : plotWidthGuess;
     double hMaxLabel = 0;
     for (auto const& t : hTicks)
         hMaxLabel = std::max(hMaxLabel, measurer.measure(t.text, kTickFont, false).width);
@@ -1278,20 +1383,22 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     if (!hCategorical && hTicks.size() > 1) {
         // Continuous: thin out labels that would touch.
         double spacing = plotWidthGuess / double(hTicks.size() - 1);
-        if (hMaxLabel > spacing * 0.9) rotate = false;
+        if (hMaxLabel > spacing * 0.9)
+            rotate = false;
     }
     double maxRotated = std::min(hMaxLabel, spec.height * 0.3 / 0.7071);
     double hLabelHeight = rotate ? maxRotated * 0.7071 + tickTextHeight * 0.7071 : tickTextHeight;
     if (!hHidden) {
         bottom -= hLabelHeight + 8;
-        if (!hTitle.empty()) bottom -= kTitleFont * 1.4 + 4;
+        if (!hTitle.empty())
+            bottom -= kTitleFont * 1.4 + 4;
     } else {
         bottom -= 4;
     }
     double panelHeader = panels ? kTickFont * 1.6 : 0;
     double gapBetween = panels ? 12 : 0;
-    double panelW = (right - left - gapBetween * double(panelCols.size() - 1)) /
-                    double(panelCols.size());
+    double panelW =
+        (right - left - gapBetween * double(panelCols.size() - 1)) / double(panelCols.size());
     double panelH = (bottom - top - panelHeader * double(panelRows.size()) -
                      gapBetween * double(panelRows.size() - 1)) /
                     double(panelRows.size());
@@ -1318,7 +1425,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         }
     };
     auto catCenter = [&](std::size_t i, double extent) {
-        if (!clusterCat.keys.empty()) return extent / double(nClusters) * (double(i) + 0.5);
+        if (!clusterCat.keys.empty())
+            return extent / double(nClusters) * (double(i) + 0.5);
         return extent / double(nCats) * (double(i) + 0.5);
     };
 
@@ -1338,12 +1446,18 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
 
     // Gridlines: the value axis by default; the document's settings and the guides override.
     bool vGrid = !vCategorical, hGrid = false;
-    if (spec.axes[vDim].gridlinesSet) vGrid = true;
-    if (spec.axes[hDim].gridlinesSet) hGrid = true;
-    if (model.yGridlines == 1) vGrid = true;
-    if (model.yGridlines == 2) vGrid = false;
-    if (model.xGridlines == 1) hGrid = true;
-    if (model.xGridlines == 2) hGrid = false;
+    if (spec.axes[vDim].gridlinesSet)
+        vGrid = true;
+    if (spec.axes[hDim].gridlinesSet)
+        hGrid = true;
+    if (model.yGridlines == 1)
+        vGrid = true;
+    if (model.yGridlines == 2)
+        vGrid = false;
+    if (model.xGridlines == 1)
+        hGrid = true;
+    if (model.xGridlines == 2)
+        hGrid = false;
 
     for (std::size_t pr = 0; pr < panelRows.size(); ++pr) {
         for (std::size_t pcI = 0; pcI < panelCols.size(); ++pcI) {
@@ -1356,7 +1470,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             std::string const& rowKey = panelRows[pr];
             if (panels) {
                 std::string head = panelCat.label(colKey);
-                if (!rowKey.empty()) head += (head.empty() ? "" : ", ") + rowKey;
+                if (!rowKey.empty())
+                    head += (head.empty() ? "" : ", ") + rowKey;
                 auto t = text("panel-label", fitText(head, plot.w, kTickFont, measurer),
                               plot.x + plot.w / 2, plot.y - 5, kTickFont, 0, kTextColor);
                 t.category = colKey;
@@ -1369,19 +1484,19 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             };
             auto vPos = [&](double v) {
                 return vCategorical ? plot.y + catCenter(std::size_t(v), plot.h)
-                                    : (vDim == 1 ? xScale : yScale)
-                                          .map(v, plot.y + plot.h, plot.y);
+                                    : (vDim == 1 ? xScale : yScale).map(v, plot.y + plot.h, plot.y);
             };
             // Gridlines and the inner frame under the data.
             if (vGrid && !vCategorical)
                 for (auto const& t : vTicks)
-                    scene.items.push_back(line("grid-" + std::to_string(vDim), plot.x, vPos(t.value),
-                                               plot.x + plot.w, vPos(t.value), kGridColor, 1));
+                    scene.items.push_back(line("grid-" + std::to_string(vDim), plot.x,
+                                               vPos(t.value), plot.x + plot.w, vPos(t.value),
+                                               kGridColor, 1));
             if (hGrid && !hCategorical)
                 for (auto const& t : hTicks)
                     scene.items.push_back(line("grid-" + std::to_string(hDim), hPos(t.value),
-                                               plot.y, hPos(t.value), plot.y + plot.h,
-                                               kGridColor, 1));
+                                               plot.y, hPos(t.value), plot.y + plot.h, kGridColor,
+                                               1));
             if (model.innerFrame == 1 || panels) {
                 Primitive f;
                 f.kind = Primitive::Kind::Rect;
@@ -1399,7 +1514,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             double valueExtent = tr ? plot.w : plot.h;
             double catExtent = tr ? plot.h : plot.w;
             double baseValue = std::clamp(0.0, yScale.lo, yScale.hi);
-            if (yScale.log) baseValue = yScale.lo;
+            if (yScale.log)
+                baseValue = yScale.lo;
             auto valuePos = [&](double v) {
                 return tr ? yScale.map(v, plot.x, plot.x + plot.w)
                           : yScale.map(v, plot.y + plot.h, plot.y);
@@ -1410,19 +1526,23 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 auto const& el = *ev.element;
                 std::vector<Mark const*> marks;
                 for (auto const& m : ev.marks)
-                    if (m.panelCol == colKey && m.panelRow == rowKey) marks.push_back(&m);
+                    if (m.panelCol == colKey && m.panelRow == rowKey)
+                        marks.push_back(&m);
                 double alpha = 1;
                 if (el.transparency && !el.transparency->args.empty()) {
                     auto const& a = el.transparency->args[0];
-                    double t = a.kind == Node::Kind::Constant ? std::strtod(a.value.c_str(), nullptr)
-                                                              : a.number;
+                    double t = a.kind == Node::Kind::Constant
+                                   ? std::strtod(a.value.c_str(), nullptr)
+                                   : a.number;
                     alpha = 1 - std::clamp(t, 0.0, 1.0);
                 }
                 Color fixed = constantColor(el.color, hexColor(kPalette[0]));
                 auto colorOf = [&](Mark const& m) {
                     Color c = ev.hasColor || !m.colorKey.empty() ? seriesColor(m.colorKey) : fixed;
-                    if (!ev.hasColor && m.colorKey.empty() && el.color) c = fixed;
-                    else if (!ev.hasColor && m.colorKey.empty()) c = seriesColor("");
+                    if (!ev.hasColor && m.colorKey.empty() && el.color)
+                        c = fixed;
+                    else if (!ev.hasColor && m.colorKey.empty())
+                        c = seriesColor("");
                     c.a = alpha;
                     return c;
                 };
@@ -1439,7 +1559,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                     bool dodge = el.modifier == "dodge" && ev.hasColor;
                     std::size_t nGroups = std::max<std::size_t>(1, colorCat.keys.size());
                     for (auto const* m : marks) {
-                        if (m->y == kSysmis) continue;
+                        if (m->y == kSysmis)
+                            continue;
                         double start = 0, width = catExtent / 10;
                         if (xCategorical) {
                             band(*m, catExtent, start, width);
@@ -1483,8 +1604,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                         if (!m->labelText.empty()) {
                             auto t = tr ? text("value-label", m->labelText, r.x + r.w + 4,
                                                r.y + r.h / 2 + 4, 10, -1, kTextColor)
-                                        : text("value-label", m->labelText, r.x + r.w / 2,
-                                               r.y - 4, 10, 0, kTextColor);
+                                        : text("value-label", m->labelText, r.x + r.w / 2, r.y - 4,
+                                               10, 0, kTextColor);
                             scene.items.push_back(t);
                         }
                     }
@@ -1497,17 +1618,18 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                         el.shape->args[0].name.find('.') != std::string::npos)
                         fixedShape = el.shape->args[0].key().substr(6);
                     for (auto const* m : marks) {
-                        if (m->y == kSysmis) continue;
+                        if (m->y == kSysmis)
+                            continue;
                         double c = catPos(*m), v = valuePos(m->y);
                         double px = tr ? v : c, py = tr ? c : v;
                         Primitive p;
                         std::string shape = fixedShape;
-                        static constexpr char const* kShapeCycle[] = {"circle", "square",
-                                                                      "triangle", "diamond",
-                                                                      "cross"};
+                        static constexpr char const* kShapeCycle[] = {
+                            "circle", "square", "triangle", "diamond", "cross"};
                         if (!m->shapeKey.empty())
-                            shape = kShapeCycle[std::size_t(std::max(0, shapeCat.index(m->shapeKey))) %
-                                                std::size(kShapeCycle)];
+                            shape =
+                                kShapeCycle[std::size_t(std::max(0, shapeCat.index(m->shapeKey))) %
+                                            std::size(kShapeCycle)];
                         if (shape == "circle" || shape.empty()) {
                             p.kind = Primitive::Kind::Circle;
                             p.x = px;
@@ -1517,13 +1639,18 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                             p.kind = Primitive::Kind::Polygon;
                             double r = radius;
                             if (shape == "square")
-                                p.points = {{px - r, py - r}, {px + r, py - r}, {px + r, py + r},
+                                p.points = {{px - r, py - r},
+                                            {px + r, py - r},
+                                            {px + r, py + r},
                                             {px - r, py + r}};
                             else if (shape == "triangle")
-                                p.points = {{px, py - r * 1.2}, {px + r * 1.1, py + r * 0.8},
+                                p.points = {{px, py - r * 1.2},
+                                            {px + r * 1.1, py + r * 0.8},
                                             {px - r * 1.1, py + r * 0.8}};
                             else if (shape == "diamond")
-                                p.points = {{px, py - r * 1.3}, {px + r, py}, {px, py + r * 1.3},
+                                p.points = {{px, py - r * 1.3},
+                                            {px + r, py},
+                                            {px, py + r * 1.3},
                                             {px - r, py}};
                             else {
                                 double q = r * 0.35;
@@ -1545,18 +1672,18 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                     std::vector<std::string> order;
                     for (auto const* m : marks) {
                         std::string k = m->colorKey + "\x1d" + m->series;
-                        if (!bySeries.count(k)) order.push_back(k);
+                        if (!bySeries.count(k))
+                            order.push_back(k);
                         bySeries[k].push_back(m);
                     }
                     for (auto const& k : order) {
                         auto pts = bySeries[k];
                         if (el.type != "path")
-                            std::stable_sort(pts.begin(), pts.end(),
-                                             [&](Mark const* a, Mark const* b) {
-                                                 return xCategorical
-                                                            ? xCat.index(a->x) < xCat.index(b->x)
-                                                            : a->xNum < b->xNum;
-                                             });
+                            std::stable_sort(
+                                pts.begin(), pts.end(), [&](Mark const* a, Mark const* b) {
+                                    return xCategorical ? xCat.index(a->x) < xCat.index(b->x)
+                                                        : a->xNum < b->xNum;
+                                });
                         std::vector<std::vector<Point>> runs(1);
                         std::vector<std::vector<Point>> bases(1);
                         for (auto const* m : pts) {
@@ -1575,7 +1702,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                         Color col = colorOf(*pts.front());
                         for (std::size_t ri = 0; ri < runs.size(); ++ri) {
                             auto const& run = runs[ri];
-                            if (run.empty()) continue;
+                            if (run.empty())
+                                continue;
                             Primitive p;
                             p.category = pts.front()->x;
                             p.group = pts.front()->colorKey;
@@ -1586,7 +1714,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                                 p.points.insert(p.points.end(), bases[ri].rbegin(),
                                                 bases[ri].rend());
                                 p.fill = col;
-                                if (alpha == 1) p.fill.a = 0.85;
+                                if (alpha == 1)
+                                    p.fill.a = 0.85;
                             } else {
                                 p.kind = el.closed ? Primitive::Kind::Polygon
                                                    : Primitive::Kind::Polyline;
@@ -1613,10 +1742,12 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
 
             // Reference lines.
             for (auto const& r : spec.refLines) {
-                if (r.dim == 1 && xCategorical) continue;
+                if (r.dim == 1 && xCategorical)
+                    continue;
                 Color c = hexColor(r.colorHex[0] == '#' ? r.colorHex : "#D62728");
                 for (auto const& nc : kNamedColors)
-                    if (r.colorHex == "color." + std::string(nc.name)) c = hexColor(nc.hex);
+                    if (r.colorHex == "color." + std::string(nc.name))
+                        c = hexColor(nc.hex);
                 bool horizontal = (r.dim == 2) != tr;
                 double p = r.dim == 2 ? valuePos(r.value)
                                       : (tr ? xScale.map(r.value, plot.y + plot.h, plot.y)
@@ -1627,11 +1758,10 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 l.dash = {5, 3};
                 scene.items.push_back(l);
                 if (!r.label.empty())
-                    scene.items.push_back(horizontal
-                                              ? text("reference-label", r.label,
-                                                     plot.x + plot.w - 2, p - 4, 10, 1, c)
-                                              : text("reference-label", r.label, p + 3,
-                                                     plot.y + 11, 10, -1, c));
+                    scene.items.push_back(
+                        horizontal
+                            ? text("reference-label", r.label, plot.x + plot.w - 2, p - 4, 10, 1, c)
+                            : text("reference-label", r.label, p + 3, plot.y + 11, 10, -1, c));
             }
 
             // Axes: the vertical one on the first panel of a row, the horizontal one on the
@@ -1660,18 +1790,19 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 for (auto const& t : hTicks) {
                     double x = hPos(t.value);
                     if (!spec.axes[hDim].ticksHidden)
-                        scene.items.push_back(line("tick-" + std::to_string(hDim), x, y0, x,
-                                                   y0 + 4, kAxisColor, 1));
+                        scene.items.push_back(
+                            line("tick-" + std::to_string(hDim), x, y0, x, y0 + 4, kAxisColor, 1));
                     double w = measurer.measure(t.text, kTickFont, false).width;
                     Primitive tt;
                     if (rotate) {
                         tt = text("tick-label-" + std::to_string(hDim),
-                                  fitText(t.text, maxRotated, kTickFont, measurer), x + 3,
-                                  y0 + 10, kTickFont, 1, kTextColor);
+                                  fitText(t.text, maxRotated, kTickFont, measurer), x + 3, y0 + 10,
+                                  kTickFont, 1, kTextColor);
                         tt.angle = -45;
                     } else {
                         // Labels that would run into the previous one are left out.
-                        if (!hCategorical && x - w / 2 < lastEnd + 4) continue;
+                        if (!hCategorical && x - w / 2 < lastEnd + 4)
+                            continue;
                         tt = text("tick-label-" + std::to_string(hDim), t.text, x,
                                   y0 + 8 + kTickFont, kTickFont, 0, kTextColor);
                         lastEnd = x + w / 2;

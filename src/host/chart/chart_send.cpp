@@ -31,7 +31,8 @@ SendState& state() {
 nlohmann::json dataJson(ChartModel const& model) {
     nlohmann::json out = nlohmann::json::object();
     VarDataProcessor const* vdp = model.data;
-    if (!vdp) return out;
+    if (!vdp)
+        return out;
     std::vector<std::string> sources;
     vdp->GetSourceNames(sources);
     for (auto const& source : sources) {
@@ -42,14 +43,18 @@ nlohmann::json dataJson(ChartModel const& model) {
             nlohmann::json row = nlohmann::json::array();
             for (int c = 0; c < static_cast<int>(names.size()); ++c) {
                 switch (vdp->GetCellKind(source, c, r)) {
-                    case VarDataProcessor::CellKind::Missing: row.push_back(nullptr); break;
+                    case VarDataProcessor::CellKind::Missing:
+                        row.push_back(nullptr);
+                        break;
                     case VarDataProcessor::CellKind::Text:
                         row.push_back(vdp->GetText(source, c, r));
                         break;
                     case VarDataProcessor::CellKind::Number: {
                         double v = vdp->GetNumber(source, c, r);
-                        if (std::isfinite(v)) row.push_back(v);
-                        else row.push_back(nullptr);
+                        if (std::isfinite(v))
+                            row.push_back(v);
+                        else
+                            row.push_back(nullptr);
                         break;
                     }
                 }
@@ -65,16 +70,22 @@ nlohmann::json variablesJson(ChartModel const& model) {
     nlohmann::json out = nlohmann::json::array();
     for (auto const& v : model.variables) {
         nlohmann::json relabels = nlohmann::json::array();
-        for (auto const& r : v.relabels) relabels.push_back({{"value", r.value}, {"label", r.label}});
+        for (auto const& r : v.relabels)
+            relabels.push_back({{"value", r.value}, {"label", r.label}});
         nlohmann::json format = nullptr;
         if (v.format.set)
-            format = {{"decimals", v.format.decimals}, {"grouping", v.format.grouping},
-                      {"prefix", v.format.prefix},     {"suffix", v.format.suffix},
+            format = {{"decimals", v.format.decimals},
+                      {"grouping", v.format.grouping},
+                      {"prefix", v.format.prefix},
+                      {"suffix", v.format.suffix},
                       {"packed", v.format.packed}};
         nlohmann::json statistic = nullptr;
         if (v.statistic >= 0)
-            statistic = {{"code", v.statistic}, {"a", v.statA}, {"b", v.statB},
-                         {"c", v.statC},        {"flag", v.statFlag}};
+            statistic = {{"code", v.statistic},
+                         {"a", v.statA},
+                         {"b", v.statB},
+                         {"c", v.statC},
+                         {"flag", v.statFlag}};
         out.push_back({{"source", v.source},
                        {"name", v.column.empty() ? v.name : v.column},
                        {"gplName", v.name},
@@ -106,7 +117,9 @@ void setOutputOptions(OutputOptions const& options) {
     state().fileCounter = 0;
 }
 
-OutputOptions const& outputOptions() { return state().options; }
+OutputOptions const& outputOptions() {
+    return state().options;
+}
 
 Scene renderModel(ChartModel const& model) {
     auto measurer = makePangoMeasurer();
@@ -129,10 +142,13 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
         std::string stem = fmt::format("chart-{:03}", ++state().fileCounter);
         std::string error;
         auto note = [&](bool ok, std::string const& name) {
-            if (ok) files.push_back("charts/" + name);
-            else out.addMessage(2, "The chart file could not be written: " + error);
+            if (ok)
+                files.push_back("charts/" + name);
+            else
+                out.addMessage(2, "The chart file could not be written: " + error);
         };
-        if (options.svg) note(writeText(dir / (stem + ".svg"), svg, error), stem + ".svg");
+        if (options.svg)
+            note(writeText(dir / (stem + ".svg"), svg, error), stem + ".svg");
         if (options.png)
             note(writePng(scene, (dir / (stem + ".png")).string(), options.pngScale, error),
                  stem + ".png");
@@ -143,8 +159,8 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
     }
     if (model.sendCount == 1)
         for (auto const& d : model.program.diagnostics)
-            out.addMessage(2, fmt::format("GPL warning at line {}, column {}: {}", d.line,
-                                          d.column, d.text));
+            out.addMessage(
+                2, fmt::format("GPL warning at line {}, column {}: {}", d.line, d.column, d.text));
     for (auto const& w : scene.warnings) out.addMessage(2, "Chart: " + w);
 
     nlohmann::json payload = {

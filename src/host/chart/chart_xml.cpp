@@ -10,7 +10,9 @@ namespace host::chart {
 
 namespace {
 
-std::string num(double v) { return fmt::format("{}", v); }  // shortest exact form
+std::string num(double v) {
+    return fmt::format("{}", v);
+}  // shortest exact form
 
 void writeVariable(pugi::xml_node parent, ChartVariableRecord const& v) {
     auto n = parent.append_child("variable");
@@ -22,9 +24,12 @@ void writeVariable(pugi::xml_node parent, ChartVariableRecord const& v) {
     n.append_attribute("shortLabel") = v.shortLabel.c_str();
     n.append_attribute("creator") = v.creator;
     n.append_attribute("declared") = v.declared;
-    if (v.caseNumber) n.append_attribute("caseNumber") = true;
-    if (v.weight) n.append_attribute("weight") = true;
-    if (v.time) n.append_attribute("time") = true;
+    if (v.caseNumber)
+        n.append_attribute("caseNumber") = true;
+    if (v.weight)
+        n.append_attribute("weight") = true;
+    if (v.time)
+        n.append_attribute("time") = true;
     if (v.statistic >= 0) {
         auto s = n.append_child("statistic");
         s.append_attribute("code") = v.statistic;
@@ -94,7 +99,8 @@ std::string writeChartXml(ChartModel const& m) {
     chart.append_attribute("version") = 1;
     chart.append_attribute("description") = m.description.c_str();
     chart.append_attribute("editable") = m.editable;
-    if (m.subtitleSet) chart.append_attribute("subtitle") = m.subtitle.c_str();
+    if (m.subtitleSet)
+        chart.append_attribute("subtitle") = m.subtitle.c_str();
     chart.append_attribute("editor") = m.editor;
     chart.append_child("gpl").text() = m.gpl.c_str();
     auto vars = chart.append_child("variables");
@@ -143,7 +149,8 @@ std::string writeChartXml(ChartModel const& m) {
 bool readChartXml(std::string const& xml, ChartModel& m, std::string& error) {
     pugi::xml_document doc;
     // pugixml expands no entities beyond the predefined ones and reads no DTD.
-    auto result = doc.load_buffer(xml.data(), xml.size(), pugi::parse_default | pugi::parse_ws_pcdata_single);
+    auto result =
+        doc.load_buffer(xml.data(), xml.size(), pugi::parse_default | pugi::parse_ws_pcdata_single);
     if (!result) {
         error = fmt::format("chart XML: {} at offset {}", result.description(), result.offset);
         return false;

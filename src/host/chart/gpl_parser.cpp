@@ -74,10 +74,25 @@ void report(std::vector<Diagnostic>& out, Msg id, int line, int column, Args con
 bool isNameStart(unsigned char c) {
     return std::isalpha(c) || c == '_' || c == '$' || c == '#' || c == '@' || c >= 0x80;
 }
-bool isNameChar(unsigned char c) { return isNameStart(c) || std::isdigit(c) || c == '.'; }
+bool isNameChar(unsigned char c) {
+    return isNameStart(c) || std::isdigit(c) || c == '.';
+}
 
-enum class Tok { Name, String, Number, LParen, RParen, Comma, Equals, Star, Slash, Plus, Minus,
-                 End, Bad };
+enum class Tok {
+    Name,
+    String,
+    Number,
+    LParen,
+    RParen,
+    Comma,
+    Equals,
+    Star,
+    Slash,
+    Plus,
+    Minus,
+    End,
+    Bad
+};
 
 struct Token {
     Tok kind = Tok::End;
@@ -89,19 +104,32 @@ struct Token {
 
 std::string describeToken(Token const& t) {
     switch (t.kind) {
-        case Tok::Name: return "'" + t.text + "'";
-        case Tok::String: return "a string";
-        case Tok::Number: return "a number";
-        case Tok::End: return "the end of the statement";
-        case Tok::LParen: return "'('";
-        case Tok::RParen: return "')'";
-        case Tok::Comma: return "','";
-        case Tok::Equals: return "'='";
-        case Tok::Star: return "'*'";
-        case Tok::Slash: return "'/'";
-        case Tok::Plus: return "'+'";
-        case Tok::Minus: return "'-'";
-        case Tok::Bad: return "'" + t.text + "'";
+        case Tok::Name:
+            return "'" + t.text + "'";
+        case Tok::String:
+            return "a string";
+        case Tok::Number:
+            return "a number";
+        case Tok::End:
+            return "the end of the statement";
+        case Tok::LParen:
+            return "'('";
+        case Tok::RParen:
+            return "')'";
+        case Tok::Comma:
+            return "','";
+        case Tok::Equals:
+            return "'='";
+        case Tok::Star:
+            return "'*'";
+        case Tok::Slash:
+            return "'/'";
+        case Tok::Plus:
+            return "'+'";
+        case Tok::Minus:
+            return "'-'";
+        case Tok::Bad:
+            return "'" + t.text + "'";
     }
     return "?";
 }
@@ -117,7 +145,8 @@ public:
         for (;;) {
             Token t = next();
             out.push_back(t);
-            if (t.kind == Tok::End) break;
+            if (t.kind == Tok::End)
+                break;
         }
         return out;
     }
@@ -139,9 +168,11 @@ private:
         Token t;
         t.line = line_;
         t.column = col_;
-        if (i_ >= s_.size()) return t;
+        if (i_ >= s_.size())
+            return t;
         unsigned char c = static_cast<unsigned char>(s_[i_]);
-        if (c == '"') return string(t);
+        if (c == '"')
+            return string(t);
         if (std::isdigit(c) || (c == '.' && std::isdigit(static_cast<unsigned char>(peek(1)))))
             return numberToken(t);
         if (isNameStart(c)) {
@@ -153,14 +184,30 @@ private:
         }
         advance();
         switch (c) {
-            case '(': t.kind = Tok::LParen; break;
-            case ')': t.kind = Tok::RParen; break;
-            case ',': t.kind = Tok::Comma; break;
-            case '=': t.kind = Tok::Equals; break;
-            case '*': t.kind = Tok::Star; break;
-            case '/': t.kind = Tok::Slash; break;
-            case '+': t.kind = Tok::Plus; break;
-            case '-': t.kind = Tok::Minus; break;
+            case '(':
+                t.kind = Tok::LParen;
+                break;
+            case ')':
+                t.kind = Tok::RParen;
+                break;
+            case ',':
+                t.kind = Tok::Comma;
+                break;
+            case '=':
+                t.kind = Tok::Equals;
+                break;
+            case '*':
+                t.kind = Tok::Star;
+                break;
+            case '/':
+                t.kind = Tok::Slash;
+                break;
+            case '+':
+                t.kind = Tok::Plus;
+                break;
+            case '-':
+                t.kind = Tok::Minus;
+                break;
             default:
                 t.kind = Tok::Bad;
                 t.text = std::string(1, static_cast<char>(c));
@@ -190,8 +237,7 @@ private:
             t.text = "%";
         } else {
             for (char const* unit : {"px", "pt", "in", "cm"}) {
-                if (s_.substr(i_, 2) == unit &&
-                    !isNameChar(static_cast<unsigned char>(peek(2)))) {
+                if (s_.substr(i_, 2) == unit && !isNameChar(static_cast<unsigned char>(peek(2)))) {
                     advance();
                     advance();
                     t.text = unit;
@@ -288,7 +334,8 @@ public:
             ++p_;
         }
         auto body = expression(0);
-        if (!body) return false;
+        if (!body)
+            return false;
         st.body = std::move(*body);
         while (cur().kind == Tok::RParen) {
             report(diags_, Msg::SurplusClose, cur().line, cur().column);
@@ -303,9 +350,7 @@ public:
 
 private:
     Token const& cur() const { return t_[p_]; }
-    Token const& ahead(std::size_t k) const {
-        return p_ + k < t_.size() ? t_[p_ + k] : t_.back();
-    }
+    Token const& ahead(std::size_t k) const { return p_ + k < t_.size() ? t_[p_ + k] : t_.back(); }
 
     static Node make(Node::Kind kind, Token const& at) {
         Node n;
@@ -322,16 +367,16 @@ private:
         static constexpr Tok ops[] = {Tok::Plus, Tok::Star, Tok::Slash};
         static constexpr Node::Kind kinds[] = {Node::Kind::Blend, Node::Kind::Cross,
                                                Node::Kind::Nest};
-        auto operand = [&]() {
-            return level == 2 ? primary(depth) : binary(depth, level + 1);
-        };
+        auto operand = [&]() { return level == 2 ? primary(depth) : binary(depth, level + 1); };
         auto left = operand();
-        if (!left) return left;
+        if (!left)
+            return left;
         while (cur().kind == ops[level]) {
             Token op = cur();
             ++p_;
             auto right = operand();
-            if (!right) return right;
+            if (!right)
+                return right;
             Node n = make(kinds[level], op);
             n.line = left->line;
             n.column = left->column;
@@ -382,13 +427,15 @@ private:
                 Token open = t;
                 ++p_;
                 std::vector<Node> items;
-                if (!arguments(items, depth + 1, "(...)", open)) return std::nullopt;
+                if (!arguments(items, depth + 1, "(...)", open))
+                    return std::nullopt;
                 if (items.empty()) {
                     report(diags_, Msg::ExpectedExpression, cur().line, cur().column,
                            describeToken(cur()));
                     return std::nullopt;
                 }
-                if (items.size() == 1) return std::move(items.front());
+                if (items.size() == 1)
+                    return std::move(items.front());
                 Node n = make(Node::Kind::Tuple, open);
                 n.args = std::move(items);
                 return n;
@@ -397,8 +444,7 @@ private:
                 Token name = t;
                 ++p_;
                 // A constant with a string: color."FF8800".
-                if (name.text.size() > 1 && name.text.back() == '.' &&
-                    cur().kind == Tok::String) {
+                if (name.text.size() > 1 && name.text.back() == '.' && cur().kind == Tok::String) {
                     Node n = make(Node::Kind::Constant, name);
                     n.name = name.text.substr(0, name.text.size() - 1);
                     n.value = cur().text;
@@ -439,7 +485,8 @@ private:
                 return true;
             }
             auto arg = expression(depth);
-            if (!arg) return false;
+            if (!arg)
+                return false;
             out.push_back(std::move(*arg));
             if (cur().kind == Tok::Comma) {
                 ++p_;
@@ -476,7 +523,8 @@ std::string keywordAt(std::string_view line, std::size_t& bodyStart) {
     while (i < line.size() && std::isalpha(static_cast<unsigned char>(line[i]))) ++i;
     std::size_t end = i;
     while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
-    if (end == start || i >= line.size() || line[i] != ':') return {};
+    if (end == start || i >= line.size() || line[i] != ':')
+        return {};
     std::string word;
     for (std::size_t k = start; k < end; ++k)
         word += static_cast<char>(std::toupper(static_cast<unsigned char>(line[k])));
@@ -486,7 +534,8 @@ std::string keywordAt(std::string_view line, std::size_t& bodyStart) {
 
 bool isKeyword(std::string const& word) {
     for (char const* k : kKeywords)
-        if (word == k) return true;
+        if (word == k)
+            return true;
     return false;
 }
 
@@ -498,24 +547,29 @@ std::string lower(std::string_view text) {
     return out;
 }
 
-std::string Node::key() const { return lower(name); }
+std::string Node::key() const {
+    return lower(name);
+}
 
 Node const* Node::find(std::string_view function) const {
     for (auto const& a : args)
-        if (a.kind == Kind::Call && a.key() == function) return &a;
+        if (a.kind == Kind::Call && a.key() == function)
+            return &a;
     return nullptr;
 }
 
 bool Program::hasErrors() const {
     for (auto const& d : diagnostics)
-        if (d.level == Diagnostic::Level::Error) return true;
+        if (d.level == Diagnostic::Level::Error)
+            return true;
     return false;
 }
 
 std::string Program::describe() const {
     std::string out;
     for (auto const& d : diagnostics) {
-        if (!out.empty()) out += '\n';
+        if (!out.empty())
+            out += '\n';
         out += fmt::format("GPL {} at line {}, column {}: {}",
                            d.level == Diagnostic::Level::Error ? "error" : "warning", d.line,
                            d.column, d.text);
@@ -540,7 +594,8 @@ Program parse(std::string_view text) {
     bool anything = false;
     while (pos <= text.size()) {
         std::size_t eol = text.find('\n', pos);
-        if (eol == std::string_view::npos) eol = text.size();
+        if (eol == std::string_view::npos)
+            eol = text.size();
         std::string_view line = text.substr(pos, eol - pos);
         std::size_t bodyStart = 0;
         std::string word = keywordAt(line, bodyStart);
@@ -548,8 +603,7 @@ Program parse(std::string_view text) {
         if (!word.empty() && isKeyword(word)) {
             if (!pieces.empty() && pieces.back().keyword == "COMMENT")
                 pieces.back().end = std::min(pieces.back().end, pos);
-            pieces.push_back({word, lineNo, static_cast<int>(bodyStart) + 1, pos + bodyStart,
-                              eol});
+            pieces.push_back({word, lineNo, static_cast<int>(bodyStart) + 1, pos + bodyStart, eol});
             anything = true;
         } else if (!blank) {
             anything = true;
@@ -568,7 +622,8 @@ Program parse(std::string_view text) {
                        std::string(line.substr(first, stop - first)));
             }
         }
-        if (eol >= text.size()) break;
+        if (eol >= text.size())
+            break;
         pos = eol + 1;
         ++lineNo;
     }
@@ -578,7 +633,8 @@ Program parse(std::string_view text) {
     }
 
     for (auto const& piece : pieces) {
-        if (piece.keyword.empty()) continue;
+        if (piece.keyword.empty())
+            continue;
         Statement st;
         st.keyword = piece.keyword;
         st.line = piece.line;
@@ -587,14 +643,16 @@ Program parse(std::string_view text) {
             std::size_t eol = body.find('\n');
             st.comment = std::string(body.substr(0, eol));
             st.comment.erase(0, st.comment.find_first_not_of(" \t"));
-            while (!st.comment.empty() && std::isspace(static_cast<unsigned char>(st.comment.back())))
+            while (!st.comment.empty() &&
+                   std::isspace(static_cast<unsigned char>(st.comment.back())))
                 st.comment.pop_back();
             program.statements.push_back(std::move(st));
             continue;
         }
         Lexer lexer(body, piece.line, piece.column, diags);
         Parser parser(lexer.run(), diags);
-        if (parser.statement(st)) program.statements.push_back(std::move(st));
+        if (parser.statement(st))
+            program.statements.push_back(std::move(st));
     }
     return program;
 }

@@ -14,12 +14,12 @@ struct Node {
         Name,      // a variable or a bare constant such as color.red
         Constant,  // family."text", e.g. color."FF8800" (text in `value`)
         String,
-        Number,    // value in `number`, optional unit in `value`
-        Star,      // * standing for all values of a dimension
-        Tuple,     // ("a", color.red)
-        Cross,     // a*b
-        Nest,      // a/b
-        Blend,     // a+b
+        Number,  // value in `number`, optional unit in `value`
+        Star,    // * standing for all values of a dimension
+        Tuple,   // ("a", color.red)
+        Cross,   // a*b
+        Nest,    // a/b
+        Blend,   // a+b
     };
     Kind kind = Kind::Name;
     std::string name;   // function, variable or constant family (Call, Name, Constant)

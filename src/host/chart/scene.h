@@ -31,7 +31,7 @@ struct Primitive {
     std::string text;
     double fontSize = 12;
     bool bold = false;
-    int anchor = 0;  // -1 start, 0 middle, 1 end
+    int anchor = 0;    // -1 start, 0 middle, 1 end
     double angle = 0;  // degrees, clockwise
     // What the primitive stands for, for tests: category, group and value.
     std::string category;

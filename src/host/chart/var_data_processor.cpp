@@ -18,7 +18,8 @@ struct Column {
         if (kinds.size() < rows) {
             kinds.resize(rows, 0);
             numbers.resize(rows, kSysmis);
-            if (!texts.empty()) texts.resize(rows);
+            if (!texts.empty())
+                texts.resize(rows);
         }
     }
 };
@@ -37,23 +38,27 @@ struct VarDataProcessor::Data {
 
     int findSource(std::string const& name) const {
         for (std::size_t i = 0; i < sources.size(); ++i)
-            if (sources[i].name == name) return static_cast<int>(i);
+            if (sources[i].name == name)
+                return static_cast<int>(i);
         return -1;
     }
     Source& source(std::string const& name) {
         int i = findSource(name);
-        if (i >= 0) return sources[static_cast<std::size_t>(i)];
+        if (i >= 0)
+            return sources[static_cast<std::size_t>(i)];
         sources.push_back(Source{name, {}, 0, 0});
         return sources.back();
     }
     static int findColumn(Source const& s, std::string const& name) {
         for (std::size_t i = 0; i < s.columns.size(); ++i)
-            if (s.columns[i].name == name) return static_cast<int>(i);
+            if (s.columns[i].name == name)
+                return static_cast<int>(i);
         return -1;
     }
     static Column& column(Source& s, std::string const& name) {
         int i = findColumn(s, name);
-        if (i >= 0) return s.columns[static_cast<std::size_t>(i)];
+        if (i >= 0)
+            return s.columns[static_cast<std::size_t>(i)];
         Column c;
         c.name = name;
         if (s.estimate) {
@@ -65,15 +70,17 @@ struct VarDataProcessor::Data {
     }
     static void setNumber(Source& s, Column& c, unsigned int row, double value) {
         c.grow(std::size_t(row) + 1);
-        c.kinds[row] = value == kSysmis ? std::uint8_t(CellKind::Missing)
-                                        : std::uint8_t(CellKind::Number);
+        c.kinds[row] =
+            value == kSysmis ? std::uint8_t(CellKind::Missing) : std::uint8_t(CellKind::Number);
         c.numbers[row] = value;
-        if (!c.texts.empty()) c.texts[row].clear();
+        if (!c.texts.empty())
+            c.texts[row].clear();
         s.rows = std::max(s.rows, std::size_t(row) + 1);
     }
     static void setText(Source& s, Column& c, unsigned int row, std::string const& value) {
         c.grow(std::size_t(row) + 1);
-        if (c.texts.size() < c.kinds.size()) c.texts.resize(c.kinds.size());
+        if (c.texts.size() < c.kinds.size())
+            c.texts.resize(c.kinds.size());
         c.kinds[row] = std::uint8_t(CellKind::Text);
         c.numbers[row] = kSysmis;
         c.texts[row] = value;
@@ -81,7 +88,8 @@ struct VarDataProcessor::Data {
     }
     Column const* columnAt(std::string const& source, int variable) const {
         int s = findSource(source);
-        if (s < 0 || variable < 0) return nullptr;
+        if (s < 0 || variable < 0)
+            return nullptr;
         auto const& cols = sources[std::size_t(s)].columns;
         return std::size_t(variable) < cols.size() ? &cols[std::size_t(variable)] : nullptr;
     }
@@ -113,7 +121,8 @@ void VarDataProcessor::SetVariableValue(std::string const& source, std::string c
 
 void VarDataProcessor::SetVariableValue(_varinfo* info, unsigned int row, double value) {
     // A record that was never added here has nowhere to go.
-    if (!info || info->owner != this || info->source < 0) return;
+    if (!info || info->owner != this || info->source < 0)
+        return;
     Source& s = d->sources[std::size_t(info->source)];
     Data::setNumber(s, s.columns[std::size_t(info->variable)], row, value);
 }
@@ -126,24 +135,28 @@ void VarDataProcessor::SetStringVariableValue(std::string const& source, std::st
 
 void VarDataProcessor::SetStringVariableValue(_varinfo* info, unsigned int row,
                                               std::string const& value) {
-    if (!info || info->owner != this || info->source < 0) return;
+    if (!info || info->owner != this || info->source < 0)
+        return;
     Source& s = d->sources[std::size_t(info->source)];
     Data::setText(s, s.columns[std::size_t(info->variable)], row, value);
 }
 
 void VarDataProcessor::DeleteRow(std::string const& source, unsigned int row) {
     int i = d->findSource(source);
-    if (i < 0) return;
+    if (i < 0)
+        return;
     Source& s = d->sources[std::size_t(i)];
     for (Column& c : s.columns) {
         if (row < c.kinds.size()) {
             c.kinds[row] = std::uint8_t(CellKind::Missing);
             c.numbers[row] = kSysmis;
-            if (!c.texts.empty()) c.texts[row].clear();
+            if (!c.texts.empty())
+                c.texts[row].clear();
         }
     }
     // A deleted last row no longer counts; the pass writes the next case there.
-    if (std::size_t(row) + 1 == s.rows) s.rows = row;
+    if (std::size_t(row) + 1 == s.rows)
+        s.rows = row;
 }
 
 int VarDataProcessor::GetSourceNames(std::vector<std::string>& names) const {
@@ -153,7 +166,8 @@ int VarDataProcessor::GetSourceNames(std::vector<std::string>& names) const {
 }
 
 void VarDataProcessor::AddVDP(VarDataProcessor& other) {
-    if (&other == this) return;
+    if (&other == this)
+        return;
     for (Source const& from : other.d->sources) {
         bool existed = d->findSource(from.name) >= 0;
         Source& to = d->source(from.name);
@@ -197,20 +211,23 @@ int VarDataProcessor::FindVariable(std::string const& source, std::string const&
 VarDataProcessor::CellKind VarDataProcessor::GetCellKind(std::string const& source, int variable,
                                                          unsigned int row) const {
     Column const* c = d->columnAt(source, variable);
-    if (!c || row >= c->kinds.size()) return CellKind::Missing;
+    if (!c || row >= c->kinds.size())
+        return CellKind::Missing;
     return static_cast<CellKind>(c->kinds[row]);
 }
 
 double VarDataProcessor::GetNumber(std::string const& source, int variable,
                                    unsigned int row) const {
     Column const* c = d->columnAt(source, variable);
-    if (!c || row >= c->numbers.size()) return kSysmis;
+    if (!c || row >= c->numbers.size())
+        return kSysmis;
     return c->numbers[row];
 }
 
 std::string VarDataProcessor::GetText(std::string const& source, int variable,
                                       unsigned int row) const {
     Column const* c = d->columnAt(source, variable);
-    if (!c || row >= c->texts.size()) return {};
+    if (!c || row >= c->texts.size())
+        return {};
     return c->texts[row];
 }

@@ -111,17 +111,19 @@ TEST(ChartDocument, BadGplMakesNoDocumentAndSaysWhy) {
               "source 't' does not exist"},
              {"SOURCE: s=userSource(id(\"g\"))\nFOO: x()", "unknown statement 'FOO'"},
              {"SOURCE: s=userSource(id(\"g\")\nDATA: a=col(source(s), name(\"a\"))))\n"
-              "ELEMENT: point(position(a*a), , color(a))", "expected a function"},
+              "ELEMENT: point(position(a*a), , color(a))",
+              "expected a function"},
          }) {
         XDocument doc(c.gpl, true, true);
         EXPECT_FALSE(doc.implementationExists()) << c.gpl;
         EXPECT_NE(doc.errorText().find(c.says), std::string::npos) << doc.errorText();
     }
     // Unknown and not-yet-drawn functions are warnings: the chart is still made.
-    XDocument lenient("SOURCE: s=userSource(id(\"g\"))\nDATA: a=col(source(s), name(\"a\"))\n"
-                      "ELEMENT: point(position(a*a), wobble(3))\n"
-                      "ELEMENT: line(position(smooth.loess(a*a)))",
-                      true, true);
+    XDocument lenient(
+        "SOURCE: s=userSource(id(\"g\"))\nDATA: a=col(source(s), name(\"a\"))\n"
+        "ELEMENT: point(position(a*a), wobble(3))\n"
+        "ELEMENT: line(position(smooth.loess(a*a)))",
+        true, true);
     EXPECT_TRUE(lenient.implementationExists());
     auto const& diags = lenient.model().program.diagnostics;
     ASSERT_EQ(diags.size(), 2u);

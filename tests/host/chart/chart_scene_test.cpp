@@ -28,8 +28,10 @@ void fill(VarDataProcessor& vdp, std::string const& source, std::vector<std::str
     for (auto const& c : cols) vdp.AddVariable(source, c, nullptr);
     for (unsigned r = 0; r < rows.size(); ++r)
         for (std::size_t c = 0; c < cols.size(); ++c)
-            if (rows[r][c].text) vdp.SetStringVariableValue(source, cols[c], r, rows[r][c].s);
-            else vdp.SetVariableValue(source, cols[c], r, rows[r][c].number);
+            if (rows[r][c].text)
+                vdp.SetStringVariableValue(source, cols[c], r, rows[r][c].s);
+            else
+                vdp.SetVariableValue(source, cols[c], r, rows[r][c].number);
 }
 
 hc::Scene scene(XDocument& doc, VarDataProcessor* vdp) {
@@ -49,9 +51,10 @@ std::vector<std::string> texts(hc::Scene const& s, std::string const& role) {
 }  // namespace
 
 TEST(ChartScene, BarsStandOnZeroWithHeightsProportionalToTheData) {
-    XDocument doc(kHead + "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
-                          "DATA: v=col(source(s), name(\"v\"))\n"
-                          "ELEMENT: interval(position(c*v))",
+    XDocument doc(kHead +
+                      "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                      "DATA: v=col(source(s), name(\"v\"))\n"
+                      "ELEMENT: interval(position(c*v))",
                   true, true);
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "v"}, {{2.0, 30.0}, {1.0, 10.0}, {3.0, 20.0}});
@@ -71,7 +74,8 @@ TEST(ChartScene, BarsStandOnZeroWithHeightsProportionalToTheData) {
     EXPECT_NEAR(byX[1]->x - byX[0]->x, byX[2]->x - byX[1]->x, 1e-9);
     // The zero tick sits at the bars' base.
     for (auto const* t : s.withRole("tick-label-2"))
-        if (t->value == 0) EXPECT_NEAR(t->y - 11 * 0.35, base, 1e-6);
+        if (t->value == 0)
+            EXPECT_NEAR(t->y - 11 * 0.35, base, 1e-6);
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"1", "2", "3"}));
 }
 
@@ -102,10 +106,11 @@ TEST(ChartScene, TicksAreRoundForASpreadOfRanges) {
 }
 
 TEST(ChartScene, CategoryOrderFollowsTheScaleAndRelabelsNameTheValues) {
-    XDocument doc(kHead + "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
-                          "DATA: v=col(source(s), name(\"v\"))\n"
-                          "SCALE: cat(dim(1), sort.values(\"3\", \"1\"))\n"
-                          "ELEMENT: interval(position(c*v))",
+    XDocument doc(kHead +
+                      "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                      "DATA: v=col(source(s), name(\"v\"))\n"
+                      "SCALE: cat(dim(1), sort.values(\"3\", \"1\"))\n"
+                      "ELEMENT: interval(position(c*v))",
                   true, true);
     ChartString one, clerical, three, manager, name;
     one.assignUTF8("1");
@@ -121,9 +126,10 @@ TEST(ChartScene, CategoryOrderFollowsTheScaleAndRelabelsNameTheValues) {
     auto s = scene(doc, &vdp);
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"Manager", "Clerical", "2"}));
     // Text categories sort as text; notIn leaves values out.
-    XDocument doc2(kHead + "DATA: c=col(source(s), name(\"c\"), notIn(\"b\"))\n"
-                           "DATA: v=col(source(s), name(\"v\"))\n"
-                           "ELEMENT: point(position(c*v))",
+    XDocument doc2(kHead +
+                       "DATA: c=col(source(s), name(\"c\"), notIn(\"b\"))\n"
+                       "DATA: v=col(source(s), name(\"v\"))\n"
+                       "ELEMENT: point(position(c*v))",
                    true, true);
     VarDataProcessor vdp2;
     fill(vdp2, "g", {"c", "v"}, {{"c", 1.0}, {"a", 2.0}, {"b", 3.0}});
@@ -131,10 +137,11 @@ TEST(ChartScene, CategoryOrderFollowsTheScaleAndRelabelsNameTheValues) {
 }
 
 TEST(ChartScene, StackedAndDodgedBarsWithTheirLegend) {
-    std::string vars = kHead + "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
-                               "DATA: g=col(source(s), name(\"grp\"), unit.category())\n"
-                               "DATA: v=col(source(s), name(\"v\"))\n"
-                               "GUIDE: legend(aesthetic(aesthetic.color.interior), label(\"Group\"))\n";
+    std::string vars = kHead +
+                       "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                       "DATA: g=col(source(s), name(\"grp\"), unit.category())\n"
+                       "DATA: v=col(source(s), name(\"v\"))\n"
+                       "GUIDE: legend(aesthetic(aesthetic.color.interior), label(\"Group\"))\n";
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "grp", "v"},
          {{"x", "A", 10.0}, {"x", "B", 30.0}, {"y", "A", 20.0}, {"y", "B", 20.0}});
@@ -145,7 +152,8 @@ TEST(ChartScene, StackedAndDodgedBarsWithTheirLegend) {
     ASSERT_EQ(bars.size(), 4u);
     auto find = [&](std::string const& c, std::string const& g) {
         for (auto const* b : bars)
-            if (b->category == c && b->group == g) return b;
+            if (b->category == c && b->group == g)
+                return b;
         return bars[0];
     };
     // B sits on A: same x and width, touching, heights in the data's ratio.
@@ -168,21 +176,24 @@ TEST(ChartScene, StackedAndDodgedBarsWithTheirLegend) {
     ASSERT_EQ(dbars.size(), 4u);
     hc::Primitive const *xa = nullptr, *xb = nullptr;
     for (auto const* b : dbars) {
-        if (b->category == "x" && b->group == "A") xa = b;
-        if (b->category == "x" && b->group == "B") xb = b;
+        if (b->category == "x" && b->group == "A")
+            xa = b;
+        if (b->category == "x" && b->group == "B")
+            xb = b;
     }
     ASSERT_TRUE(xa && xb);
-    EXPECT_NEAR(xa->x + xa->w, xb->x, 1e-9);  // side by side
+    EXPECT_NEAR(xa->x + xa->w, xb->x, 1e-9);          // side by side
     EXPECT_NEAR(xa->y + xa->h, xb->y + xb->h, 1e-9);  // same base
     EXPECT_NEAR(xb->h / xa->h, 3.0, 1e-9);
 }
 
 TEST(ChartScene, TransposeTurnsCategoriesToTheVerticalAxis) {
-    XDocument doc(kHead + "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
-                          "DATA: v=col(source(s), name(\"v\"))\n"
-                          "COORD: rect(dim(1,2), transpose())\n"
-                          "GUIDE: axis(dim(1), label(\"Kind\"))\n"
-                          "ELEMENT: interval(position(c*v))",
+    XDocument doc(kHead +
+                      "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                      "DATA: v=col(source(s), name(\"v\"))\n"
+                      "COORD: rect(dim(1,2), transpose())\n"
+                      "GUIDE: axis(dim(1), label(\"Kind\"))\n"
+                      "ELEMENT: interval(position(c*v))",
                   true, true);
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "v"}, {{"a", 5.0}, {"b", 10.0}});
@@ -201,14 +212,16 @@ TEST(ChartScene, TransposeTurnsCategoriesToTheVerticalAxis) {
 }
 
 TEST(ChartScene, ClustersGroupMembersAndPanelsSplitTheThirdFactor) {
-    std::string vars = kHead + "DATA: t=col(source(s), name(\"t\"), unit.category())\n"
-                               "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
-                               "DATA: v=col(source(s), name(\"v\"))\n";
+    std::string vars = kHead +
+                       "DATA: t=col(source(s), name(\"t\"), unit.category())\n"
+                       "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                       "DATA: v=col(source(s), name(\"v\"))\n";
     VarDataProcessor vdp;
     fill(vdp, "g", {"t", "c", "v"},
          {{"a", "p", 1.0}, {"b", "p", 2.0}, {"a", "q", 3.0}, {"b", "q", 4.0}});
-    XDocument clustered(vars + "COORD: rect(dim(1,2), cluster(3,0))\n"
-                               "ELEMENT: interval(position(t*v*c), color.interior(t))",
+    XDocument clustered(vars +
+                            "COORD: rect(dim(1,2), cluster(3,0))\n"
+                            "ELEMENT: interval(position(t*v*c), color.interior(t))",
                         true, true);
     auto s = scene(clustered, &vdp);
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"p", "q"}));
@@ -229,11 +242,12 @@ TEST(ChartScene, ClustersGroupMembersAndPanelsSplitTheThirdFactor) {
 }
 
 TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
-    XDocument doc(kHead + "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
-                          "DATA: v=col(source(s), name(\"v\"))\n"
-                          "ELEMENT: interval(position(summary.mean(c*v)))\n"
-                          "ELEMENT: line(position(c*v))\n"
-                          "ELEMENT: schema(position(c*v))",
+    XDocument doc(kHead +
+                      "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                      "DATA: v=col(source(s), name(\"v\"))\n"
+                      "ELEMENT: interval(position(summary.mean(c*v)))\n"
+                      "ELEMENT: line(position(c*v))\n"
+                      "ELEMENT: schema(position(c*v))",
                   true, true);
     VarDataProcessor vdp;
     double sysmis = -std::numeric_limits<double>::max();
@@ -242,8 +256,10 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     auto bars = s.withRole("bar");
     ASSERT_EQ(bars.size(), 3u);
     for (auto const* b : bars)
-        if (b->category == "a") EXPECT_DOUBLE_EQ(b->value, 3);
-        else if (b->category == "b") EXPECT_DOUBLE_EQ(b->value, 10);
+        if (b->category == "a")
+            EXPECT_DOUBLE_EQ(b->value, 3);
+        else if (b->category == "b")
+            EXPECT_DOUBLE_EQ(b->value, 10);
     // The missing value is not drawn; the line has all the others.
     std::size_t linePoints = 0;
     for (auto const* l : s.withRole("line")) linePoints += l->points.size();
@@ -251,8 +267,9 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     ASSERT_FALSE(s.warnings.empty());
     EXPECT_NE(s.warnings[0].find("'schema' is not supported yet"), std::string::npos);
 
-    XDocument lacking(kHead + "DATA: v=col(source(s), name(\"nothere\"))\n"
-                              "ELEMENT: point(position(v*v))",
+    XDocument lacking(kHead +
+                          "DATA: v=col(source(s), name(\"nothere\"))\n"
+                          "ELEMENT: point(position(v*v))",
                       true, true);
     auto w = scene(lacking, &vdp);
     ASSERT_FALSE(w.warnings.empty());

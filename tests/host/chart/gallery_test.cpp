@@ -26,7 +26,8 @@ TEST(ChartGallery, EveryFormRendersFromGplThroughXml) {
     fs::path out = fs::path(GGRAPH_BINARY_DIR) / "gallery";
     int count = 0;
     for (auto const& entry : fs::directory_iterator(gallery)) {
-        if (entry.path().extension() != ".gpl") continue;
+        if (entry.path().extension() != ".gpl")
+            continue;
         ++count;
         auto xml = host::chart::gplToXml(slurp(entry.path()));
         ASSERT_EQ(xml.exitCode, 0) << entry.path() << xml.error;

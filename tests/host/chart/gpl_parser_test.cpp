@@ -92,11 +92,12 @@ TEST(GplParser, AlgebraPrecedenceNestOverCrossOverBlend) {
 }
 
 TEST(GplParser, LexicalForms) {
-    auto p = ok("GUIDE: text.title(label(\"say \\\"hi\\\" and \"\"yo\"\"\", \"\tÄé\"))\n"
-                "SCALE: linear(dim(2), min(.5), max(1.), origin(10%), delta(2cm))\n"
-                "ELEMENT: point(color(color.\"FF8800\"), size(size.\"12px\"))\n"
-                "element: Point (position(Größe*$CASENUM*#INDEX*@x))\n"
-                "GUIDE: text.footnote(label(\"over\ntwo lines\"))");
+    auto p =
+        ok("GUIDE: text.title(label(\"say \\\"hi\\\" and \"\"yo\"\"\", \"\tÄé\"))\n"
+           "SCALE: linear(dim(2), min(.5), max(1.), origin(10%), delta(2cm))\n"
+           "ELEMENT: point(color(color.\"FF8800\"), size(size.\"12px\"))\n"
+           "element: Point (position(Größe*$CASENUM*#INDEX*@x))\n"
+           "GUIDE: text.footnote(label(\"over\ntwo lines\"))");
     auto const& label = p.statements[0].body.args[0];
     EXPECT_EQ(label.args[0].value, "say \"hi\" and \"yo\"");
     EXPECT_EQ(label.args[1].value, "\tÄé");
@@ -116,10 +117,11 @@ TEST(GplParser, LexicalForms) {
 
 TEST(GplParser, LeniencyForPublishedJobsWarns) {
     // Surplus ')', missing ')', an open string closed at the next ')', a keyword alone on its line.
-    auto p = ok("ELEMENT: interval(position(a*b)))\n"
-                "ELEMENT: point(position(a*b)\n"
-                "GUIDE: axis(dim(1), label(\"Open string), null())\n"
-                "GUIDE:\n  axis(dim(2))");
+    auto p =
+        ok("ELEMENT: interval(position(a*b)))\n"
+           "ELEMENT: point(position(a*b)\n"
+           "GUIDE: axis(dim(1), label(\"Open string), null())\n"
+           "GUIDE:\n  axis(dim(2))");
     ASSERT_EQ(p.statements.size(), 4u);
     EXPECT_EQ(p.diagnostics.size(), 3u) << p.describe();
     EXPECT_EQ(p.statements[2].body.args[1].args[0].value, "Open string");
@@ -137,8 +139,7 @@ TEST(GplParser, ErrorsNamePositionAndWhatWasExpected) {
                   .find("line 2, column 3: expected ',' or ')' in the arguments of 'col', found "
                         "'name'"),
               std::string::npos);
-    EXPECT_NE(errors("DATA: col(source(s))").find("expected '=' after 'col'"),
-              std::string::npos);
+    EXPECT_NE(errors("DATA: col(source(s))").find("expected '=' after 'col'"), std::string::npos);
     EXPECT_NE(errors("ELEMENT: point(position(a*))").find("found ')'"), std::string::npos);
     EXPECT_NE(errors("ELEMENT: point(position(a ; b))").find("unexpected character ';'"),
               std::string::npos);
