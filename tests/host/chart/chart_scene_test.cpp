@@ -74,8 +74,8 @@ TEST(ChartScene, BarsStandOnZeroWithHeightsProportionalToTheData) {
     EXPECT_NEAR(byX[1]->x - byX[0]->x, byX[2]->x - byX[1]->x, 1e-9);
     // The zero tick sits at the bars' base.
     for (auto const* t : s.withRole("tick-label-2")) {
-        if (t->value == 0)
-            EXPECT_NEAR(t->y - 11 * 0.35, base, 1e-6);
+        if (t->value != 0) continue;
+        EXPECT_NEAR(t->y - 11 * 0.35, base, 1e-6);
     }
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"1", "2", "3"}));
 }
@@ -257,10 +257,8 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     auto bars = s.withRole("bar");
     ASSERT_EQ(bars.size(), 3u);
     for (auto const* b : bars) {
-        if (b->category == "a")
-            EXPECT_DOUBLE_EQ(b->value, 3);
-        if (b->category == "b")
-            EXPECT_DOUBLE_EQ(b->value, 10);
+        double expected = b->category == "a" ? 3 : b->category == "b" ? 10 : 1;
+        EXPECT_DOUBLE_EQ(b->value, expected) << b->category;
     }
     // The missing value is not drawn; the line has all the others.
     std::size_t linePoints = 0;
