@@ -54,7 +54,9 @@ void KWELMBCopyToFixed_A(char* dest, int destLength, char const* source, int sou
 
 // Classifies a text as a name of the command language: 0 a plain name, 1 a name starting with
 // '$' (a system or set name), 2 a name starting with '#' (scratch), 100 a name starting with
-// '@'; negative values reject the text (see the implementation for the codes).
+// '@'. Negative values reject the text: -1 empty, -2 longer than 64 bytes, -3 no letter first
+// (behind the prefix), -4 a character a name cannot hold, -5 ends in a period, -6 a reserved
+// word (ALL AND BY EQ GE GT LE LT NE NOT OR TO WITH).
 int ValidateKWELName(char const* text);
 
 // Resolves a file name (relative names against the job file's folder). On success `exists` is

@@ -8,6 +8,15 @@
 
 class TokenInfoObj;
 
+// A problem met while a text was tokenised: where it stands (1-based) and whether it stops the
+// command (an error) or only warns (a byte that was not UTF-8 and was replaced).
+struct TokenProblem {
+    int line = 0;
+    int column = 0;
+    bool error = true;
+    std::string text;
+};
+
 class TokenSequenceBase {
 public:
     // Codes of the operator tokens. Code 0 is given by every token that is no operator.
@@ -42,6 +51,8 @@ public:
     virtual bool Next() = 0;
     // The token the cursor stands on; null before the first Next and after the end.
     virtual TokenInfoObj const* Current() const = 0;
+    // Problems met while the tokens were made; the splitter reports them. Empty by default.
+    virtual std::vector<TokenProblem> const& Problems() const;
 };
 
 class TokenInfoObj {
@@ -87,9 +98,11 @@ public:
     ~KWEL_TokenSequence() override;
     bool Next() override;
     TokenInfoObj const* Current() const override;
+    std::vector<TokenProblem> const& Problems() const override { return problems_; }
 
 private:
     std::vector<TokenInfoObj> tokens_;
+    std::vector<TokenProblem> problems_;
     long position_ = -1;
 };
 

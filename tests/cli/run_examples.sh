@@ -1,5 +1,38 @@
 #!/usr/bin/env bash
-# Runs every example job through the ggraph program and checks its exit status and outputs.
+# The ggraph program end to end: the examples run with the documented exit statuses and leave
+# both outputs; usage errors and unreadable jobs give status 2.
 set -u
 ggraph=$1; root=$2
-"$ggraph" --version >/dev/null || { echo "ggraph --version failed"; exit 1; }
+out=$(mktemp -d)
+trap 'rm -rf "$out"' EXIT
+failures=0
+check() {  # name, expected status, command...
+  local name=$1 expected=$2; shift 2
+  "$@" >"$out/stdout" 2>"$out/stderr"
+  local status=$?
+  if [ "$status" -ne "$expected" ]; then
+    echo "FAIL $name: exit status $status, expected $expected"; cat "$out/stderr"; failures=$((failures + 1))
+  else
+    echo "ok   $name"
+  fi
+}
+check "version" 0 "$ggraph" --version
+grep -q '^ggraph ' "$out/stdout" || { echo "FAIL version text"; failures=$((failures + 1)); }
+check "help" 0 "$ggraph" --help
+check "no command" 2 "$ggraph"
+check "unknown option" 2 "$ggraph" run --no-such-option x.sps
+check "missing job" 2 "$ggraph" run "$out/none.sps" --out "$out/none"
+grep -q 'none.sps' "$out/stderr" || { echo "FAIL missing job names the file"; failures=$((failures + 1)); }
+# The demo holds one deliberate mistake.
+check "demo" 1 "$ggraph" run "$root/examples/demo.sps" --out "$out/demo"
+check "all subcommands" 0 "$ggraph" run "$root/examples/all_subcommands.sps" --context DM --out "$out/all"
+for f in demo/report.html demo/output.json all/report.html all/output.json; do
+  [ -s "$out/$f" ] || { echo "FAIL $f was not written"; failures=$((failures + 1)); }
+done
+grep -q '"format": "ggraph-output/1"' "$out/demo/output.json" ||
+  { echo "FAIL output.json format tag"; failures=$((failures + 1)); }
+grep -q 'Unknown token STYLE' "$out/demo/report.html" ||
+  { echo "FAIL report shows the demo's mistake"; failures=$((failures + 1)); }
+grep -q 'Description: RFM Scatterplots' "$out/all/output.json" ||
+  { echo "FAIL description table in the RFM flavour"; failures=$((failures + 1)); }
+[ "$failures" -eq 0 ]

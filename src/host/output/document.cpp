@@ -65,8 +65,10 @@ void Document::addMessage(int level, std::string text, int line) {
     item.line = line != 0 ? line : d->currentLine;
     if (level >= 0 && level < 4) ++d->counts[level];
     d->highest = std::max(d->highest, level);
-    for (MessageSink* sink : d->sinks) sink->onMessage(item);
+    // The message is in the document before any sink sees it: a sink may unwind the job.
+    Item const copy = item;
     add(std::move(item));
+    for (MessageSink* sink : d->sinks) sink->onMessage(copy);
 }
 
 int Document::add(Item item) {

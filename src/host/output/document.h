@@ -26,6 +26,14 @@ struct TableData {
         std::vector<std::string> categories;
     };
     std::vector<Dimension> dimensions;
+    // Cell values by dimension and category index, as BpCategory::Cell set them; `cells` is laid
+    // out from these (see table_layout.h).
+    struct Value {
+        int dimension = 0;
+        int category = 0;
+        std::string text;
+    };
+    std::vector<Value> values;
     // Rows of cells as they read in the output (the first row holds headings where there are
     // any).
     std::vector<std::vector<std::string>> cells;

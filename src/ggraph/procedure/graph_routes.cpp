@@ -1,0 +1,55 @@
+#include "ggraph/procedure/graph_routes.h"
+
+#include <string>
+
+#include "ggraph/model/ggraph_settings.h"
+#include "ggraph/model/graph_spec.h"
+#include "ggraph/procedure/report.h"
+
+namespace ggraph {
+namespace {
+
+constexpr char kRouteNotSupported[] =
+    "The graph from GRAPHSPEC source ^1 is not drawn: this build does not support that source yet.";
+
+char const* sourceKeyword(GraphSpec::SOURCE source) {
+    switch (source) {
+        case GraphSpec::SOURCE_INLINE: return "INLINE";
+        case GraphSpec::SOURCE_GPLFILE: return "GPLFILE";
+        case GraphSpec::SOURCE_VIZMLFILE: return "VIZMLFILE";
+        case GraphSpec::SOURCE_VIZJSONFILE: return "VIZJSONFILE";
+        case GraphSpec::SOURCE_VIZJSONTEMPLATE: return "VIZJSONTEMPLATE";
+        case GraphSpec::SOURCE_VIZTEMPLATE: return "VIZTEMPLATE";
+        case GraphSpec::SOURCE_IMAGEFILE: return "IMAGEFILE";
+        case GraphSpec::SOURCE_PMMLFILE: return "PMMLFILE";
+    }
+    return "";
+}
+
+}  // namespace
+
+bool runDataPhase(RouteContext& /*context*/, ProcedureDataSource& /*dataSource*/) {
+    // Graph data sets are not filed by the parser yet, so there is nothing to pass over.
+    return true;
+}
+
+void endDataPhase(RouteContext& /*context*/) {}
+
+RouteResult runRoute(RouteContext& /*context*/, GraphSpec& spec, XViZTemplate& /*styleSheet*/) {
+    switch (spec.getSource()) {
+        case GraphSpec::SOURCE_INLINE:
+        case GraphSpec::SOURCE_GPLFILE:
+        case GraphSpec::SOURCE_VIZMLFILE:
+        case GraphSpec::SOURCE_VIZJSONFILE:
+        case GraphSpec::SOURCE_VIZJSONTEMPLATE:
+        case GraphSpec::SOURCE_VIZTEMPLATE:
+        case GraphSpec::SOURCE_IMAGEFILE:
+        case GraphSpec::SOURCE_PMMLFILE:
+            report(kWarning, kRouteNotSupported, {sourceKeyword(spec.getSource())});
+            return RouteResult::Next;
+    }
+    // A source outside the known ones is passed over without a message.
+    return RouteResult::Next;
+}
+
+}  // namespace ggraph

@@ -1,0 +1,60 @@
+#pragma once
+// The parser's data block and the grammar functions that share it. Used only inside syntax/.
+
+#include <string>
+#include <vector>
+
+#include "ggraph/model/ggraph_settings.h"
+#include "ggraph/syntax/ggraph_parser.h"
+#include "platform/tokens.h"
+
+class FacSTDictionary;
+class GraphSpec;
+class ProcedureDataSource;
+
+struct GGraphParser::GGraphParserData {
+    GGraphParserData(ProcedureDataSource* source, FacSTDictionary* dict);
+    ~GGraphParserData();
+
+    FacSTDictionary* dictionary;
+    ParserMessage message;
+    std::vector<syntaxTracker> trackers;
+    GGraphSettings settings;
+    ProcedureDataSource* dataSource;
+
+    // The frame.
+    [[nodiscard]] bool StartUniversalParser(CommandSpec& spec);
+    [[nodiscard]] bool ReadSubcommands(SubComObj const* subcommand, int index);
+    bool IsThisNextOperator(int index, int end, SubComObj const* subcommand,
+                            TokenSequenceBase::OperatorCode code);
+    bool UnknownKeyword(std::string const& subcommand, char const* token);
+    bool IncompleteSubcommand(std::string const& subcommand);
+    bool MissingTrailingEqual(std::string const& subcommand, char const* attribute);
+    bool DuplicateAttribute(std::string const& subcommand, char const* attribute);
+    bool NeedThreeIntegers(std::string const& subcommand, char const* attribute);
+
+    // Subcommand handlers.
+    bool HandleDataSetSubCmd(SubComObj const* subcommand, int start);
+    bool HandleSpecSubCmd(SubComObj const* subcommand, int start);
+    bool HandleFitlineSubCmd(SubComObj const* subcommand, int start);
+    bool HandleDescriptionSubCmd(SubComObj const* subcommand, int start);
+    bool HandleColorcycleSubCmd(SubComObj const* subcommand, int start);
+    bool HandleFrameSubCmd(SubComObj const* subcommand, int start);
+    bool HandleGridlinesSubCmd(SubComObj const* subcommand, int start);
+
+    // GRAPHSPEC's sub-grammars.
+    bool parseViZTemplate(SubComObj const* subcommand, int& cursor, int end, GraphSpec* spec);
+    bool parseMappings(SubComObj const* subcommand, int& cursor, int end, GraphSpec* spec);
+
+    // The inline GPL block behind the command.
+    bool ReadGPL(GraphSpec* spec);
+
+    // The checks after parsing.
+    bool CompleteAndValidate();
+};
+
+namespace ggraph {
+// Keyword comparison of the grammar: case-blind.
+bool isKeyword(TokenInfoObj const* token, char const* keyword);
+bool isOperator(TokenInfoObj const* token, TokenSequenceBase::OperatorCode code);
+}  // namespace ggraph

@@ -1,0 +1,43 @@
+#pragma once
+// File services of the host: where relative names lead, reading a whole file, and writing one
+// so that a failure never leaves half a file behind.
+
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+namespace host::files {
+
+// Relative file names of a job are taken from the job file's folder. Until a job sets it, the
+// current folder.
+void setJobFolder(std::filesystem::path folder);
+std::filesystem::path jobFolder();
+
+// The absolute, normalised form of a name as a job writes it: surrounding blanks and one pair of
+// matching quotes are removed, "~" is not expanded, and a relative name is taken from the job
+// folder.
+std::filesystem::path resolve(std::string_view name);
+
+struct ReadResult {
+    bool ok = false;
+    std::string bytes;
+    std::string error;  // why the file could not be read, naming it; empty when ok
+};
+
+// Reads a whole file (no name resolution: give it a resolved path).
+ReadResult readFile(std::filesystem::path const& path);
+
+struct WriteResult {
+    bool ok = false;
+    std::string error;  // empty when ok
+};
+
+// Writes the file through a temporary beside it and renames it into place, so that the file is
+// either the complete new text or what it was before.
+WriteResult writeFileAtomically(std::filesystem::path const& path,
+                                std::function<void(std::ostream&)> const& write);
+WriteResult writeFileAtomically(std::filesystem::path const& path, std::string_view bytes);
+
+}  // namespace host::files

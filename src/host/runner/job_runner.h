@@ -1,0 +1,43 @@
+#pragma once
+// The job runner: reads a job, echoes each command, dispatches GGRAPH and stray GPL blocks to the
+// command library, and writes the output document.
+
+#include <filesystem>
+#include <string>
+
+#include "host/output/document.h"
+
+namespace host::runner {
+
+struct JobOptions {
+    // The product context code; "DM" runs GGRAPH in its RFM flavour.
+    std::string context;
+    // Relative file names in the job are taken from here.
+    std::filesystem::path jobFolder = ".";
+    // An error-level message ends the job (the host's request to unwind).
+    bool stopOnError = false;
+};
+
+// Runs the commands of `text` into `document`. Never throws.
+void runJobText(std::string text, host::output::Document& document, JobOptions const& options);
+
+struct RunOptions {
+    std::filesystem::path jobPath;
+    std::filesystem::path outDir;  // empty: <job folder>/<job name>_output
+    JobOptions job;
+    bool quiet = false;  // no messages on stderr
+};
+
+// Exit statuses of a run.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitErrors = 1;
+inline constexpr int kExitCannotRun = 2;
+
+// Runs a job file and writes report.html and output.json. Returns 0 when no error-level message
+// was reported, 1 when one was, 2 when the job file could not be read or the output not written.
+int runJobFile(RunOptions const& options);
+
+// Where runJobFile writes for these options.
+std::filesystem::path outputFolder(RunOptions const& options);
+
+}  // namespace host::runner

@@ -1,0 +1,104 @@
+// The job runner on jobs as people write them, and on jobs that are broken.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "support/job_harness.h"
+
+using host::output::ItemKind;
+
+TEST(JobRunner, PublishedJobFormsRunCleanly) {
+    // CRLF, tabs and trailing blanks, a slash in column 1, two subcommands on one line, a
+    // continuation starting with a comma, blanks around '=', the period alone on its line, joined
+    // literals, lower case, UTF-8 text, an indented block and a blank after END GPL.
+    auto run = test::runJob(
+        "* Übersicht: 売上.\r\n"
+        "ggraph\t \r\n"
+        "/graphspec source = inline label = 'Umsatz ' + \"nach Region\" \r\n"
+        "  /frame outer=yes inner=no /gridlines xaxis=yes\r\n"
+        "  /colorcycle color1(1 2 3)\r\n"
+        "  , color2(4 5 6)\r\n"
+        ".\r\n"
+        "  BEGIN GPL\r\n"
+        "  ELEMENT: interval(position(région*売上))\r\n"
+        "  END GPL. \r\n"
+        "\r\n");
+    EXPECT_TRUE(run->messages(3).empty()) << run->messages(3).front();
+    for (auto const& text : run->messages(2)) {
+        EXPECT_NE(text.find("is not drawn"), std::string::npos) << text;
+    }
+    EXPECT_EQ(run->texts(ItemKind::Trace).size(), 2u);
+    auto commands = run->texts(ItemKind::Command);
+    EXPECT_EQ(commands.back(), "  END GPL.");
+}
+
+TEST(JobRunner, UnknownCommandsAreReportedOnceAndSkipped) {
+    auto run = test::runJob("FREQUENCIES x.\nfrequencies y.\nDESCRIPTIVES z.\nCOMMENT nothing here.\n");
+    EXPECT_EQ(run->messages(2),
+              (std::vector<std::string>{"The FREQUENCIES command is not supported here; it is skipped.",
+                                        "The DESCRIPTIVES command is not supported here; it is skipped."}));
+}
+
+TEST(JobRunner, BrokenJobsEndInMessagesNotCrashes) {
+    struct Case {
+        char const* name;
+        std::string text;
+    };
+    std::string garbage;
+    for (int i = 0; i < 4096; ++i) garbage += static_cast<char>((i * 131 + 7) % 256);
+    std::string longLine = "GGRAPH /GRAPHSPEC SOURCE=INLINE LABEL='" + std::string(10 << 20, 'x') +
+                           "'.\nBEGIN GPL\nELEMENT: point(position(x*y))\nEND GPL.\n";
+    Case const cases[] = {
+        {"empty file", ""},
+        {"unterminated quote", "GGRAPH /GRAPHSPEC SOURCE=INLINE LABEL='open.\n"},
+        {"ends inside a block",
+         "GGRAPH /GRAPHSPEC SOURCE=INLINE.\nBEGIN GPL\nELEMENT: point(position(x*y))\n"},
+        {"stray block without end", "BEGIN GPL\nELEMENT: x\n"},
+        {"binary garbage", garbage},
+        {"ten megabyte line", longLine},
+    };
+    for (auto const& c : cases) {
+        auto run = test::runJob(c.text);
+        EXPECT_FALSE(run->flat().empty()) << c.name;
+        EXPECT_FALSE(run->messages(2).empty() && run->messages(3).empty()) << c.name;
+    }
+    auto open = test::runJob(cases[1].text);
+    ASSERT_FALSE(open->messages(3).empty());
+    EXPECT_NE(open->messages(3)[0].find("column 39"), std::string::npos) << open->messages(3)[0];
+    auto cut = test::runJob(cases[2].text);
+    EXPECT_EQ(cut->messages(3),
+              (std::vector<std::string>{"An inline graph specification was expected but not found."}));
+}
+
+TEST(JobRunner, StopOnErrorEndsTheJobAtTheFirstError) {
+    host::runner::JobOptions options;
+    options.stopOnError = true;
+    auto run = test::runJob("GGRAPH /STYLE.\nGGRAPH /GRAPHSPEC.\nFREQUENCIES x.\n", options);
+    auto errors = run->messages(3);
+    ASSERT_EQ(errors.size(), 2u);
+    EXPECT_EQ(errors[0], "SubCmd GGraph. Unknown token STYLE.");
+    EXPECT_EQ(errors[1], "The job stopped at line 1 after an error.");
+    EXPECT_EQ(run->texts(ItemKind::Trace).size(), 1u);
+}
+
+TEST(JobRunner, RunJobFileWritesBothOutputsAndTellsTheExitStatus) {
+    namespace fs = std::filesystem;
+    fs::path folder = fs::temp_directory_path() / "ggraph_runner_test";
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    {
+        std::ofstream job(folder / "job.sps");
+        job << "GGRAPH /GRAPHSPEC SOURCE=INLINE /STYLE.\n";
+    }
+    host::runner::RunOptions options;
+    options.jobPath = folder / "job.sps";
+    options.quiet = true;
+    EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitErrors);
+    EXPECT_TRUE(fs::exists(folder / "job_output" / "report.html"));
+    EXPECT_TRUE(fs::exists(folder / "job_output" / "output.json"));
+
+    options.jobPath = folder / "missing.sps";
+    EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitCannotRun);
+    fs::remove_all(folder);
+}
