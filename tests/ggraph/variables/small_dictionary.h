@@ -12,7 +12,9 @@ namespace test {
 
 class SmallDictionary {
 public:
-    SmallDictionary() : data_(std::make_shared<host::dictionary::Dataset>()), source_(std::make_unique<KWEL_DataSource>(data_)) {}
+    SmallDictionary()
+        : data_(std::make_shared<host::dictionary::Dataset>()),
+          source_(std::make_unique<KWEL_DataSource>(data_)) {}
 
     // A numeric variable (width 0) or a string of `width` bytes; `formatType` 0 keeps the default
     // format (F8.2 or A<width>).
@@ -20,7 +22,8 @@ public:
                               int decimals = 2, char const* label = nullptr) {
         int index = host::dictionary::addVariable(*data_, name, width);
         auto& record = host::dictionary::variableAt(*data_, index);
-        if (formatType != 0) record.format = KwelFormatPack(formatType, width == 0 ? 8 : width, decimals);
+        if (formatType != 0)
+            record.format = KwelFormatPack(formatType, width == 0 ? 8 : width, decimals);
         if (label) {
             record.label = label;
             record.hasLabel = true;

@@ -24,9 +24,11 @@ protected:
     std::unique_ptr<GGraphStatistic> make(char const* function, char const* variable = nullptr,
                                           std::initializer_list<double> numbers = {}) {
         auto statistic = std::make_unique<GGraphStatistic>(function, &table);
-        if (variable) statistic->SetMainParameter(variable, 0);
+        if (variable)
+            statistic->SetMainParameter(variable, 0);
         unsigned position = 1;
-        for (double number : numbers) statistic->SetNumericParameter(position++, number, std::to_string(number));
+        for (double number : numbers)
+            statistic->SetNumericParameter(position++, number, std::to_string(number));
         EXPECT_TRUE(statistic->ResolveVariableParameter(dict.source())) << function;
         return statistic;
     }
