@@ -1,0 +1,454 @@
+#include "host/dictionary/csv_reader.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fast_float/fast_float.h>
+#include <limits>
+#include <set>
+#include <string_view>
+#include <utf8.h>
+
+namespace host::dictionary {
+
+namespace {
+
+constexpr double kSysmis = std::numeric_limits<double>::lowest();
+
+// Bytes that end an unquoted field.
+struct DelimiterTable {
+    bool ends[256] = {};
+    constexpr DelimiterTable() {
+        ends[static_cast<unsigned char>(',')] = true;
+        ends[static_cast<unsigned char>('\n')] = true;
+        ends[static_cast<unsigned char>('\r')] = true;
+    }
+};
+constexpr DelimiterTable kDelimiters;
+
+inline bool isDelimiter(char c) { return kDelimiters.ends[static_cast<unsigned char>(c)]; }
+
+std::string_view trimBlanks(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    return text;
+}
+
+// A whole text as a finite number; a leading '+' is allowed.
+bool parseWholeNumber(std::string_view text, double& value) {
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    if (text.empty()) return false;
+    auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
+           std::isfinite(value);
+}
+
+int decimalsOf(std::string_view text) {
+    auto const dot = text.find('.');
+    if (dot == std::string_view::npos) return 0;
+    int digits = 0;
+    for (std::size_t i = dot + 1; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+        ++digits;
+    }
+    return digits;
+}
+
+std::string quoteForMessage(std::string_view text) {
+    if (text.size() > 40) return "\"" + std::string(text.substr(0, 37)) + "...\"";
+    return "\"" + std::string(text) + "\"";
+}
+
+struct ColumnState {
+    CsvColumn column;
+    bool declared = false;
+    int declaredWidth = 0;
+    std::vector<std::string> nullMarkers;
+    std::int64_t numbersSeen = 0;  // non-empty numeric cells
+    bool flippedLate = false;      // turned string after numbers had been read
+};
+
+class Parser {
+public:
+    Parser(std::string_view text, std::string const& name, std::vector<Diagnostic>& messages)
+        : begin_(text.data()),
+          p_(text.data()),
+          end_(text.data() + text.size()),
+          lineStart_(text.data()),
+          name_(name),
+          sink_(messages) {}
+
+    bool run(CsvDeclare const& declare, std::set<std::size_t> const& forceString,
+             CsvTable& table, std::set<std::size_t>& flipped);
+
+private:
+    void report(Diagnostic::Level level, std::string const& kind, char const* at,
+                std::string text) {
+        Diagnostic d;
+        d.level = level;
+        d.file = name_;
+        d.line = line_;
+        d.column = at ? (at - lineStart_) + 1 : 0;
+        d.text = std::move(text);
+        sink_.add(kind, std::move(d));
+    }
+    void newline(char const* next) {
+        ++line_;
+        lineStart_ = next;
+    }
+    // Reads one field, quoted or not, leaving p_ on its delimiter (or the end).
+    std::string_view readText();
+    // Steps over the delimiter: 0 another field follows, 1 the row ended.
+    int endField();
+    void storeText(ColumnState& state, std::string_view text, char const* at,
+                   std::string const& where);
+    void storeNumberText(ColumnState& state, std::string_view text, char const* at,
+                         std::string const& where);
+    void checkUtf8(std::string_view text, char const* at);
+    std::string where(std::size_t field, std::vector<ColumnState> const& states) const;
+
+    char const* begin_;
+    char const* p_;
+    char const* end_;
+    char const* lineStart_;
+    std::int64_t line_ = 1;
+    std::string const& name_;
+    DiagnosticSink sink_;
+    std::string scratch_;
+};
+
+std::string_view Parser::readText() {
+    char const* const start = p_;
+    if (p_ < end_ && *p_ == '"') {
+        std::int64_t const openLine = line_;
+        std::int64_t const openColumn = (p_ - lineStart_) + 1;
+        scratch_.clear();
+        ++p_;
+        for (;;) {
+            auto const* quote =
+                static_cast<char const*>(std::memchr(p_, '"', static_cast<std::size_t>(end_ - p_)));
+            char const* const stop = quote ? quote : end_;
+            for (char const* nl = p_; nl < stop;) {
+                nl = static_cast<char const*>(std::memchr(nl, '\n', static_cast<std::size_t>(stop - nl)));
+                if (!nl) break;
+                newline(++nl);
+            }
+            // Past the widest string kept, the text is only scanned, never copied.
+            if (scratch_.size() <= static_cast<std::size_t>(kMaxStringWidth)) {
+                auto const room = static_cast<std::size_t>(kMaxStringWidth) + 1 - scratch_.size();
+                scratch_.append(p_, std::min(room, static_cast<std::size_t>(stop - p_)));
+            }
+            if (!quote) {
+                p_ = end_;
+                Diagnostic d;
+                d.level = Diagnostic::Error;
+                d.file = name_;
+                d.line = openLine;
+                d.column = openColumn;
+                d.text = "a quoted field is never closed: the file ends inside it (is the file "
+                         "cut short?); the rest of the file is read as this one field";
+                sink_.add("unclosed quote", std::move(d));
+                return scratch_;
+            }
+            p_ = quote + 1;
+            if (p_ < end_ && *p_ == '"') {
+                scratch_.push_back('"');
+                ++p_;
+                continue;
+            }
+            break;
+        }
+        if (p_ < end_ && !isDelimiter(*p_)) {
+            report(Diagnostic::Warning, "text after a closing quote", p_,
+                   "text follows the closing quote of a field; it is kept as part of the field");
+            char const* rest = p_;
+            while (p_ < end_ && !isDelimiter(*p_)) ++p_;
+            scratch_.append(rest, static_cast<std::size_t>(p_ - rest));
+        }
+        return scratch_;
+    }
+    while (p_ < end_ && !isDelimiter(*p_)) ++p_;
+    std::string_view text(start, static_cast<std::size_t>(p_ - start));
+    if (text.find('"') != std::string_view::npos) {
+        report(Diagnostic::Warning, "stray quote", start + text.find('"'),
+               "a quote stands inside a field that does not start with one; it is kept as a "
+               "character");
+    }
+    return text;
+}
+
+int Parser::endField() {
+    if (p_ >= end_) return 1;
+    char const c = *p_++;
+    if (c == ',') return 0;
+    if (c == '\r' && p_ < end_ && *p_ == '\n') ++p_;
+    newline(p_);
+    return 1;
+}
+
+void Parser::checkUtf8(std::string_view text, char const* at) {
+    bool ascii = true;
+    for (char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            ascii = false;
+            break;
+        }
+    }
+    if (ascii) return;
+    auto const bad = utf8::find_invalid(text.begin(), text.end());
+    if (bad == text.end()) return;
+    auto const offset = static_cast<std::size_t>(bad - text.begin());
+    // Quoted text lives in the scratch buffer; its column is that of the field.
+    char const* place = (at && text.data() >= begin_ && text.data() < end_) ? text.data() + offset : at;
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned char>(*bad));
+    report(Diagnostic::Warning, "bad UTF-8", place,
+           std::string("the byte ") + hex +
+               " is not valid UTF-8; the text is kept and the byte shows as U+FFFD");
+}
+
+std::string Parser::where(std::size_t field, std::vector<ColumnState> const& states) const {
+    return "field " + std::to_string(field + 1) + " (" + states[field].column.header + ")";
+}
+
+void Parser::storeText(ColumnState& state, std::string_view text, char const* at,
+                       std::string const& where) {
+    auto& column = state.column;
+    checkUtf8(text, at);
+    std::size_t limit = state.declaredWidth > 0 ? static_cast<std::size_t>(state.declaredWidth)
+                                                 : static_cast<std::size_t>(kMaxStringWidth);
+    if (text.size() > limit) {
+        std::size_t const full = text.size();
+        // Cut at a character boundary so that the kept text stays UTF-8.
+        std::size_t cut = limit;
+        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+        text = text.substr(0, cut);
+        report(Diagnostic::Warning, "string too long", at,
+               where + ": a value of " + std::to_string(full) + " bytes is longer than " +
+                   std::to_string(limit) + (state.declaredWidth > 0 ? " (the declared width)" : "") +
+                   "; it is cut");
+    }
+    column.text.append(text);
+    column.lengths.push_back(static_cast<std::uint32_t>(text.size()));
+    if (static_cast<int>(text.size()) > column.maxLength) column.maxLength = static_cast<int>(text.size());
+}
+
+void Parser::storeNumberText(ColumnState& state, std::string_view raw, char const* at,
+                             std::string const& where) {
+    auto& column = state.column;
+    std::string_view const text = trimBlanks(raw);
+    double value = 0.0;
+    if (text.empty()) {
+        column.numbers.push_back(kSysmis);
+        return;
+    }
+    if (parseWholeNumber(text, value)) {
+        column.numbers.push_back(value);
+        ++state.numbersSeen;
+        column.maxDecimals = std::max(column.maxDecimals, decimalsOf(text));
+        column.maxLength = std::max(column.maxLength, static_cast<int>(text.size()));
+        return;
+    }
+    for (auto const& marker : state.nullMarkers) {
+        if (marker == text) {
+            column.numbers.push_back(kSysmis);
+            return;
+        }
+    }
+    if (state.declared) {
+        report(Diagnostic::Warning, "not a number", at,
+               where + ": " + quoteForMessage(text) +
+                   " is not a number, as the dictionary declares; it is read as missing");
+        column.numbers.push_back(kSysmis);
+        return;
+    }
+    // Inferred so far as numeric: the column is a string column after all.
+    if (state.numbersSeen > 0) state.flippedLate = true;
+    column.numeric = false;
+    column.lengths.assign(column.numbers.size(), 0);
+    column.numbers.clear();
+    column.numbers.shrink_to_fit();
+    column.maxLength = 0;
+    storeText(state, raw, at, where);
+}
+
+bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceString,
+                 CsvTable& table, std::set<std::size_t>& flipped) {
+    if (end_ - p_ >= 3 && std::memcmp(p_, "\xEF\xBB\xBF", 3) == 0) {
+        p_ += 3;
+        lineStart_ = p_;
+    }
+    // Blank lines before the header are passed over.
+    while (p_ < end_ && (*p_ == '\n' || *p_ == '\r')) endField();
+    if (p_ >= end_) {
+        Diagnostic d;
+        d.level = Diagnostic::Error;
+        d.file = name_;
+        d.text = "the file is empty: a header row with the names of the columns is needed";
+        sink_.add("empty", std::move(d));
+        sink_.finish();
+        return false;
+    }
+
+    std::vector<ColumnState> states;
+    for (;;) {
+        char const* at = p_;
+        std::string header(readText());
+        checkUtf8(header, at);
+        ColumnState state;
+        state.column.header = header;
+        CsvColumnDeclaration declaration;
+        if (declare) declaration = declare(header);
+        state.declared = declaration.declared;
+        if (forceString.count(states.size())) {
+            state.column.numeric = false;
+        } else if (declaration.declared) {
+            state.column.numeric = declaration.numeric;
+            state.declaredWidth = declaration.numeric ? 0 : declaration.width;
+        }
+        state.nullMarkers = declaration.nullMarkers;
+        states.push_back(std::move(state));
+        if (endField() == 1) break;
+    }
+    std::size_t const columns = states.size();
+
+    while (p_ < end_) {
+        if (*p_ == '\n' || *p_ == '\r') {  // a blank line is no case
+            endField();
+            continue;
+        }
+        std::int64_t const rowLine = line_;
+        std::size_t field = 0;
+        for (;;) {
+            char const* const at = p_;
+            if (field < columns) {
+                ColumnState& state = states[field];
+                if (!state.column.numeric) {
+                    storeText(state, readText(), at, where(field, states));
+                } else if (p_ < end_ && *p_ != '"') {
+                    // The common case: a plain number right up to its delimiter.
+                    double value;
+                    auto result = fast_float::from_chars(p_, end_, value);
+                    if (result.ec == std::errc() && (result.ptr == end_ || isDelimiter(*result.ptr)) &&
+                        std::isfinite(value)) {
+                        state.column.numbers.push_back(value);
+                        ++state.numbersSeen;
+                        std::string_view text(p_, static_cast<std::size_t>(result.ptr - p_));
+                        state.column.maxDecimals =
+                            std::max(state.column.maxDecimals, decimalsOf(text));
+                        state.column.maxLength =
+                            std::max(state.column.maxLength, static_cast<int>(text.size()));
+                        p_ = result.ptr;
+                    } else {
+                        storeNumberText(state, readText(), at, where(field, states));
+                    }
+                } else {
+                    storeNumberText(state, readText(), at, where(field, states));
+                }
+            } else {
+                readText();
+            }
+            ++field;
+            if (endField() == 1) break;
+        }
+        if (field != columns) {
+            Diagnostic d;
+            d.level = Diagnostic::Warning;
+            d.file = name_;
+            d.line = rowLine;
+            d.column = 1;
+            if (field > columns) {
+                d.text = "the row has " + std::to_string(field) + " fields, the header " +
+                         std::to_string(columns) + "; the extra fields are ignored";
+            } else {
+                d.text = "the row has " + std::to_string(field) + " field(s), the header " +
+                         std::to_string(columns) + "; the missing fields are read as empty";
+            }
+            sink_.add("ragged row", std::move(d));
+            for (std::size_t i = field; i < columns; ++i) {
+                auto& column = states[i].column;
+                if (column.numeric) {
+                    column.numbers.push_back(kSysmis);
+                } else {
+                    column.lengths.push_back(0);
+                }
+            }
+        }
+        ++table.rows;
+    }
+    sink_.finish();
+    for (std::size_t i = 0; i < columns; ++i) {
+        if (states[i].flippedLate) flipped.insert(i);
+        table.columns.push_back(std::move(states[i].column));
+    }
+    return true;
+}
+
+struct MappedFile {
+    void const* data = nullptr;
+    std::size_t size = 0;
+    ~MappedFile() {
+        if (data) munmap(const_cast<void*>(data), size);
+    }
+};
+
+}  // namespace
+
+CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
+                     std::vector<Diagnostic>& messages) {
+    std::set<std::size_t> force;
+    for (;;) {
+        CsvTable table;
+        std::vector<Diagnostic> pass;
+        std::set<std::size_t> flipped;
+        Parser parser(text, name, pass);
+        table.ok = parser.run(declare, force, table, flipped);
+        if (!flipped.empty()) {
+            // A column read as numbers turned out to hold text: read it again as text from the
+            // start, so that its first values keep their exact spelling.
+            force.insert(flipped.begin(), flipped.end());
+            continue;
+        }
+        messages.insert(messages.end(), pass.begin(), pass.end());
+        return table;
+    }
+}
+
+CsvTable readCsv(std::string const& path, CsvDeclare const& declare,
+                 std::vector<Diagnostic>& messages) {
+    auto fail = [&](std::string text) {
+        Diagnostic d;
+        d.level = Diagnostic::Error;
+        d.file = path;
+        d.text = std::move(text);
+        messages.push_back(std::move(d));
+        return CsvTable{};
+    };
+    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return fail(std::string("cannot open the data file: ") + std::strerror(errno));
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        ::close(fd);
+        return fail("not a regular file");
+    }
+    MappedFile file;
+    file.size = static_cast<std::size_t>(info.st_size);
+    if (file.size > 0) {
+        void* data = ::mmap(nullptr, file.size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+        if (data == MAP_FAILED) {
+            ::close(fd);
+            return fail(std::string("cannot read the data file: ") + std::strerror(errno));
+        }
+        ::madvise(data, file.size, MADV_SEQUENTIAL);
+        file.data = data;
+    }
+    ::close(fd);
+    return readCsvText(std::string_view(static_cast<char const*>(file.data), file.size), path,
+                       declare, messages);
+}
+
+}  // namespace host::dictionary

@@ -1,0 +1,52 @@
+#pragma once
+// A CSV reader (RFC 4180: quoted fields, doubled quotes, embedded newlines, CRLF or LF; UTF-8
+// with or without a byte-order mark; a header row) that fills numeric and string columns.
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/dictionary/diagnostic.h"
+
+namespace host::dictionary {
+
+// Strings longer than this are cut, with a warning, so that one runaway field cannot make every
+// case of its column that wide.
+inline constexpr int kMaxStringWidth = 32767;
+
+// What is known of a column before reading it.
+struct CsvColumnDeclaration {
+    bool declared = false;  // false: the type is inferred from the cells
+    bool numeric = true;
+    int width = 0;                         // declared string width; 0: as wide as needed
+    std::vector<std::string> nullMarkers;  // texts that stand for system-missing in a number
+};
+
+struct CsvColumn {
+    std::string header;  // as written in the file
+    bool numeric = true;
+    std::vector<double> numbers;  // numeric: one per row, system-missing for empty cells
+    std::string text;             // string: the values one after another
+    std::vector<std::uint32_t> lengths;
+    int maxDecimals = 0;  // inferred numbers: decimals and characters seen
+    int maxLength = 0;
+};
+
+struct CsvTable {
+    std::vector<CsvColumn> columns;
+    std::int64_t rows = 0;
+    bool ok = false;  // false: nothing could be read (missing or empty file, no header)
+};
+
+using CsvDeclare = std::function<CsvColumnDeclaration(std::string const& header)>;
+
+// Reads the file. `declare` (may be empty) tells what the dictionary says of each header.
+// Problems are reported with the file, line and column; rows are kept where that is safe.
+CsvTable readCsv(std::string const& path, CsvDeclare const& declare,
+                 std::vector<Diagnostic>& messages);
+// The same over text in memory; `name` stands for the file in messages.
+CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
+                     std::vector<Diagnostic>& messages);
+
+}  // namespace host::dictionary

@@ -1,0 +1,362 @@
+#include "host/dictionary/loader.h"
+
+#include <charconv>
+#include <cstring>
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+
+#include "host/dictionary/csv_reader.h"
+#include "host/dictionary/formats.h"
+
+namespace host::dictionary {
+
+namespace {
+
+constexpr std::size_t kMaxNameLength = 64;
+
+bool isNameByte(unsigned char c, bool first) {
+    if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c >= 0x80 || c == '@' || c == '#') {
+        return true;
+    }
+    return !first && ((c >= '0' && c <= '9') || c == '_' || c == '.' || c == '$');
+}
+
+bool parseNumberText(std::string const& text, double& value) {
+    char const* begin = text.data();
+    char const* end = begin + text.size();
+    while (begin < end && *begin == ' ') ++begin;
+    while (end > begin && end[-1] == ' ') --end;
+    if (begin < end && *begin == '+') ++begin;
+    auto r = std::from_chars(begin, end, value);
+    return begin < end && r.ec == std::errc() && r.ptr == end;
+}
+
+class Builder {
+public:
+    Builder(Dictionary const* dictionary, std::vector<Diagnostic>& messages)
+        : dictionary_(dictionary), messages_(messages) {}
+
+    DictField const* fieldFor(std::string const& header) const {
+        if (!dictionary_) return nullptr;
+        for (auto const& field : dictionary_->fields) {
+            if (equalsNoCase(field.name, header)) return &field;
+        }
+        std::string const name = variableNameFor(header, 0);
+        for (auto const& field : dictionary_->fields) {
+            if (equalsNoCase(field.name, name)) return &field;
+        }
+        return nullptr;
+    }
+
+    CsvColumnDeclaration declare(std::string const& header) const {
+        CsvColumnDeclaration declaration;
+        DictField const* field = fieldFor(header);
+        if (!field) return declaration;
+        bool const isString = field->type == "string" ||
+                              (field->type.empty() && field->formatType == FMT_A);
+        bool const isNumber = field->type == "number" || field->type == "integer" ||
+                              (field->type.empty() && field->formatType != 0 && field->formatType != FMT_A);
+        if (isString || isNumber) {
+            declaration.declared = true;
+            declaration.numeric = isNumber;
+            declaration.width = field->width;
+        }
+        for (auto const& value : field->missing) {
+            double number;
+            if (!value.isNumber && !parseNumberText(value.text, number)) {
+                declaration.nullMarkers.push_back(value.text);
+            }
+        }
+        return declaration;
+    }
+
+    void build(CsvTable& table, Dataset& dataset);
+
+private:
+    void error(std::string const& file, DictPlace place, std::string text) {
+        Diagnostic d;
+        d.level = Diagnostic::Error;
+        d.file = file;
+        d.line = place.line;
+        d.column = place.column;
+        d.text = std::move(text);
+        messages_.push_back(std::move(d));
+    }
+    void applyField(DictField const& field, Variable& variable);
+    void applySets(Dataset& dataset);
+
+    Dictionary const* dictionary_;
+    std::vector<Diagnostic>& messages_;
+};
+
+void Builder::build(CsvTable& table, Dataset& dataset) {
+    dataset.cases = table.rows;
+    std::vector<DictField const*> used;
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        auto& column = table.columns[i];
+        std::string name = variableNameFor(column.header, i);
+        if (findVariable(dataset, name) >= 0) {
+            std::string base = name;
+            for (int n = 2; findVariable(dataset, name) >= 0; ++n) name = base + "_" + std::to_string(n);
+        }
+        if (name != column.header) {
+            Diagnostic d;
+            d.level = Diagnostic::Warning;
+            d.file = dataset.path;
+            d.line = 1;
+            d.text = "column " + std::to_string(i + 1) + ": the header \"" + column.header +
+                     "\" is no usable variable name; the variable is called " + name;
+            messages_.push_back(std::move(d));
+        }
+        DictField const* field = fieldFor(column.header);
+        auto data = std::make_unique<Variable>();
+        data->name = name;
+        std::vector<OBS> cells;
+        if (column.numeric) {
+            data->width = 0;
+            cells = std::move(column.numbers);
+            int const decimals = field && field->type == "integer" ? 0 : std::min(column.maxDecimals, 16);
+            int width = std::max(8, std::min(column.maxLength, 40));
+            if (width <= decimals + 1) width = decimals + 2;
+            data->format = KwelFormatPack(FMT_F, width, decimals);
+            data->measure = MEASURE_SCALE;
+        } else {
+            int const declared = field ? field->width : 0;
+            data->width = declared > 0 ? declared : std::max(1, column.maxLength);
+            int const perValue = ObsCellsForWidth(data->width);
+            cells.resize(static_cast<std::size_t>(perValue) * static_cast<std::size_t>(table.rows));
+            char* bytes = reinterpret_cast<char*>(cells.data());
+            std::memset(bytes, ' ', cells.size() * sizeof(OBS));
+            std::size_t offset = 0;
+            std::size_t const stride = static_cast<std::size_t>(perValue) * sizeof(OBS);
+            for (std::size_t row = 0; row < column.lengths.size(); ++row) {
+                std::memcpy(bytes + row * stride, column.text.data() + offset, column.lengths[row]);
+                offset += column.lengths[row];
+            }
+            std::string().swap(column.text);
+            data->format = KwelFormatPack(FMT_A, std::min(data->width, 255), 0);
+            data->measure = MEASURE_NOMINAL;
+        }
+        data->labels = std::make_shared<ValueLabels>(ValueLabels{data->width, {}});
+        if (field) {
+            applyField(*field, *data);
+            used.push_back(field);
+        }
+        dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(data)));
+        dataset.columns.push_back(std::move(cells));
+    }
+    if (!dictionary_) return;
+    for (auto const& field : dictionary_->fields) {
+        if (std::find(used.begin(), used.end(), &field) == used.end()) {
+            error(dictionary_->file, field.place,
+                  "field \"" + field.name + "\" names a column that " + dataset.path +
+                      " does not have; the field is ignored");
+        }
+    }
+    if (dictionary_->weight) {
+        int const index = findVariable(dataset, *dictionary_->weight);
+        if (index < 0) {
+            error(dictionary_->file, dictionary_->weightPlace,
+                  "the weight variable \"" + *dictionary_->weight + "\" does not exist; the cases are not weighted");
+        } else if (variableAt(dataset, index).width != 0) {
+            error(dictionary_->file, dictionary_->weightPlace,
+                  "the weight variable \"" + *dictionary_->weight + "\" is a string; the cases are not weighted");
+        } else {
+            dataset.weight = index;
+        }
+    }
+    for (auto const& name : dictionary_->split) {
+        int const index = findVariable(dataset, name);
+        if (index < 0) {
+            error(dictionary_->file, dictionary_->splitPlace,
+                  "the split variable \"" + name + "\" does not exist; it is left out");
+        } else {
+            dataset.split.push_back(index);
+        }
+    }
+    applySets(dataset);
+    for (std::size_t i = 0; i < dictionary_->currencies.size(); ++i) {
+        currencyFormat::SetCCX(static_cast<int>(i), dictionary_->currencies[i].first,
+                               dictionary_->currencies[i].second);
+    }
+}
+
+void Builder::applyField(DictField const& field, Variable& variable) {
+    std::string const& file = dictionary_->file;
+    std::string const what = "field \"" + field.name + "\"";
+    bool const numeric = variable.width == 0;
+    if (field.title) {
+        variable.label = *field.title;
+        variable.hasLabel = true;
+    }
+    if (field.formatType != 0) {
+        if (!formatFitsVariable(field.formatType, numeric)) {
+            error(file, field.place,
+                  what + ": the print format " + formatTypeName(field.formatType) + " does not fit a " +
+                      (numeric ? "numeric" : "string") + " variable; it is ignored");
+        } else if (numeric) {
+            int const width = field.formatWidth > 0 ? field.formatWidth : KwelFormatWidth(variable.format);
+            variable.format = KwelFormatPack(field.formatType, width, field.formatDecimals);
+        }
+    }
+    auto labels = std::make_shared<ValueLabels>(ValueLabels{variable.width, {}});
+    for (auto const& [value, label] : field.categories) {
+        double number = value.number;
+        if (numeric && !value.isNumber && !parseNumberText(value.text, number)) {
+            error(file, field.place, what + ": the category value \"" + value.text +
+                                         "\" is not a number, as the variable is numeric; it is ignored");
+            continue;
+        }
+        labels->entries.push_back(makeLabelEntry(variable, number, value.text, label));
+    }
+    variable.labels = labels;
+    if (!field.categories.empty() && field.measure < 0 && numeric) variable.measure = MEASURE_NOMINAL;
+    if (field.measure >= 0) variable.measure = field.measure;
+    for (auto const& value : field.missing) {
+        if (!numeric) {
+            variable.missingTexts.push_back(trimRight(value.text));
+            continue;
+        }
+        double number = value.number;
+        if (value.isNumber || parseNumberText(value.text, number)) variable.missingNumbers.push_back(number);
+    }
+    if (field.hasMissingRange) {
+        if (!numeric) {
+            error(file, field.place, what + ": a string variable cannot have a missing range; it is ignored");
+        } else {
+            variable.hasMissingRange = true;
+            variable.missingLow = field.missingLow;
+            variable.missingHigh = field.missingHigh;
+        }
+    }
+}
+
+void Builder::applySets(Dataset& dataset) {
+    for (auto const& set : dictionary_->mrsets) {
+        std::vector<std::string> members;
+        bool numeric = false;
+        bool string = false;
+        for (auto const& name : set.variables) {
+            int const index = findVariable(dataset, name);
+            if (index < 0) {
+                error(dictionary_->file, set.place,
+                      "multiple-response set \"" + set.name + "\": the member \"" + name +
+                          "\" does not exist; it is left out");
+                continue;
+            }
+            (variableAt(dataset, index).width == 0 ? numeric : string) = true;
+            members.push_back(variableAt(dataset, index).name);
+        }
+        if (numeric && string) {
+            error(dictionary_->file, set.place,
+                  "multiple-response set \"" + set.name + "\" mixes numeric and string members; the set is left out");
+            continue;
+        }
+        double number;
+        if (set.type == VariableSet::DICHOTOMY_SET && numeric && !parseNumberText(set.countedValue, number)) {
+            error(dictionary_->file, set.place,
+                  "multiple-response set \"" + set.name + "\": the counted value \"" + set.countedValue +
+                      "\" is not a number, as its members are numeric; the set is left out");
+            continue;
+        }
+        dataset.sets.emplace_back(set.name, set.type, set.label, std::move(members), set.countedValue,
+                                  set.useCategoryLabels);
+    }
+}
+
+bool endsWithNoCase(std::string const& text, std::string const& suffix) {
+    return text.size() >= suffix.size() &&
+           equalsNoCase(std::string_view(text).substr(text.size() - suffix.size()), suffix);
+}
+
+}  // namespace
+
+bool LoadResult::hasErrors() const {
+    for (auto const& message : messages) {
+        if (message.level == Diagnostic::Error) return true;
+    }
+    return false;
+}
+
+std::string variableNameFor(std::string const& header, std::size_t position) {
+    std::string_view text = header;
+    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    std::string name;
+    bool anyValid = false;
+    for (char c : text) {
+        bool const valid = isNameByte(static_cast<unsigned char>(c), false);
+        anyValid = anyValid || (valid && c != '_');
+        name.push_back(valid ? c : '_');
+    }
+    if (!anyValid) return "V" + std::to_string(position + 1);
+    if (!isNameByte(static_cast<unsigned char>(name[0]), true)) name.insert(name.begin(), 'V');
+    if (name.back() == '.') name.back() = '_';  // a period would end the command that names it
+    if (name.size() > kMaxNameLength) {
+        std::size_t cut = kMaxNameLength;
+        while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;
+        name.resize(cut);
+    }
+    return name;
+}
+
+LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary) {
+    LoadResult result;
+    result.dataset = std::make_shared<Dataset>();
+    result.dataset->path = csvPath;
+    Builder builder(dictionary, result.messages);
+    CsvTable table = readCsv(
+        csvPath, [&](std::string const& header) { return builder.declare(header); }, result.messages);
+    if (!table.ok) {
+        result.dataset->fatal = true;
+        return result;
+    }
+    builder.build(table, *result.dataset);
+    return result;
+}
+
+LoadResult loadDataset(std::string const& path) {
+    namespace fs = std::filesystem;
+    std::vector<Diagnostic> messages;
+    std::optional<Dictionary> dictionary;
+    std::string csvPath = path;
+    if (endsWithNoCase(path, ".json")) {
+        dictionary = readDictionary(path, messages);
+        if (dictionary && dictionary->csvPath.empty()) {
+            Diagnostic d;
+            d.level = Diagnostic::Error;
+            d.file = path;
+            d.text = "the dictionary has no \"path\" naming its CSV file";
+            messages.push_back(std::move(d));
+            dictionary.reset();
+        }
+        if (!dictionary) {
+            LoadResult failed;
+            failed.dataset = std::make_shared<Dataset>();
+            failed.dataset->fatal = true;
+            failed.dataset->path = path;
+            failed.messages = std::move(messages);
+            return failed;
+        }
+        csvPath = dictionary->csvPath;
+    } else {
+        std::error_code ignored;
+        if (fs::exists(path + ".json", ignored)) {
+            dictionary = readDictionary(path + ".json", messages);
+            if (!dictionary) {
+                Diagnostic d;
+                d.level = Diagnostic::Warning;
+                d.file = path + ".json";
+                d.text = "the dictionary cannot be used; the data is read without it";
+                messages.push_back(std::move(d));
+            }
+        }
+    }
+    LoadResult result = loadCsv(csvPath, dictionary ? &*dictionary : nullptr);
+    messages.insert(messages.end(), result.messages.begin(), result.messages.end());
+    result.messages = std::move(messages);
+    return result;
+}
+
+}  // namespace host::dictionary
