@@ -13,7 +13,12 @@ struct VariableResolverData;
 
 class VariableResolver {
 public:
-    enum VariableType { UNRESOLVED = 0, DICTIONARY_VARIABLE = 1, CATEGORY_SET = 2, DICHOTOMY_SET = 3 };
+    enum VariableType {
+        UNRESOLVED = 0,
+        DICTIONARY_VARIABLE = 1,
+        CATEGORY_SET = 2,
+        DICHOTOMY_SET = 3
+    };
 
     VariableResolver();
     ~VariableResolver();

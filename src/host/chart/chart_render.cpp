@@ -125,12 +125,14 @@ struct Spec {
 
 std::string labelOf(Node const& call) {
     std::string out;
-    if (auto const* l = call.find("label"))
-        for (auto const& a : l->args)
+    if (auto const* l = call.find("label")) {
+        for (auto const& a : l->args) {
             if (a.kind == Node::Kind::String)
                 out += a.value;
             else if (a.kind == Node::Kind::Number)
                 out += fmt::format("{}", a.number);
+        }
+    }
     return out;
 }
 
@@ -210,12 +212,14 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
                     s.hasMax = true;
                     s.max = m->args[0].number;
                 }
-                if (auto const* inc = b.find("include"))
-                    for (auto const& a : inc->args)
+                if (auto const* inc = b.find("include")) {
+                    for (auto const& a : inc->args) {
                         if (a.kind == Node::Kind::Number)
                             s.includeNumbers.push_back(a.number);
                         else if (a.kind == Node::Kind::String)
                             s.includeValues.push_back(a.value);
+                    }
+                }
                 if (auto const* sv = b.find("sort.values"))
                     for (auto const& a : sv->args)
                         s.sortValues.push_back(a.kind == Node::Kind::String ? a.value
