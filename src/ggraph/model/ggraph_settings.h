@@ -68,6 +68,9 @@ public:
 
     // Takes ownership.
     void AddGraphSpec(GraphSpec* spec);
+    // Takes ownership; names the data set when it has no name, replaces one of the same name,
+    // and files it as aggregated or unaggregated.
+    void AddDataSet(GGraphDataSet* dataSet);
 
     struct GGraphSettingsData;
 

@@ -4,11 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "ggraph/data/ggraph_data_set.h"
 #include "ggraph/model/ggraph_settings.h"
 #include "ggraph/syntax/ggraph_parser.h"
 #include "platform/tokens.h"
 
 class FacSTDictionary;
+class GGraphStatistic;
+class GGraphVariableFilter;
 class GraphSpec;
 class ProcedureDataSource;
 
@@ -41,6 +44,26 @@ struct GGraphParser::GGraphParserData {
     bool HandleColorcycleSubCmd(SubComObj const* subcommand, int start);
     bool HandleFrameSubCmd(SubComObj const* subcommand, int start);
     bool HandleGridlinesSubCmd(SubComObj const* subcommand, int start);
+
+    // GRAPHDATASET's sub-grammars.
+    bool parseTransform(SubComObj const* subcommand, int& cursor, int end, GGraphDataSet& dataSet);
+    bool parseDataSetVariables(SubComObj const* subcommand, int& cursor, int end,
+                               GGraphDataSet& dataSet);
+    bool HandleVariableName(char const* name, SubComObj const* subcommand, int& cursor, int end,
+                            GGraphDataSet& dataSet, std::string& rename,
+                            GGraphDataSet::MEASUREMENT_LEVEL& level);
+    bool parseVariableQualifiers(SubComObj const* subcommand, int& cursor, int end,
+                                 std::string& name, std::string& high, std::string& low,
+                                 GGraphDataSet::MEASUREMENT_LEVEL& level, GGraphDataSet& dataSet);
+    bool parseStatistic(SubComObj const* subcommand, char const* functionName, int& cursor, int end,
+                        GGraphStatistic* statistic, std::string const& dataSetName,
+                        GGraphDataSet& dataSet);
+    bool parseDataFilterVariables(SubComObj const* subcommand, int& cursor, int end,
+                                  GGraphDataSet& dataSet);
+    bool HandleVariableValue(SubComObj const* subcommand, int& cursor, int end,
+                             GGraphVariableFilter* filter);
+    bool HandleFilterULValue(SubComObj const* subcommand, int& cursor, int end,
+                             GGraphVariableFilter* filter);
 
     // GRAPHSPEC's sub-grammars.
     bool parseViZTemplate(SubComObj const* subcommand, int& cursor, int end, GraphSpec* spec);

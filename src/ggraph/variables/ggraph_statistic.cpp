@@ -71,7 +71,8 @@ constexpr std::array<FunctionRow, 34> kFunctions{{
 
 FunctionRow const* findFunction(std::string const& name) {
     for (FunctionRow const& row : kFunctions)
-        if (KWELMBstricmp_A(row.name, name.c_str()) == 0) return &row;
+        if (KWELMBstricmp_A(row.name, name.c_str()) == 0)
+            return &row;
     return nullptr;
 }
 
@@ -91,7 +92,8 @@ bool isNumberLook(int formatType) {
 void GGraphStatistic::GGraphStatisticData::format(int& type, int& decimals) const {
     type = 0;
     decimals = 0;
-    if (!summaryVariable) return;
+    if (!summaryVariable)
+        return;
     FormatType formatType{};
     int width = 0;
     summaryVariable->GetFormatEx(formatType, width, decimals);
@@ -103,8 +105,10 @@ GGraphStatistic::GGraphStatistic(std::string const& name, FacSTDictionary* dicti
     d->dictionary = dictionary;
     d->functionName = XUtility::ChartStringFromLocalCodePage(name);
     FunctionRow const* row = findFunction(name);
-    d->aggregationStatistic = std::make_unique<AggregationStatistic>(row ? row->code : Codes::STAT_NONE);
-    if (!row) return;
+    d->aggregationStatistic =
+        std::make_unique<AggregationStatistic>(row ? row->code : Codes::STAT_NONE);
+    if (!row)
+        return;
     d->requiredParameters = row->required;
     d->optionalParameters = row->optional;
     d->caseValueStatistic = row->caseValue;
@@ -120,7 +124,8 @@ GGraphStatistic::GGraphStatistic(GGraphStatistic const& other)
 }
 
 GGraphStatistic& GGraphStatistic::operator=(GGraphStatistic const& other) {
-    if (this == &other) return *this;
+    if (this == &other)
+        return *this;
     auto aggregation = std::make_unique<AggregationStatistic>(*other.d->aggregationStatistic);
     d->aggregationStatistic.reset();
     GGraphStatisticData& data = *d;
@@ -147,23 +152,46 @@ GGraphStatistic& GGraphStatistic::operator=(GGraphStatistic const& other) {
 
 GGraphStatistic::~GGraphStatistic() = default;
 
-AggregationStatistic* GGraphStatistic::GetAggregationStatistic() const { return d->aggregationStatistic.get(); }
-KWEL_Variable* GGraphStatistic::GetSummaryVariable() const { return d->summaryVariable; }
-int GGraphStatistic::GetSummaryVariableIndex() const { return d->aggregationStatistic->GetVarIndex(); }
-bool GGraphStatistic::IsCaseValueStatistic() const { return d->caseValueStatistic; }
-bool GGraphStatistic::getCountDuplicates() const { return d->countDuplicates; }
-bool GGraphStatistic::hasErrorBars() const { return d->errorBars; }
-double GGraphStatistic::getErrorBarParameter() const { return d->errorBarParameter; }
-bool GGraphStatistic::isErrorBarInfinite() const { return d->errorBarInfinite; }
-bool GGraphStatistic::hasCountErrorBars() const { return d->code() == Codes::STAT_COUNT; }
-bool GGraphStatistic::IsSupportedStatistic() const { return d->code() != Codes::STAT_NONE; }
+AggregationStatistic* GGraphStatistic::GetAggregationStatistic() const {
+    return d->aggregationStatistic.get();
+}
+KWEL_Variable* GGraphStatistic::GetSummaryVariable() const {
+    return d->summaryVariable;
+}
+int GGraphStatistic::GetSummaryVariableIndex() const {
+    return d->aggregationStatistic->GetVarIndex();
+}
+bool GGraphStatistic::IsCaseValueStatistic() const {
+    return d->caseValueStatistic;
+}
+bool GGraphStatistic::getCountDuplicates() const {
+    return d->countDuplicates;
+}
+bool GGraphStatistic::hasErrorBars() const {
+    return d->errorBars;
+}
+double GGraphStatistic::getErrorBarParameter() const {
+    return d->errorBarParameter;
+}
+bool GGraphStatistic::isErrorBarInfinite() const {
+    return d->errorBarInfinite;
+}
+bool GGraphStatistic::hasCountErrorBars() const {
+    return d->code() == Codes::STAT_COUNT;
+}
+bool GGraphStatistic::IsSupportedStatistic() const {
+    return d->code() != Codes::STAT_NONE;
+}
 
 bool GGraphStatistic::IsParametricStatistic() const {
     int code = d->code();
-    return code != Codes::STAT_COUNT && code != Codes::STAT_RESPONSES && code != Codes::STAT_PCTRESPONSES;
+    return code != Codes::STAT_COUNT && code != Codes::STAT_RESPONSES &&
+           code != Codes::STAT_PCTRESPONSES;
 }
 
-bool GGraphStatistic::IsAggregatedStatistic() const { return d->code() != Codes::STAT_CASEVALUE; }
+bool GGraphStatistic::IsAggregatedStatistic() const {
+    return d->code() != Codes::STAT_CASEVALUE;
+}
 
 unsigned GGraphStatistic::getParameterCount(unsigned int& optional) const {
     optional = d->optionalParameters;
@@ -171,9 +199,12 @@ unsigned GGraphStatistic::getParameterCount(unsigned int& optional) const {
 }
 
 unsigned GGraphStatistic::getErrorBarStatistic() const {
-    if (!d->errorBars) return 0;
-    if (d->code() == Codes::STAT_MEDIAN) return Codes::STAT_MEDIAN_CI;
-    if (d->code() == Codes::STAT_COUNT) return Codes::STAT_COUNT;
+    if (!d->errorBars)
+        return 0;
+    if (d->code() == Codes::STAT_MEDIAN)
+        return Codes::STAT_MEDIAN_CI;
+    if (d->code() == Codes::STAT_COUNT)
+        return Codes::STAT_COUNT;
     switch (d->errorBarType) {
         case CONFIDENCE_INTERVAL:
         case STANDARD_ERROR:
@@ -199,18 +230,21 @@ void GGraphStatistic::SetMainParameter(std::string const& text, double value) {
     if (d->errorBars && code == Codes::STAT_COUNT) {
         // COUNTCI and PCTCI take only the level; a bad one falls back to 95.
         if (value < 50.0 || value >= 100.0) {
-            ggraph::report(ggraph::kError, msg::kInvalidNumericParameter, {d->functionName.toUTF8(), text});
+            ggraph::report(ggraph::kError, msg::kInvalidNumericParameter,
+                           {d->functionName.toUTF8(), text});
             value = 95.0;
         }
         d->errorBarParameter = value / 100.0;
         return;
     }
     if (d->errorBars && value < 0.0)
-        ggraph::report(ggraph::kError, msg::kInvalidNumericParameter, {d->functionName.toUTF8(), text});
+        ggraph::report(ggraph::kError, msg::kInvalidNumericParameter,
+                       {d->functionName.toUTF8(), text});
     d->summaryVariableName = text;
 }
 
-void GGraphStatistic::SetNumericParameter(unsigned int position, double value, std::string const& text) {
+void GGraphStatistic::SetNumericParameter(unsigned int position, double value,
+                                          std::string const& text) {
     AggregationStatistic& statistic = *d->aggregationStatistic;
     int code = d->code();
     if (position == 1) {
@@ -233,8 +267,10 @@ void GGraphStatistic::SetNumericParameter(unsigned int position, double value, s
         }
         return;
     }
-    if ((code == Codes::STAT_PCT_IN || code == Codes::STAT_N_IN) && value < statistic.GetLowerLimit())
-        ggraph::report(ggraph::kError, msg::kInvalidNumericParameter, {d->functionName.toUTF8(), text});
+    if ((code == Codes::STAT_PCT_IN || code == Codes::STAT_N_IN) &&
+        value < statistic.GetLowerLimit())
+        ggraph::report(ggraph::kError, msg::kInvalidNumericParameter,
+                       {d->functionName.toUTF8(), text});
     // Stored even after the report: a reversed range keeps its lower upper limit.
     statistic.SetUpperLimit(value);
 }
@@ -252,7 +288,8 @@ bool GGraphStatistic::ResolveVariableParameter(KWEL_DataSource const* source) {
     }
     d->aggregationStatistic->SetVarIndex(resolver.getVariableIndex());
     d->summaryVariable = resolver.getKWELVariable();
-    if (d->summaryVariable) d->summaryVariableName = d->summaryVariable->GetName();
+    if (d->summaryVariable)
+        d->summaryVariableName = d->summaryVariable->GetName();
 
     int type = 0;
     int decimals = 0;
@@ -266,8 +303,8 @@ bool GGraphStatistic::ResolveVariableParameter(KWEL_DataSource const* source) {
     return true;
 }
 
-bool GGraphStatistic::CalculateErrorBarIntervals(double value, AggregationResult result, double total,
-                                                 double& low, double& high) const {
+bool GGraphStatistic::CalculateErrorBarIntervals(double value, AggregationResult result,
+                                                 double total, double& low, double& high) const {
     low = 0.0;
     high = 0.0;
     bool computed = false;
@@ -309,7 +346,8 @@ bool GGraphStatistic::CalculateErrorBarIntervals(double value, AggregationResult
     // An infinite end becomes the lowest double, so that it drops out of the chart; the high end
     // too, on purpose. NaN (0 times infinity) is treated the same: it has no place on a chart.
     auto dropInfinite = [this](double& end) {
-        if (std::isnan(end) || std::fabs(end) == KWEL_Globals::infinity() || std::fabs(end) == DBL_MAX) {
+        if (std::isnan(end) || std::fabs(end) == KWEL_Globals::infinity() ||
+            std::fabs(end) == DBL_MAX) {
             end = -DBL_MAX;
             d->errorBarInfinite = true;
         }
@@ -331,7 +369,8 @@ int GGraphStatistic::getMinFractionDigits() const {
     int decimals = 0;
     d->format(type, decimals);
     int code = d->code();
-    if (type == FMT_A || isDateOrTime(type)) return code == Codes::STAT_VARIANCE ? 3 : -1;
+    if (type == FMT_A || isDateOrTime(type))
+        return code == Codes::STAT_VARIANCE ? 3 : -1;
     switch (code) {
         case Codes::STAT_COUNT:
         case Codes::STAT_VALIDN:
@@ -365,7 +404,8 @@ int GGraphStatistic::getMinFractionDigits() const {
         case Codes::STAT_STDDEV:
         case Codes::STAT_PTILE:
         case Codes::STAT_GPTILE:
-            if (!isNumberLook(type)) return decimals;
+            if (!isNumberLook(type))
+                return decimals;
             return std::min(code == Codes::STAT_STDDEV ? decimals + 1 : decimals, 16);
         default:
             return -1;

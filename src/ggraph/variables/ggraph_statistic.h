@@ -50,8 +50,8 @@ public:
 
     // `value` the statistic, `result` the getErrorBarStatistic() value, `total` the cases behind
     // it. False when no interval applies; infinite ends are set to the lowest double either way.
-    bool CalculateErrorBarIntervals(double value, AggregationResult result, double total, double& low,
-                                    double& high) const;
+    bool CalculateErrorBarIntervals(double value, AggregationResult result, double total,
+                                    double& low, double& high) const;
     // A standard deviation of dates or times, shown as a duration.
     bool useDTIME() const;
     // Fraction digits of the chart's number format; -1 where the variable's own format applies.

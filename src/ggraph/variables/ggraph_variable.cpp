@@ -1,6 +1,5 @@
 #include "ggraph/variables/ggraph_variable.h"
 
-
 #include "ggraph/variables/variable_resolver.h"
 #include "platform/chart_string.h"
 #include "platform/dictionary.h"
@@ -28,11 +27,14 @@ unsigned long labelingCounter = 0;
 
 }  // namespace
 
-GGraphVariable::GGraphVariable(VariableResolver* resolver) : d(std::make_unique<GGraphVariableData>()) {
+GGraphVariable::GGraphVariable(VariableResolver* resolver)
+    : d(std::make_unique<GGraphVariableData>()) {
     d->resolver.reset(resolver);
-    if (!resolver) return;
+    if (!resolver)
+        return;
     if (resolver->getVariableType() == VariableResolver::DICTIONARY_VARIABLE) {
-        if (KWEL_Variable const* variable = resolver->getKWELVariable()) d->kwelName = variable->GetName();
+        if (KWEL_Variable const* variable = resolver->getKWELVariable())
+            d->kwelName = variable->GetName();
     } else {
         d->kwelName = resolver->getMRSetName();
     }
@@ -56,10 +58,18 @@ GGraphVariable::GGraphVariable(SYSVAR kind, VariableResolver* resolver)
 
 GGraphVariable::~GGraphVariable() = default;
 
-std::string const& GGraphVariable::GetGPLLabel() const { return d->gplLabel; }
-std::string const& GGraphVariable::GetUnicodeGPLLabel() const { return d->unicodeGplLabel; }
-std::string const& GGraphVariable::GetKWELName() const { return d->kwelName; }
-std::string const& GGraphVariable::GetUnicodeKWELName() const { return d->unicodeKwelName; }
+std::string const& GGraphVariable::GetGPLLabel() const {
+    return d->gplLabel;
+}
+std::string const& GGraphVariable::GetUnicodeGPLLabel() const {
+    return d->unicodeGplLabel;
+}
+std::string const& GGraphVariable::GetKWELName() const {
+    return d->kwelName;
+}
+std::string const& GGraphVariable::GetUnicodeKWELName() const {
+    return d->unicodeKwelName;
+}
 
 std::string GGraphVariable::GetVariableName() const {
     return d->gplLabel.empty() ? d->kwelName : d->gplLabel;
@@ -73,7 +83,8 @@ std::string GGraphVariable::GetKWELLabel() const {
     std::string label;
     if (d->resolver) {
         if (KWEL_Variable const* variable = d->resolver->getKWELVariable()) {
-            if (char const* text = variable->GetLabel()) label = text;
+            if (char const* text = variable->GetLabel())
+                label = text;
         }
     }
     return label.empty() ? d->kwelName : label;
@@ -84,19 +95,39 @@ void GGraphVariable::SetGPLLabel(std::string const& label) {
     d->unicodeGplLabel = utf8FromLocal(label);
 }
 
-bool GGraphVariable::isCaseNumVariable() const { return d->caseNumVariable; }
-bool GGraphVariable::isWeightVariable() const { return d->weightVariable; }
-VariableResolver* GGraphVariable::getVariableResolver() const { return d->resolver.get(); }
-void GGraphVariable::setMeasurmentLevel(MEASUREMENT_LEVEL level) { d->measurementLevel = level; }
-GGraphVariable::MEASUREMENT_LEVEL GGraphVariable::getMeasurmentLevel() const { return d->measurementLevel; }
-std::string& GGraphVariable::getLabelingVariable() { return d->labelingVariable; }
+bool GGraphVariable::isCaseNumVariable() const {
+    return d->caseNumVariable;
+}
+bool GGraphVariable::isWeightVariable() const {
+    return d->weightVariable;
+}
+VariableResolver* GGraphVariable::getVariableResolver() const {
+    return d->resolver.get();
+}
+void GGraphVariable::setMeasurmentLevel(MEASUREMENT_LEVEL level) {
+    d->measurementLevel = level;
+}
+GGraphVariable::MEASUREMENT_LEVEL GGraphVariable::getMeasurmentLevel() const {
+    return d->measurementLevel;
+}
+std::string& GGraphVariable::getLabelingVariable() {
+    return d->labelingVariable;
+}
 
 std::string& GGraphVariable::createLabelingVariable() {
     d->labelingVariable = "labelingVariable_" + std::to_string(labelingCounter++);
     return d->labelingVariable;
 }
 
-bool GGraphVariable::isMRChild() const { return !d->mrParentName.empty(); }
-std::string const& GGraphVariable::getMRParentName() const { return d->mrParentName; }
-void GGraphVariable::setMRParentName(std::string const& name) { d->mrParentName = name; }
-bool GGraphVariable::isString() const { return d->resolver && d->resolver->isString(); }
+bool GGraphVariable::isMRChild() const {
+    return !d->mrParentName.empty();
+}
+std::string const& GGraphVariable::getMRParentName() const {
+    return d->mrParentName;
+}
+void GGraphVariable::setMRParentName(std::string const& name) {
+    d->mrParentName = name;
+}
+bool GGraphVariable::isString() const {
+    return d->resolver && d->resolver->isString();
+}

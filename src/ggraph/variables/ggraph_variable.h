@@ -12,7 +12,14 @@ class GGraphVariable {
 public:
     enum SYSVAR { SYSVAR_CASENUM = 0, SYSVAR_WEIGHT = 1 };
     // The values of GGraphDataSet::MEASUREMENT_LEVEL; 0 leaves the level to the dictionary.
-    enum MEASUREMENT_LEVEL { UNSPECIFIED = 0, SCALE = 1, NOMINAL = 2, ORDINAL = 3, FLAG = 4, TYPELESS = 5 };
+    enum MEASUREMENT_LEVEL {
+        UNSPECIFIED = 0,
+        SCALE = 1,
+        NOMINAL = 2,
+        ORDINAL = 3,
+        FLAG = 4,
+        TYPELESS = 5
+    };
 
     // Takes ownership of the resolver, which may be null.
     explicit GGraphVariable(VariableResolver* resolver);

@@ -65,7 +65,8 @@ constexpr std::array<LabelRow, 30> kLabels{{
 
 LabelRow const& labelRow(int code) {
     for (LabelRow const& row : kLabels)
-        if (row.code == code) return row;
+        if (row.code == code)
+            return row;
     return kLabels.back();
 }
 
@@ -103,7 +104,9 @@ std::string substitute(std::string const& pattern, std::vector<std::string> cons
     return composite.GetText();
 }
 
-ChartString fromLocal(std::string const& text) { return XUtility::ChartStringFromLocalCodePage(text); }
+ChartString fromLocal(std::string const& text) {
+    return XUtility::ChartStringFromLocalCodePage(text);
+}
 
 bool isPrefixedCode(int code) {
     switch (code) {
@@ -151,19 +154,27 @@ std::string lookUp(FacSTDictionary* dictionary, std::string const& key) {
 std::string displayText(GGraphStatistic::GGraphStatisticData const& d) {
     if (d.summaryVariable) {
         char const* label = d.summaryVariable->GetLabel();
-        if (label && *label) return label;
+        if (label && *label)
+            return label;
     }
     return d.summaryVariableName;
 }
 
 }  // namespace
 
-void GGraphStatistic::SetGPLLabel(std::string const& label) { d->gplLabel = fromLocal(label); }
-void GGraphStatistic::SetGPLLowLabel(std::string const& label) { d->gplLowLabel = fromLocal(label); }
-void GGraphStatistic::SetGPLHighLabel(std::string const& label) { d->gplHighLabel = fromLocal(label); }
+void GGraphStatistic::SetGPLLabel(std::string const& label) {
+    d->gplLabel = fromLocal(label);
+}
+void GGraphStatistic::SetGPLLowLabel(std::string const& label) {
+    d->gplLowLabel = fromLocal(label);
+}
+void GGraphStatistic::SetGPLHighLabel(std::string const& label) {
+    d->gplHighLabel = fromLocal(label);
+}
 
 ChartString const& GGraphStatistic::GetUnicodeGPLLabel() const {
-    if (!d->gplLabel.empty()) return d->gplLabel;
+    if (!d->gplLabel.empty())
+        return d->gplLabel;
     std::string upper = d->functionName.toUTF8();
     KWELMBstrupr_A(upper.data());
     ChartString& name = d->gplLabel;
@@ -219,7 +230,8 @@ ChartString const& GGraphStatistic::GetUnicodeGPLLabel() const {
 namespace {
 
 // The name of an interval's end: function as written, variable (not for counts), level, end.
-void deriveEndName(GGraphStatistic::GGraphStatisticData const& d, ChartString& name, char16_t const* end) {
+void deriveEndName(GGraphStatistic::GGraphStatisticData const& d, ChartString& name,
+                   char16_t const* end) {
     name = d.functionName;
     name.append(u"_");
     if (d.code() != Codes::STAT_COUNT) {
@@ -233,34 +245,40 @@ void deriveEndName(GGraphStatistic::GGraphStatisticData const& d, ChartString& n
 }  // namespace
 
 ChartString const& GGraphStatistic::GetUnicodeGPLLowLabel() const {
-    if (d->errorBars && d->gplLowLabel.empty()) deriveEndName(*d, d->gplLowLabel, u"_LOW");
+    if (d->errorBars && d->gplLowLabel.empty())
+        deriveEndName(*d, d->gplLowLabel, u"_LOW");
     return d->gplLowLabel;
 }
 
 ChartString const& GGraphStatistic::GetUnicodeGPLHighLabel() const {
-    if (d->errorBars && d->gplHighLabel.empty()) deriveEndName(*d, d->gplHighLabel, u"_HIGH");
+    if (d->errorBars && d->gplHighLabel.empty())
+        deriveEndName(*d, d->gplHighLabel, u"_HIGH");
     return d->gplHighLabel;
 }
 
 std::string GGraphStatistic::GetSummaryFunctionLabel() {
     LabelRow const& row = labelRow(d->code());
-    return substitute(lookUp(d->dictionary, row.functionKey), labelNumbers(row.numbers, *d->aggregationStatistic));
+    return substitute(lookUp(d->dictionary, row.functionKey),
+                      labelNumbers(row.numbers, *d->aggregationStatistic));
 }
 
 std::string GGraphStatistic::GetSummaryVariableLabel() {
     bool percent = d->code() == Codes::STAT_COUNT && d->errorBars && d->percentErrorBars;
     LabelRow const& row = labelRow(percent ? -1 : d->code());
     std::vector<std::string> values;
-    if (row.templateFunctionKey) values.push_back(lookUp(d->dictionary, row.templateFunctionKey));
+    if (row.templateFunctionKey)
+        values.push_back(lookUp(d->dictionary, row.templateFunctionKey));
     for (std::string& number : labelNumbers(row.numbers, *d->aggregationStatistic))
         values.push_back(std::move(number));
-    if (row.withVariable) values.push_back(displayText(*d));
+    if (row.withVariable)
+        values.push_back(displayText(*d));
     std::string text = substitute(lookUp(d->dictionary, row.templateKey), values);
     return XUtility::ChartStringFromOLANG(text).toUTF8();
 }
 
 bool GGraphStatistic::GetLowHighVariableLabels(ChartString& low, ChartString& high) const {
-    if (!d->errorBars) return false;
+    if (!d->errorBars)
+        return false;
     char const* lowTemplate = nullptr;
     char const* highTemplate = nullptr;
     ChartString first;
@@ -295,7 +313,8 @@ bool GGraphStatistic::GetLowHighVariableLabels(ChartString& low, ChartString& hi
     OmComposite lowText(lowCell, &region, true);
     OmComposite highText(highCell, &region, true);
     for (ChartString const* value : {&first, &second}) {
-        if (value == &second && value->empty()) continue;
+        if (value == &second && value->empty())
+            continue;
         OmStringCell cell(value->toUTF8(), &region, false);
         lowText.Add(cell);
         highText.Add(cell);
@@ -313,9 +332,12 @@ ChartString GGraphStatistic::getPrefix() const {
     int type = 0;
     int decimals = 0;
     d->format(type, decimals);
-    if (!isPrefixedCode(d->code()) || !d->summaryVariable) return {};
-    if (type == FMT_DOLLAR) return fromLocal("$");
-    if (type >= FMT_CCA && type <= FMT_CCE) return fromLocal(currencyFormat::GetCCX(type - FMT_CCA).first);
+    if (!isPrefixedCode(d->code()) || !d->summaryVariable)
+        return {};
+    if (type == FMT_DOLLAR)
+        return fromLocal("$");
+    if (type >= FMT_CCA && type <= FMT_CCE)
+        return fromLocal(currencyFormat::GetCCX(type - FMT_CCA).first);
     return {};
 }
 
@@ -329,6 +351,7 @@ ChartString GGraphStatistic::getSuffix() const {
             return fromLocal(currencyFormat::GetCCX(type - FMT_CCA).second);
         return {};
     }
-    if (isPercentCode(d->code())) return fromLocal("%");
+    if (isPercentCode(d->code()))
+        return fromLocal("%");
     return {};
 }

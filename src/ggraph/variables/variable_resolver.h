@@ -21,7 +21,12 @@ struct VariableResolverRelabelData {
 
 class VariableResolver {
 public:
-    enum VariableType { UNRESOLVED = 0, DICTIONARY_VARIABLE = 1, CATEGORY_SET = 2, DICHOTOMY_SET = 3 };
+    enum VariableType {
+        UNRESOLVED = 0,
+        DICTIONARY_VARIABLE = 1,
+        CATEGORY_SET = 2,
+        DICHOTOMY_SET = 3
+    };
 
     VariableResolver();
     ~VariableResolver();

@@ -14,7 +14,9 @@ using namespace boost::math::policies;
 using QuietPolicy = policy<domain_error<ignore_error>, overflow_error<ignore_error>,
                            evaluation_error<ignore_error>, pole_error<ignore_error>>;
 
-bool isOpenProbability(double p) { return p > 0.0 && p < 1.0; }
+bool isOpenProbability(double p) {
+    return p > 0.0 && p < 1.0;
+}
 
 double finiteOrInfinity(double value) {
     return std::isfinite(value) ? value : KWEL_Globals::infinity();
@@ -23,7 +25,8 @@ double finiteOrInfinity(double value) {
 }  // namespace
 
 double CtaDistFun::IdfT(double probability, double degreesOfFreedom) {
-    if (!isOpenProbability(probability) || !(degreesOfFreedom > 0.0)) return KWEL_Globals::infinity();
+    if (!isOpenProbability(probability) || !(degreesOfFreedom > 0.0))
+        return KWEL_Globals::infinity();
     boost::math::students_t_distribution<double, QuietPolicy> t(degreesOfFreedom);
     return finiteOrInfinity(boost::math::quantile(t, probability));
 }

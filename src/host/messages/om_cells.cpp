@@ -4,13 +4,15 @@
 #include "host/messages/string_table.h"
 
 OmCellText::OmCellText(OmMemoryRegion* region) : region_(region) {
-    if (region_) ++region_->liveCells_;
+    if (region_)
+        ++region_->liveCells_;
 }
 
 OmCellText::OmCellText(OmCellText const& other) : OmCellText(other.region_) {}
 
 OmCellText::~OmCellText() {
-    if (region_) --region_->liveCells_;
+    if (region_)
+        --region_->liveCells_;
 }
 
 OmStringCell::OmStringCell(std::string text, OmMemoryRegion* region, bool fromTable)
@@ -39,14 +41,19 @@ OmComposite::OmComposite(OmComposite const& other)
 OmComposite::~OmComposite() = default;
 
 void OmComposite::Add(OmCellText const& cell) {
-    if (!ended_) parts_.push_back(cell.Clone());
+    if (!ended_)
+        parts_.push_back(cell.Clone());
 }
 
-void OmComposite::End() { ended_ = true; }
+void OmComposite::End() {
+    ended_ = true;
+}
 
 void OmComposite::Substitute(OmParseTreeNode** tree, bool /*keepTree*/) {
-    if (tree) *tree = nullptr;
-    if (!ended_) return;
+    if (tree)
+        *tree = nullptr;
+    if (!ended_)
+        return;
     std::string out;
     out.reserve(pattern_.size() + 32);
     for (std::size_t i = 0; i < pattern_.size(); ++i) {
@@ -64,7 +71,9 @@ void OmComposite::Substitute(OmParseTreeNode** tree, bool /*keepTree*/) {
     text_ = std::move(out);
 }
 
-std::string OmComposite::GetText() const { return text_; }
+std::string OmComposite::GetText() const {
+    return text_;
+}
 
 std::unique_ptr<OmCellText> OmComposite::Clone() const {
     return std::make_unique<OmComposite>(*this);

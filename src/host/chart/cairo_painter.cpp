@@ -1,0 +1,161 @@
+#include "host/chart/renderers.h"
+
+#include <cmath>
+#include <memory>
+
+#include <cairo-pdf.h>
+#include <cairo.h>
+#include <pango/pangocairo.h>
+
+#include "host/chart/text_metrics.h"
+
+namespace host::chart {
+
+namespace {
+
+void setColor(cairo_t* cr, Color const& c) {
+    cairo_set_source_rgba(cr, c.r, c.g, c.b, c.a);
+}
+
+void strokePath(cairo_t* cr, Primitive const& p) {
+    if (p.strokeWidth <= 0 || p.stroke.a <= 0)
+        return;
+    setColor(cr, p.stroke);
+    cairo_set_line_width(cr, p.strokeWidth);
+    cairo_set_dash(cr, p.dash.empty() ? nullptr : p.dash.data(), static_cast<int>(p.dash.size()),
+                   0);
+    cairo_stroke_preserve(cr);
+    cairo_set_dash(cr, nullptr, 0, 0);
+}
+
+PangoLayout* layoutFor(cairo_t* cr, std::string const& text, double size, bool bold) {
+    PangoLayout* layout = pango_cairo_create_layout(cr);
+    PangoFontDescription* font = pango_font_description_new();
+    pango_font_description_set_family(font, kFontFamily);
+    pango_font_description_set_absolute_size(font, size * PANGO_SCALE);
+    pango_font_description_set_weight(font, bold ? PANGO_WEIGHT_BOLD : PANGO_WEIGHT_NORMAL);
+    pango_layout_set_font_description(layout, font);
+    pango_font_description_free(font);
+    pango_layout_set_text(layout, text.c_str(), static_cast<int>(text.size()));
+    return layout;
+}
+
+void paintScene(cairo_t* cr, Scene const& scene) {
+    cairo_set_source_rgb(cr, 1, 1, 1);
+    cairo_paint(cr);
+    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+    for (auto const& p : scene.items) {
+        cairo_new_path(cr);
+        switch (p.kind) {
+            case Primitive::Kind::Rect:
+                cairo_rectangle(cr, p.x, p.y, p.w, p.h);
+                if (p.fill.a > 0) {
+                    setColor(cr, p.fill);
+                    cairo_fill_preserve(cr);
+                }
+                strokePath(cr, p);
+                break;
+            case Primitive::Kind::Circle:
+                cairo_arc(cr, p.x, p.y, p.w, 0, 2 * M_PI);
+                if (p.fill.a > 0) {
+                    setColor(cr, p.fill);
+                    cairo_fill_preserve(cr);
+                }
+                strokePath(cr, p);
+                break;
+            case Primitive::Kind::Polyline:
+            case Primitive::Kind::Polygon:
+                for (std::size_t i = 0; i < p.points.size(); ++i)
+                    (i ? cairo_line_to : cairo_move_to)(cr, p.points[i].x, p.points[i].y);
+                if (p.kind == Primitive::Kind::Polygon) {
+                    cairo_close_path(cr);
+                    if (p.fill.a > 0) {
+                        setColor(cr, p.fill);
+                        cairo_fill_preserve(cr);
+                    }
+                }
+                strokePath(cr, p);
+                break;
+            case Primitive::Kind::Text: {
+                PangoLayout* layout = layoutFor(cr, p.text, p.fontSize, p.bold);
+                PangoRectangle logical;
+                pango_layout_get_pixel_extents(layout, nullptr, &logical);
+                double baseline = pango_layout_get_baseline(layout) / double(PANGO_SCALE);
+                double dx = p.anchor < 0 ? 0 : p.anchor > 0 ? -logical.width : -logical.width / 2.0;
+                cairo_save(cr);
+                cairo_translate(cr, p.x, p.y);
+                if (p.angle != 0)
+                    cairo_rotate(cr, p.angle * M_PI / 180);
+                cairo_move_to(cr, dx, -baseline);
+                setColor(cr, p.fill.a > 0 ? p.fill : Color{0, 0, 0, 1});
+                pango_cairo_show_layout(cr, layout);
+                cairo_restore(cr);
+                g_object_unref(layout);
+                break;
+            }
+        }
+        cairo_new_path(cr);
+    }
+}
+
+class PangoMeasurer : public TextMeasurer {
+public:
+    PangoMeasurer()
+        : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 1, 1)),
+          cr_(cairo_create(surface_)) {}
+    ~PangoMeasurer() override {
+        cairo_destroy(cr_);
+        cairo_surface_destroy(surface_);
+    }
+    TextSize measure(std::string const& text, double fontSize, bool bold) const override {
+        PangoLayout* layout = layoutFor(cr_, text, fontSize, bold);
+        PangoRectangle logical;
+        pango_layout_get_pixel_extents(layout, nullptr, &logical);
+        g_object_unref(layout);
+        return {double(logical.width), double(logical.height)};
+    }
+
+private:
+    cairo_surface_t* surface_;
+    cairo_t* cr_;
+};
+
+}  // namespace
+
+std::unique_ptr<TextMeasurer> makePangoMeasurer() {
+    return std::make_unique<PangoMeasurer>();
+}
+
+bool writePng(Scene const& scene, std::string const& path, double scale, std::string& error) {
+    int w = static_cast<int>(std::ceil(scene.width * scale));
+    int h = static_cast<int>(std::ceil(scene.height * scale));
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
+    cairo_t* cr = cairo_create(surface);
+    cairo_scale(cr, scale, scale);
+    paintScene(cr, scene);
+    cairo_destroy(cr);
+    cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+    cairo_surface_destroy(surface);
+    if (status != CAIRO_STATUS_SUCCESS) {
+        error = "could not write " + path + ": " + cairo_status_to_string(status);
+        return false;
+    }
+    return true;
+}
+
+bool writePdf(Scene const& scene, std::string const& path, std::string& error) {
+    cairo_surface_t* surface = cairo_pdf_surface_create(path.c_str(), scene.width, scene.height);
+    cairo_t* cr = cairo_create(surface);
+    paintScene(cr, scene);
+    cairo_destroy(cr);
+    cairo_surface_finish(surface);
+    cairo_status_t status = cairo_surface_status(surface);
+    cairo_surface_destroy(surface);
+    if (status != CAIRO_STATUS_SUCCESS) {
+        error = "could not write " + path + ": " + cairo_status_to_string(status);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace host::chart

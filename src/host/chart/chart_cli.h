@@ -1,0 +1,22 @@
+#pragma once
+// What `ggraph gpl2xml` and `ggraph render` do, as functions the CLI calls.
+
+#include <string>
+
+namespace host::chart {
+
+struct CliResult {
+    int exitCode = 0;
+    std::string output;  // for stdout
+    std::string error;   // for stderr
+};
+
+// GPL text to chart XML.
+CliResult gplToXml(std::string const& gpl);
+
+// Chart XML (and optional rows as JSON: {"source": {"columns": [...], "rows": [[...], ...]}})
+// to files in `outDir`/charts; formats from "svg,png,pdf".
+CliResult renderChart(std::string const& xml, std::string const& rowsJson,
+                      std::string const& outDir, std::string const& formats = "svg,png");
+
+}  // namespace host::chart

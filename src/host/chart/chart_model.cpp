@@ -1,0 +1,322 @@
+#include "host/chart/chart_model.h"
+
+#include <set>
+#include <string_view>
+
+#include <fmt/format.h>
+
+namespace host::chart {
+
+namespace {
+
+enum class Support { Drawn, NotYet };
+
+struct FunctionDef {
+    char const* name;
+    Support support;
+};
+
+// Every GPL function the engine knows, and whether it is drawn yet.
+constexpr FunctionDef kFunctions[] = {
+    {"usersource", Support::Drawn},
+    {"id", Support::Drawn},
+    {"missing.listwise", Support::Drawn},
+    {"missing.pairwise", Support::Drawn},
+    {"weight", Support::Drawn},
+    {"col", Support::Drawn},
+    {"source", Support::Drawn},
+    {"name", Support::Drawn},
+    {"unit.category", Support::Drawn},
+    {"unit.time", Support::Drawn},
+    {"notin", Support::Drawn},
+    {"linear", Support::Drawn},
+    {"log", Support::Drawn},
+    {"base", Support::Drawn},
+    {"cat", Support::Drawn},
+    {"dim", Support::Drawn},
+    {"include", Support::Drawn},
+    {"min", Support::Drawn},
+    {"max", Support::Drawn},
+    {"datamininum", Support::Drawn},
+    {"dataminimum", Support::Drawn},
+    {"datamaximum", Support::Drawn},
+    {"reverse", Support::Drawn},
+    {"origin", Support::Drawn},
+    {"sort.values", Support::Drawn},
+    {"sort.natural", Support::Drawn},
+    {"sort.data", Support::Drawn},
+    {"aesthetic", Support::Drawn},
+    {"map", Support::Drawn},
+    {"aestheticminimum", Support::Drawn},
+    {"aestheticmaximum", Support::Drawn},
+    {"rect", Support::Drawn},
+    {"transpose", Support::Drawn},
+    {"cluster", Support::Drawn},
+    {"axis", Support::Drawn},
+    {"label", Support::Drawn},
+    {"null", Support::Drawn},
+    {"ticks", Support::Drawn},
+    {"gridlines", Support::Drawn},
+    {"delta", Support::Drawn},
+    {"start", Support::Drawn},
+    {"opposite", Support::Drawn},
+    {"gap", Support::Drawn},
+    {"legend", Support::Drawn},
+    {"text.title", Support::Drawn},
+    {"text.subtitle", Support::Drawn},
+    {"text.subsubtitle", Support::Drawn},
+    {"text.footnote", Support::Drawn},
+    {"form.line", Support::Drawn},
+    {"position", Support::Drawn},
+    {"color", Support::Drawn},
+    {"color.interior", Support::Drawn},
+    {"color.exterior", Support::Drawn},
+    {"shape", Support::Drawn},
+    {"shape.interior", Support::Drawn},
+    {"size", Support::Drawn},
+    {"transparency", Support::Drawn},
+    {"transparency.interior", Support::Drawn},
+    {"transparency.exterior", Support::Drawn},
+    {"split", Support::Drawn},
+    {"missing.wings", Support::Drawn},
+    {"missing.gap", Support::Drawn},
+    {"missing.interpolate", Support::Drawn},
+    {"begin", Support::Drawn},
+    {"end", Support::Drawn},
+    {"scale", Support::Drawn},
+    {"interval", Support::Drawn},
+    {"interval.stack", Support::Drawn},
+    {"interval.dodge", Support::Drawn},
+    {"point", Support::Drawn},
+    {"line", Support::Drawn},
+    {"area", Support::Drawn},
+    {"area.stack", Support::Drawn},
+    {"path", Support::Drawn},
+    {"closed", Support::Drawn},
+    {"summary.count", Support::Drawn},
+    {"summary.sum", Support::Drawn},
+    {"summary.mean", Support::Drawn},
+    {"summary.min", Support::Drawn},
+    {"summary.max", Support::Drawn},
+    {"summary.median", Support::Drawn},
+    {"summary.percent", Support::Drawn},
+    {"summary.percent.count", Support::Drawn},
+    {"base.all", Support::Drawn},
+    // Known, drawn in a later version of the engine.
+    {"csvsource", Support::NotYet},
+    {"file", Support::NotYet},
+    {"iter", Support::NotYet},
+    {"eval", Support::NotYet},
+    {"index", Support::NotYet},
+    {"collapse", Support::NotYet},
+    {"category", Support::NotYet},
+    {"minimumpercent", Support::NotYet},
+    {"sumvariable", Support::NotYet},
+    {"othervalue", Support::NotYet},
+    {"pow", Support::NotYet},
+    {"exponent", Support::NotYet},
+    {"time", Support::NotYet},
+    {"sort.statistic", Support::NotYet},
+    {"polar.theta", Support::NotYet},
+    {"polar", Support::NotYet},
+    {"startangle", Support::NotYet},
+    {"wrap", Support::NotYet},
+    {"mirror", Support::NotYet},
+    {"sameratio", Support::NotYet},
+    {"label.angle", Support::NotYet},
+    {"edge", Support::NotYet},
+    {"polygon", Support::NotYet},
+    {"schema", Support::NotYet},
+    {"point.dodge.symmetric", Support::NotYet},
+    {"point.jitter", Support::NotYet},
+    {"point.stack", Support::NotYet},
+    {"area.difference", Support::NotYet},
+    {"color.saturation", Support::NotYet},
+    {"texture.pattern.interior", Support::NotYet},
+    {"summary.mode", Support::NotYet},
+    {"summary.range", Support::NotYet},
+    {"summary.sd", Support::NotYet},
+    {"summary.variance", Support::NotYet},
+    {"summary.count.cumulative", Support::NotYet},
+    {"summary.percent.cumulative", Support::NotYet},
+    {"base.coordinate", Support::NotYet},
+    {"base.aesthetic", Support::NotYet},
+    {"acrosspanels", Support::NotYet},
+    {"bin.rect", Support::NotYet},
+    {"bincount", Support::NotYet},
+    {"binwidth", Support::NotYet},
+    {"binstart", Support::NotYet},
+    {"bin.hex", Support::NotYet},
+    {"bin.dot", Support::NotYet},
+    {"bin.quantile.letter", Support::NotYet},
+    {"density.normal", Support::NotYet},
+    {"region.confi.mean", Support::NotYet},
+    {"region.confi.count", Support::NotYet},
+    {"region.confi.percent.count", Support::NotYet},
+    {"region.spread.sd", Support::NotYet},
+    {"region.spread.se", Support::NotYet},
+    {"region.spread.range", Support::NotYet},
+    {"smooth.linear", Support::NotYet},
+    {"smooth.quadratic", Support::NotYet},
+    {"smooth.cubic", Support::NotYet},
+    {"smooth.loess", Support::NotYet},
+    {"smooth.spline", Support::NotYet},
+    {"smooth.step.right", Support::NotYet},
+    {"smooth.step.left", Support::NotYet},
+    {"smooth.step.center", Support::NotYet},
+    {"link.hull", Support::NotYet},
+    {"link.join", Support::NotYet},
+    {"link.mst", Support::NotYet},
+    {"link.sequence", Support::NotYet},
+};
+
+FunctionDef const* lookup(std::string const& key) {
+    for (auto const& f : kFunctions)
+        if (key == f.name)
+            return &f;
+    if (key.rfind("density.kernel.", 0) == 0) {
+        static constexpr FunctionDef kernel{"density.kernel", Support::NotYet};
+        return &kernel;
+    }
+    return nullptr;
+}
+
+void walkCalls(gpl::Node const& node, std::vector<gpl::Diagnostic>& out,
+               std::set<std::string>& seen) {
+    if (node.kind == gpl::Node::Kind::Call) {
+        auto const* def = lookup(node.key());
+        std::string tag = node.key() + "@" + std::to_string(node.line);
+        if (seen.insert(tag).second) {
+            if (!def)
+                out.push_back({gpl::Diagnostic::Level::Warning, node.line, node.column,
+                               fmt::format("unknown function '{}' ignored", node.name)});
+            else if (def->support == Support::NotYet)
+                out.push_back({gpl::Diagnostic::Level::Warning, node.line, node.column,
+                               fmt::format("function '{}' is not supported yet", node.name)});
+        }
+    }
+    for (auto const& a : node.args) walkCalls(a, out, seen);
+}
+
+bool isConstantName(std::string const& name) {
+    return name.find('.') != std::string::npos;
+}
+
+// Variables used in element positions and aesthetics.
+void collectNames(gpl::Node const& node, std::vector<gpl::Node const*>& out) {
+    if (node.kind == gpl::Node::Kind::Name && !isConstantName(node.name))
+        out.push_back(&node);
+    if (node.kind == gpl::Node::Kind::Call && node.key() == "label")
+        return;  // texts only
+    for (auto const& a : node.args) collectNames(a, out);
+}
+
+std::string stringArg(gpl::Node const* call) {
+    if (!call)
+        return {};
+    std::string out;
+    for (auto const& a : call->args)
+        if (a.kind == gpl::Node::Kind::String)
+            out += a.value;
+    return out;
+}
+
+}  // namespace
+
+std::vector<gpl::Diagnostic> checkFunctions(gpl::Program const& program) {
+    std::vector<gpl::Diagnostic> out;
+    std::set<std::string> seen;
+    for (auto const& st : program.statements) walkCalls(st.body, out, seen);
+    return out;
+}
+
+ChartVariableRecord* ChartModel::findVariable(std::string const& name, unsigned int instance) {
+    unsigned int k = 0;
+    for (auto& v : variables)
+        if (v.column == name || (v.column.empty() && v.name == name)) {
+            if (k == instance)
+                return &v;
+            ++k;
+        }
+    return nullptr;
+}
+
+bool ChartModel::hasSubtitleInGpl() const {
+    for (auto const& st : program.statements)
+        if (st.keyword == "GUIDE" && st.body.key() == "text.subtitle")
+            return true;
+    return false;
+}
+
+void buildFromGpl(ChartModel& model, std::string const& gpl) {
+    model.gpl = gpl;
+    model.program = gpl::parse(gpl);
+    auto warnings = checkFunctions(model.program);
+    model.program.diagnostics.insert(model.program.diagnostics.end(), warnings.begin(),
+                                     warnings.end());
+    auto& diags = model.program.diagnostics;
+    auto fail = [&](int line, int column, std::string text) {
+        diags.push_back({gpl::Diagnostic::Level::Error, line, column, std::move(text)});
+    };
+    std::set<std::string> declared;
+    for (auto const& st : model.program.statements) {
+        auto const& body = st.body;
+        if (st.keyword == "SOURCE") {
+            SourceRecord s;
+            s.name = st.target;
+            s.kind = body.key() == "csvsource" ? "csvSource" : "userSource";
+            s.id = stringArg(body.find(s.kind == "csvSource" ? "file" : "id"));
+            s.weighted = body.find("weight") != nullptr;
+            if (body.kind != gpl::Node::Kind::Call ||
+                (body.key() != "usersource" && body.key() != "csvsource"))
+                fail(body.line, body.column,
+                     fmt::format("expected userSource(...) or csvSource(...) for source '{}'",
+                                 st.target));
+            else
+                model.sources.push_back(s);
+        } else if (st.keyword == "DATA" || st.keyword == "TRANS") {
+            ChartVariableRecord v;
+            v.name = st.target;
+            if (st.keyword == "DATA" && body.key() == "col") {
+                auto const* src = body.find("source");
+                std::string source = src && !src->args.empty() ? src->args[0].name : std::string();
+                bool known = false;
+                for (auto const& s : model.sources) known |= s.name == source;
+                if (!known) {
+                    fail(src ? src->line : body.line, src ? src->column : body.column,
+                         source.empty()
+                             ? fmt::format("col for '{}' names no source(...)", st.target)
+                             : fmt::format("source '{}' does not exist", source));
+                    continue;
+                }
+                v.source = source;
+                v.column = stringArg(body.find("name"));
+                if (v.column.empty())
+                    v.column = st.target;
+                v.categorical = body.find("unit.category") != nullptr;
+                v.time = body.find("unit.time") != nullptr;
+                if (auto const* n = body.find("notin"))
+                    for (auto const& a : n->args)
+                        v.notIn.push_back(a.kind == gpl::Node::Kind::String
+                                              ? a.value
+                                              : fmt::format("{}", a.number));
+            }
+            declared.insert(st.target);
+            model.variables.push_back(std::move(v));
+        }
+    }
+    for (auto const& st : model.program.statements) {
+        if (st.keyword != "ELEMENT" && !(st.keyword == "GUIDE" && st.body.key() == "form.line"))
+            continue;
+        std::vector<gpl::Node const*> names;
+        for (auto const& a : st.body.args) collectNames(a, names);
+        for (auto const* n : names)
+            if (!declared.count(n->name))
+                fail(n->line, n->column,
+                     fmt::format("variable '{}' is used but never declared", n->name));
+    }
+    model.ok = !model.program.hasErrors();
+    model.error = model.ok ? std::string() : model.program.describe();
+}
+
+}  // namespace host::chart

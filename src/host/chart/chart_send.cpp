@@ -1,0 +1,190 @@
+#include "host/chart/chart_send.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "host/chart/chart_render.h"
+#include "host/chart/chart_xml.h"
+#include "host/chart/renderers.h"
+#include "host/output/document.h"
+#include "platform/var_data_processor.h"
+
+namespace host::chart {
+
+namespace {
+
+struct SendState {
+    OutputOptions options;
+    int fileCounter = 0;
+};
+
+SendState& state() {
+    static SendState s;
+    return s;
+}
+
+nlohmann::json dataJson(ChartModel const& model) {
+    nlohmann::json out = nlohmann::json::object();
+    VarDataProcessor const* vdp = model.data;
+    if (!vdp)
+        return out;
+    std::vector<std::string> sources;
+    vdp->GetSourceNames(sources);
+    for (auto const& source : sources) {
+        auto names = vdp->GetVariableNames(source);
+        nlohmann::json rows = nlohmann::json::array();
+        unsigned n = vdp->GetRowCount(source);
+        for (unsigned r = 0; r < n; ++r) {
+            nlohmann::json row = nlohmann::json::array();
+            for (int c = 0; c < static_cast<int>(names.size()); ++c) {
+                switch (vdp->GetCellKind(source, c, r)) {
+                    case VarDataProcessor::CellKind::Missing:
+                        row.push_back(nullptr);
+                        break;
+                    case VarDataProcessor::CellKind::Text:
+                        row.push_back(vdp->GetText(source, c, r));
+                        break;
+                    case VarDataProcessor::CellKind::Number: {
+                        double v = vdp->GetNumber(source, c, r);
+                        if (std::isfinite(v))
+                            row.push_back(v);
+                        else
+                            row.push_back(nullptr);
+                        break;
+                    }
+                }
+            }
+            rows.push_back(std::move(row));
+        }
+        out[source] = {{"columns", names}, {"rows", std::move(rows)}};
+    }
+    return out;
+}
+
+nlohmann::json variablesJson(ChartModel const& model) {
+    nlohmann::json out = nlohmann::json::array();
+    for (auto const& v : model.variables) {
+        nlohmann::json relabels = nlohmann::json::array();
+        for (auto const& r : v.relabels)
+            relabels.push_back({{"value", r.value}, {"label", r.label}});
+        nlohmann::json format = nullptr;
+        if (v.format.set)
+            format = {{"decimals", v.format.decimals},
+                      {"grouping", v.format.grouping},
+                      {"prefix", v.format.prefix},
+                      {"suffix", v.format.suffix},
+                      {"packed", v.format.packed}};
+        nlohmann::json statistic = nullptr;
+        if (v.statistic >= 0)
+            statistic = {{"code", v.statistic},
+                         {"a", v.statA},
+                         {"b", v.statB},
+                         {"c", v.statC},
+                         {"flag", v.statFlag}};
+        out.push_back({{"source", v.source},
+                       {"name", v.column.empty() ? v.name : v.column},
+                       {"gplName", v.name},
+                       {"label", v.label},
+                       {"shortLabel", v.shortLabel},
+                       {"creator", v.creator},
+                       {"categorical", v.categorical},
+                       {"statistic", statistic},
+                       {"format", format},
+                       {"relabels", relabels}});
+    }
+    return out;
+}
+
+bool writeText(std::filesystem::path const& path, std::string const& text, std::string& error) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+    if (!out) {
+        error = "could not write " + path.string();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void setOutputOptions(OutputOptions const& options) {
+    state().options = options;
+    state().fileCounter = 0;
+}
+
+OutputOptions const& outputOptions() {
+    return state().options;
+}
+
+Scene renderModel(ChartModel const& model) {
+    auto measurer = makePangoMeasurer();
+    return buildScene(model, model.data, *measurer);
+}
+
+void sendChart(ChartModel& model, bool first, bool later, bool third) {
+    auto& out = output::current();
+    ++model.sendCount;
+    Scene scene = renderModel(model);
+    std::string svg = writeSvg(scene);
+
+    nlohmann::json files = nlohmann::json::array();
+    auto const& options = state().options;
+    if (!options.folder.empty()) {
+        namespace fs = std::filesystem;
+        std::error_code ec;
+        fs::path dir = fs::path(options.folder) / "charts";
+        fs::create_directories(dir, ec);
+        std::string stem = fmt::format("chart-{:03}", ++state().fileCounter);
+        std::string error;
+        auto note = [&](bool ok, std::string const& name) {
+            if (ok)
+                files.push_back("charts/" + name);
+            else
+                out.addMessage(2, "The chart file could not be written: " + error);
+        };
+        if (options.svg)
+            note(writeText(dir / (stem + ".svg"), svg, error), stem + ".svg");
+        if (options.png)
+            note(writePng(scene, (dir / (stem + ".png")).string(), options.pngScale, error),
+                 stem + ".png");
+        if (options.pdf)
+            note(writePdf(scene, (dir / (stem + ".pdf")).string(), error), stem + ".pdf");
+        if (options.xml)
+            note(writeText(dir / (stem + ".xml"), writeChartXml(model), error), stem + ".xml");
+    }
+    if (model.sendCount == 1)
+        for (auto const& d : model.program.diagnostics)
+            out.addMessage(
+                2, fmt::format("GPL warning at line {}, column {}: {}", d.line, d.column, d.text));
+    for (auto const& w : scene.warnings) out.addMessage(2, "Chart: " + w);
+
+    nlohmann::json payload = {
+        {"description", model.description},
+        {"subtitle", model.subtitleSet ? model.subtitle : std::string()},
+        {"send", {first, later, third}},
+        {"files", files},
+        {"data", dataJson(model)},
+        {"variables", variablesJson(model)},
+        {"templates", model.templateFiles},
+        {"inlineTemplates", model.inlineTemplates},
+        {"csvFiles", model.csvFiles},
+        {"editable", model.editable},
+        {"defaultTemplates",
+         {{"owner", model.defaultTemplateOwner}, {"off", model.noDefaultTemplates}}},
+        {"dataHandles", model.dataHandles},
+        {"warnings", scene.warnings},
+        {"svg", svg},
+    };
+    output::Item item;
+    item.kind = output::ItemKind::Chart;
+    item.text = model.description;
+    item.payload = std::make_shared<nlohmann::json const>(std::move(payload));
+    out.add(std::move(item));
+}
+
+}  // namespace host::chart

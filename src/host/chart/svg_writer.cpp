@@ -1,0 +1,122 @@
+#include "host/chart/renderers.h"
+
+#include <fmt/format.h>
+
+#include "host/chart/text_metrics.h"
+
+namespace host::chart {
+
+namespace {
+
+std::string escape(std::string const& s) {
+    std::string out;
+    for (char c : s) {
+        switch (c) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            default:
+                // Control characters are not allowed in XML text.
+                if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n')
+                    out += ' ';
+                else
+                    out += c;
+        }
+    }
+    return out;
+}
+
+std::string paint(char const* attribute, Color const& c) {
+    if (c.a <= 0)
+        return fmt::format(" {}=\"none\"", attribute);
+    std::string out = fmt::format(" {}=\"{}\"", attribute, c.hex());
+    if (c.a < 1)
+        out += fmt::format(" {}-opacity=\"{:.3g}\"", attribute, c.a);
+    return out;
+}
+
+std::string strokeOf(Primitive const& p) {
+    if (p.strokeWidth <= 0 || p.stroke.a <= 0)
+        return "";
+    std::string out =
+        paint("stroke", p.stroke) + fmt::format(" stroke-width=\"{:.3g}\"", p.strokeWidth);
+    if (!p.dash.empty()) {
+        out += " stroke-dasharray=\"";
+        for (std::size_t i = 0; i < p.dash.size(); ++i)
+            out += fmt::format("{}{:.3g}", i ? "," : "", p.dash[i]);
+        out += "\"";
+    }
+    return out;
+}
+
+std::string points(std::vector<Point> const& pts) {
+    std::string out;
+    out.reserve(pts.size() * 14);
+    for (auto const& p : pts) {
+        if (!out.empty())
+            out += ' ';
+        out += fmt::format("{:.2f},{:.2f}", p.x, p.y);
+    }
+    return out;
+}
+
+}  // namespace
+
+std::string writeSvg(Scene const& scene) {
+    std::string out = fmt::format(
+        "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0:g}\" height=\"{1:g}\" "
+        "viewBox=\"0 0 {0:g} {1:g}\" font-family=\"{2}, sans-serif\">\n"
+        "<rect width=\"100%\" height=\"100%\" fill=\"#FFFFFF\"/>\n",
+        scene.width, scene.height, kFontFamily);
+    for (auto const& p : scene.items) {
+        std::string cls = p.role.empty() ? "" : fmt::format(" class=\"{}\"", escape(p.role));
+        switch (p.kind) {
+            case Primitive::Kind::Rect:
+                out += fmt::format(
+                    "<rect{} x=\"{:.2f}\" y=\"{:.2f}\" width=\"{:.2f}\" "
+                    "height=\"{:.2f}\"{}{}/>\n",
+                    cls, p.x, p.y, p.w, p.h, paint("fill", p.fill), strokeOf(p));
+                break;
+            case Primitive::Kind::Circle:
+                out += fmt::format("<circle{} cx=\"{:.2f}\" cy=\"{:.2f}\" r=\"{:.2f}\"{}{}/>\n",
+                                   cls, p.x, p.y, p.w, paint("fill", p.fill), strokeOf(p));
+                break;
+            case Primitive::Kind::Polyline:
+                out += fmt::format(
+                    "<polyline{} points=\"{}\" fill=\"none\"{} "
+                    "stroke-linejoin=\"round\"/>\n",
+                    cls, points(p.points), strokeOf(p));
+                break;
+            case Primitive::Kind::Polygon:
+                out += fmt::format("<polygon{} points=\"{}\"{}{}/>\n", cls, points(p.points),
+                                   paint("fill", p.fill), strokeOf(p));
+                break;
+            case Primitive::Kind::Text: {
+                char const* anchor = p.anchor < 0 ? "start" : p.anchor > 0 ? "end" : "middle";
+                std::string transform =
+                    p.angle != 0 ? fmt::format(" transform=\"rotate({:g} {:.2f} {:.2f})\"", p.angle,
+                                               p.x, p.y)
+                                 : "";
+                out += fmt::format(
+                    "<text{} x=\"{:.2f}\" y=\"{:.2f}\" font-size=\"{:g}\" text-anchor=\"{}\"{}{}{}>"
+                    "{}</text>\n",
+                    cls, p.x, p.y, p.fontSize, anchor, p.bold ? " font-weight=\"bold\"" : "",
+                    paint("fill", p.fill), transform, escape(p.text));
+                break;
+            }
+        }
+    }
+    out += "</svg>\n";
+    return out;
+}
+
+}  // namespace host::chart

@@ -1,0 +1,47 @@
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "host/chart/chart_cli.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string slurp(fs::path const& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+}  // namespace
+
+// Every gallery chart goes from GPL through chart XML to SVG and PNG without a warning; the
+// pictures land in the build folder for a person to look at.
+TEST(ChartGallery, EveryFormRendersFromGplThroughXml) {
+    fs::path gallery = fs::path(GGRAPH_SOURCE_DIR) / "examples" / "gallery";
+    fs::path out = fs::path(GGRAPH_BINARY_DIR) / "gallery";
+    int count = 0;
+    for (auto const& entry : fs::directory_iterator(gallery)) {
+        if (entry.path().extension() != ".gpl")
+            continue;
+        ++count;
+        auto xml = host::chart::gplToXml(slurp(entry.path()));
+        ASSERT_EQ(xml.exitCode, 0) << entry.path() << xml.error;
+        fs::path rows = entry.path();
+        rows.replace_extension(".json");
+        fs::path dir = out / entry.path().stem();
+        fs::remove_all(dir);
+        auto r = host::chart::renderChart(xml.output, slurp(rows), dir.string(), "svg,png");
+        EXPECT_EQ(r.exitCode, 0) << entry.path();
+        EXPECT_EQ(r.error, "") << entry.path();
+        fs::path png = dir / "charts" / "chart-001.png";
+        ASSERT_TRUE(fs::exists(png)) << png;
+        EXPECT_GT(fs::file_size(png), 5000u) << png;  // something was drawn
+        EXPECT_NE(slurp(dir / "charts" / "chart-001.svg").find("<text"), std::string::npos);
+    }
+    EXPECT_GE(count, 7);
+}
