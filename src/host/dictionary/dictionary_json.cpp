@@ -54,9 +54,11 @@ private:
         Diagnostic d;
         d.level = level;
         d.file = file_;
-        auto const place = locator_.place(offset);
-        d.line = place.line;
-        d.column = place.column;
+        if (offset != std::string::npos) {
+            auto const place = locator_.place(offset);
+            d.line = place.line;
+            d.column = place.column;
+        }
         d.text = std::move(text);
         messages_.push_back(std::move(d));
     }
@@ -264,6 +266,10 @@ std::optional<Dictionary> Reader::read() {
         auto const colon = what.find("syntax error");
         error(offset, "the dictionary is not valid JSON: " +
                           (colon == std::string::npos ? what : what.substr(colon)));
+        return std::nullopt;
+    } catch (json::exception const& e) {
+        // E.g. a number too large for a double: the library gives no place for it.
+        error(std::string::npos, std::string("the dictionary cannot be read: ") + e.what());
         return std::nullopt;
     }
     if (!root.is_object()) {

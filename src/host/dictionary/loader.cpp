@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <string_view>
 
 #include "host/dictionary/csv_reader.h"
@@ -321,14 +322,28 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary) {
     result.dataset = std::make_shared<Dataset>();
     result.dataset->path = csvPath;
     Builder builder(dictionary, result.messages);
-    CsvTable table = readCsv(
-        csvPath, [&](std::string const& header) { return builder.declare(header); },
-        result.messages);
-    if (!table.ok) {
+    try {
+        CsvTable table = readCsv(
+            csvPath, [&](std::string const& header) { return builder.declare(header); },
+            result.messages);
+        if (!table.ok) {
+            result.dataset->fatal = true;
+            return result;
+        }
+        builder.build(table, *result.dataset);
+    } catch (std::bad_alloc const&) {
+        // Wide declared strings times many rows can ask for more than the machine has.
+        Diagnostic d;
+        d.level = Diagnostic::Error;
+        d.file = csvPath;
+        d.text =
+            "there is not enough memory to hold the data (are string widths declared far "
+            "wider than needed?)";
+        result.messages.push_back(std::move(d));
+        result.dataset = std::make_shared<Dataset>();
+        result.dataset->path = csvPath;
         result.dataset->fatal = true;
-        return result;
     }
-    builder.build(table, *result.dataset);
     return result;
 }
 

@@ -155,6 +155,13 @@ TEST(MalformedDictionary, SyntaxErrorsNameLineAndColumn) {
     EXPECT_TRUE(dict.has_value());
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_NE(messages[0].text.find("width \"8\""), std::string::npos);
+
+    // A number beyond a double is no syntax error to the JSON library, but must not escape.
+    messages.clear();
+    dict = hd::readDictionaryText("{\"weight\": 9e999}", "d.json", messages);
+    EXPECT_FALSE(dict.has_value());
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_NE(messages[0].text.find("cannot be read"), std::string::npos);
 }
 
 TEST(MalformedDictionary, WrongNamesMeasuresFormatsAndMembers) {
