@@ -35,4 +35,10 @@ grep -q 'Unknown token STYLE' "$out/demo/report.html" ||
   { echo "FAIL report shows the demo's mistake"; failures=$((failures + 1)); }
 grep -q 'Description: RFM Scatterplots' "$out/all/output.json" ||
   { echo "FAIL description table in the RFM flavour"; failures=$((failures + 1)); }
+check "describe" 0 "$ggraph" describe --data "$root/tests/data/dictionary/employees.csv" --json
+grep -q '"cases": 6' "$out/stdout" || { echo "FAIL describe --json counts the cases"; failures=$((failures + 1)); }
+check "describe missing file" 1 "$ggraph" describe --data "$out/none.csv"
+printf 'ELEMENT: point(position(x*y))\n' > "$out/bad.gpl"
+check "gpl2xml refuses undeclared variables" 1 "$ggraph" gpl2xml "$out/bad.gpl"
+check "bad chart format" 2 "$ggraph" run "$root/examples/demo.sps" --format gif --out "$out/gif"
 [ "$failures" -eq 0 ]
