@@ -24,7 +24,7 @@ check "unknown option" 2 "$ggraph" run --no-such-option x.sps
 check "missing job" 2 "$ggraph" run "$out/none.sps" --out "$out/none"
 grep -q 'none.sps' "$out/stderr" || { echo "FAIL missing job names the file"; failures=$((failures + 1)); }
 # The demo holds one deliberate mistake.
-check "demo" 1 "$ggraph" run "$root/examples/demo.sps" --out "$out/demo"
+check "demo" 1 "$ggraph" run "$root/examples/demo.sps" --data "$root/examples/data/employees.csv" --out "$out/demo"
 check "all subcommands" 0 "$ggraph" run "$root/examples/all_subcommands.sps" --context DM --out "$out/all"
 for f in demo/report.html demo/output.json all/report.html all/output.json; do
   [ -s "$out/$f" ] || { echo "FAIL $f was not written"; failures=$((failures + 1)); }
