@@ -62,6 +62,7 @@ struct TableDimension::Data {
         int member = -1;  // position in a dichotomy set
     };
     bool computingCounts = false;
+    bool excludeMissing = true;
     bool isString = false;
     bool byMember = false;
     std::uint32_t keyBytes = 8;
@@ -103,7 +104,10 @@ struct TableDimension::Data {
     std::vector<AggregationCategory const*> const& categories() {
         if (!dirty) return sorted;
         sorted.clear();
-        for (Record const& record : records) sorted.push_back(&record.category);
+        for (Record const& record : records) {
+            // A missing value met by an excluded case is known here but is no category.
+            if (!(record.missing && excludeMissing)) sorted.push_back(&record.category);
+        }
         auto const byId = [this](AggregationCategory const* c) -> Record const& { return records[c->id]; };
         if (byMember) {
             std::sort(sorted.begin(), sorted.end(), [&](auto a, auto b) { return byId(a).member < byId(b).member; });
@@ -133,7 +137,10 @@ AggregationVariable::AggregationVariable(int index, std::string const& label)
 AggregationVariable::AggregationVariable(Kind kind, std::vector<int> indices, std::string const& label)
     : kind_(kind), indices_(std::move(indices)), label_(label) {}
 AggregationVariable::~AggregationVariable() = default;
-void AggregationVariable::SetExcludeMissing(bool exclude) { excludeMissing_ = exclude; }
+void AggregationVariable::SetExcludeMissing(bool exclude) {
+    excludeMissing_ = exclude;
+    dimension_.data().excludeMissing = exclude;
+}
 TableDimension* AggregationVariable::GetDimension() { return &dimension_; }
 
 AggregationMCSet::AggregationMCSet(std::vector<int> const& indices, std::string const& label)
