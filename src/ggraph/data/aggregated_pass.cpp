@@ -75,16 +75,22 @@ unsigned int GGraphDataSet::populateAggregatedData(KWEL_InputCaseIterator* itera
         data.caseCount = 0;
     };
 
+    auto warnCaseLimit = [&] {
+        BpNumber limit(static_cast<double>(data.caseLimit), BpHeading::Count);
+        BpString source(data.utf8SourceName, false);
+        ggraph::report(ggraph::kWarning, msg::kCaseLimitReached, {&limit, &source});
+    };
+
     while (true) {
         if (iterator->NextCase() == 0) {
             // Under split processing the last group was written at its group end.
             if (procIterator == nullptr) writeGroup();
             break;
         }
-        if (data.GetCaseLimit(false) <= data.caseCount) {
-            BpNumber limit(static_cast<double>(data.caseLimit), BpHeading::Count);
-            BpString source(data.utf8SourceName, false);
-            ggraph::report(ggraph::kWarning, msg::kCaseLimitReached, {&limit, &source});
+        bool const groupEnd = procIterator != nullptr && procIterator->SplitGroupEnd();
+        // A group-end step is no case beyond the limit: the limit shows at the next real case.
+        if (data.GetCaseLimit(false) <= data.caseCount && !groupEnd) {
+            warnCaseLimit();
             writeGroup();
             break;
         }
@@ -98,9 +104,15 @@ unsigned int GGraphDataSet::populateAggregatedData(KWEL_InputCaseIterator* itera
                 continue;
             }
         }
-        if (procIterator != nullptr && procIterator->SplitGroupEnd()) {
+        if (groupEnd) {
+            bool const full = data.GetCaseLimit(false) <= data.caseCount;
             writeGroup();
             startGroup = true;
+            if (full) {
+                // The limit ends the whole pass, later groups included.
+                if (iterator->NextCase() != 0) warnCaseLimit();
+                break;
+            }
             continue;
         }
         if (data.dataSource == nullptr && data.getKWEL_DataSource() == nullptr) return 0;
