@@ -1,8 +1,16 @@
 #pragma once
-// Aggregation services: the statistic codes, one statistic of a cube, one computed value, and the
-// distribution functions behind error bars.
+// Aggregation services: the statistic codes, one statistic of a cube, one computed value, the
+// cube over break variables with its statistics, and the distribution functions behind error
+// bars.
 
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/dictionary.h"
+
+class KWEL_InputCaseIterator;
 
 class TableEncryptionCodes {
 public:
@@ -41,6 +49,8 @@ public:
         STAT_N_IN = 500,
         STAT_CASEVALUE = 2000,  // raw case values: not aggregated
     };
+    // Where a break variable stands in a table. Every position makes the same cells here.
+    enum DimensionPosition { ROW = 0, COLUMN = 1, LAYER = 2 };
 };
 
 // One statistic of an aggregation cube: its code, the variable it summarises and its parameters
@@ -60,6 +70,9 @@ public:
     // The percentile's cut point, in percent (0 < p < 100).
     void SetPTileCutPoint(double cutPoint);
     double GetPTileCutPoint() const;
+    // The level of the median's confidence interval, in percent (95 unless set).
+    void SetCIMedian(double level);
+    double GetCIMedian() const;
 
 private:
     TableEncryptionCodes::StatisticCodes code_;
@@ -67,6 +80,7 @@ private:
     double lowerLimit_ = 0.0;
     double upperLimit_ = 0.0;
     double cutPoint_ = 0.0;
+    double ciMedian_ = 95.0;
 };
 
 // One computed value of a cell. Most statistics have one value; an interval statistic (the
@@ -76,6 +90,7 @@ public:
     AggregationResult() = default;
     explicit AggregationResult(double value);
     AggregationResult(double value, double value1, double value2);
+    AggregationResult& operator=(double value);
 
     operator double() const;
     double GetValue1() const;
@@ -85,6 +100,169 @@ private:
     double value_ = 0.0;
     double value1_ = 0.0;
     double value2_ = 0.0;
+};
+
+// One category of a break variable. `value` points to the category's cell: a double for a
+// numeric category, blank-padded bytes (`stringLength` of them are the value) for a string one.
+// For a dichotomy set a category stands for one member, whose dictionary index is `memberIndex`.
+// Records live as long as their dimension's categories, until the next ResetAggregator.
+struct AggregationCategory {
+    std::uint32_t stringLength = 0;
+    OBS const* value = nullptr;
+    std::int32_t memberIndex = -1;
+    std::uint32_t id = 0;  // the engine's own number for the category
+};
+
+// The categories of one break variable, as the cases have shown them.
+class TableDimension {
+public:
+    TableDimension();
+    virtual ~TableDimension();
+    TableDimension(TableDimension const&) = delete;
+    TableDimension& operator=(TableDimension const&) = delete;
+
+    // Responses count a value met twice in one case's set members twice when true.
+    void SetComputingCounts(bool counting);
+    bool GetComputingCounts() const;
+    // The categories in ascending order: numbers by value, strings by their bytes, dichotomy
+    // members in the order of the set. Valid until the next case is added.
+    virtual std::vector<AggregationCategory const*> const& GetCategories();
+
+    struct Data;
+    Data& data() { return *d; }
+
+private:
+    std::unique_ptr<Data> d;
+};
+
+// A break variable: one dictionary variable. The subclasses are the multiple-response sets.
+class AggregationVariable {
+public:
+    enum class Kind { Variable, CategorySet, DichotomySet };
+
+    AggregationVariable(int index, std::string const& label);
+    virtual ~AggregationVariable();
+    AggregationVariable(AggregationVariable const&) = delete;
+    AggregationVariable& operator=(AggregationVariable const&) = delete;
+
+    // True keeps cases with a missing value (system or user) out of every cell.
+    virtual void SetExcludeMissing(bool exclude);
+    bool GetExcludeMissing() const { return excludeMissing_; }
+    virtual TableDimension* GetDimension();
+
+    Kind GetKind() const { return kind_; }
+    std::string const& GetLabel() const { return label_; }
+    // The dictionary indices: one for a variable, the members for a set.
+    std::vector<int> const& GetIndices() const { return indices_; }
+
+protected:
+    AggregationVariable(Kind kind, std::vector<int> indices, std::string const& label);
+
+private:
+    Kind kind_;
+    std::vector<int> indices_;
+    std::string label_;
+    bool excludeMissing_ = true;
+    TableDimension dimension_;
+};
+
+// A category set: each case falls into the categories of its members' values.
+class AggregationMCSet : public AggregationVariable {
+public:
+    AggregationMCSet(std::vector<int> const& indices, std::string const& label);
+};
+
+// A dichotomy set: each case falls into the members that hold the counted value.
+class AggregationMDSet : public AggregationVariable {
+public:
+    // `length` is 8 (bytes) for a numeric counted value, the number of 8-byte cells for a string.
+    AggregationMDSet(std::vector<int> const& indices, std::string const& label,
+                     OBS const* countedValue, int length, bool countLabels);
+    // The counted value's cells: one for numeric members, `length` for string ones. The
+    // caller's buffer is read here, once, and must live until then.
+    std::vector<OBS> const& GetCountedValue(bool stringMembers);
+
+private:
+    OBS const* countedSource_;
+    std::vector<OBS> counted_;
+    int countedLength_;
+    bool copied_ = false;
+    bool countLabels_;
+};
+
+// The values of one cell, in the order of the statistics handed to the cube.
+class StatValues {
+public:
+    explicit StatValues(std::vector<AggregationResult> values);
+    // A position out of range gives the system-missing value.
+    AggregationResult GetStatValue(int position) const;
+
+private:
+    std::vector<AggregationResult> values_;
+};
+
+// Reads the cells of a cube back.
+class CubeAggregator {
+public:
+    struct Engine;
+    explicit CubeAggregator(Engine& engine);
+    // The values of the cell with these categories, one per break variable in cube order; null
+    // when no case fell into it. The object stays valid until ResetAggregator.
+    StatValues* GetStatValues(std::vector<AggregationCategory const*> const& cell, int layer);
+
+private:
+    Engine& engine_;
+};
+
+// One cube: break variables and the statistics to compute in each cell of their categories.
+class AggregationCube {
+public:
+    AggregationCube(KWEL_InputCaseIterator& iterator, bool variablewise);
+    ~AggregationCube();
+    AggregationCube(AggregationCube const&) = delete;
+    AggregationCube& operator=(AggregationCube const&) = delete;
+
+    // The caller keeps ownership of the variable, which must outlive the cube.
+    void AddCategoricalVariable(AggregationVariable* variable,
+                                TableEncryptionCodes::DimensionPosition position);
+    CubeAggregator* CreateCubeAggregator();
+    // Statistics of summary variables (each names its variable by SetVarIndex).
+    void AddScaleStatistics(std::vector<AggregationStatistic> const& statistics);
+    // Statistics over the categories alone, with the variable whose responses they count.
+    void AddCategoryStatistics(std::vector<AggregationStatistic> const& statistics,
+                               AggregationVariable* first);
+
+    void AddCase();
+    void Reset();
+    CubeAggregator* Aggregator() const;
+
+private:
+    std::unique_ptr<CubeAggregator::Engine> engine_;
+    std::unique_ptr<CubeAggregator> aggregator_;
+};
+
+// A table of cubes fed from one case iterator. Weights are not applied.
+class AggregationTable {
+public:
+    // `variablewise` false is listwise: a case missing any summary variable is left out of
+    // every statistic. `flag` and `weightIndex` are accepted and not used.
+    AggregationTable(KWEL_InputCaseIterator& iterator, bool flag, bool variablewise,
+                     int weightIndex);
+    ~AggregationTable();
+    AggregationTable(AggregationTable const&) = delete;
+    AggregationTable& operator=(AggregationTable const&) = delete;
+
+    AggregationCube* CreateCube();
+    // Adds the iterator's current case to every cube.
+    void AddNewCase();
+    std::vector<CubeAggregator*> GetCubeAggregators();
+    // Empties the cells and the categories and keeps the definitions.
+    void ResetAggregator();
+
+private:
+    KWEL_InputCaseIterator& iterator_;
+    bool variablewise_;
+    std::vector<std::unique_ptr<AggregationCube>> cubes_;
 };
 
 // Inverse distribution functions. A domain error (no degrees of freedom, a probability outside

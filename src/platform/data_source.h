@@ -71,6 +71,10 @@ public:
     std::int64_t CaseNumber() override;
     OBS const* GetObsPointer(unsigned int index) const override;
     bool SplitGroupEnd() const { return groupEnd_; }
+    // The host's record and the row of the current case in its columns (-1 when there is no
+    // current case), so that the aggregation engine reads cells without a call per variable.
+    std::shared_ptr<KWEL_DataSource::Data const> const& hostData() const { return data_; }
+    std::int64_t CurrentRow() const;
 
 private:
     std::shared_ptr<KWEL_DataSource::Data const> data_;

@@ -22,6 +22,8 @@ void GGraphDataSet::GGraphDataSetData::release() {
     for (GGraphVariableFilter* filter : variableFilters) delete filter;
     for (GGraphStatistic* statistic : statistics) delete statistic;
     for (VariableInfo* info : variableInfos) delete info;
+    for (AggregationVariable* variable : aggregationVariables) delete variable;
+    delete aggregationTable;
     delete inputCaseFile;
     for (SplitInfo& split : splits) delete split.vdp;
 }
@@ -141,6 +143,10 @@ bool GGraphDataSet::IsDataSetAggregated() const {
 }
 
 bool GGraphDataSet::FetchData() const { return IsDataSetAggregated(); }
+
+void GGraphDataSet::ResetAggregator() {
+    if (IsDataSetAggregated() && d->aggregationTable != nullptr) d->aggregationTable->ResetAggregator();
+}
 
 bool GGraphDataSet::isTransposed() const { return d->isVarsToCases(); }
 

@@ -8,12 +8,14 @@
 
 #include "platform/chart_string.h"
 
+struct AggregationCategory;
 class FacSTDictionary;
 class GGraphStatistic;
 class GGraphVariable;
 class GGraphVariableFilter;
 class KWEL_DataSource;
 class KWEL_InputCaseIterator;
+class ProcDSIterator;
 class ProcedureDataSource;
 class VarDataProcessor;
 
@@ -64,6 +66,14 @@ public:
     int getWeightVarIdx() const;
     bool IsDataSetAggregated() const;
     bool FetchData() const;
+    void ResetAggregator();
+
+    // Builds the aggregation cube of an aggregated data set; true when the pass may run.
+    [[nodiscard]] bool PrepareForDataPass(KWEL_InputCaseIterator* iterator, bool flag);
+    // The aggregated pass: reads the cases and writes one row per cell of each split group.
+    // Gives the number of rows written.
+    unsigned int populateAggregatedData(KWEL_InputCaseIterator* iterator);
+    void populateVDP(unsigned int depth, std::vector<AggregationCategory const*>& categories);
 
     bool isTransposed() const;
     void setTranspose(std::string const& summary, std::string const& index, std::string const& low,

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ggraph/data/ggraph_data_set.h"
+#include "platform/aggregation.h"
 #include "platform/chart_string.h"
 #include "platform/data_source.h"
 
@@ -37,6 +38,8 @@ struct GGraphDataSet::GGraphDataSetData {
     bool hasParametricStatistic = false;
     bool hasCategoryStatistic = false;
     bool usesCSV = false;
+    AggregationTable* aggregationTable = nullptr;
+    std::vector<AggregationVariable*> aggregationVariables;
     unsigned int caseCount = 0;
     unsigned int rowCount = 0;
     KWEL_InputCaseIterator* caseIterator = nullptr;
@@ -54,6 +57,14 @@ struct GGraphDataSet::GGraphDataSetData {
     VarDataProcessor* getCurrVDP() const;
     KWEL_DataSource const* getKWEL_DataSource();
     bool UnknownVariable(std::string const& name);
+
+    // The aggregated pass.
+    double calculateSubTotal(std::vector<AggregationCategory const*>& categories, unsigned int lastVariable,
+                             unsigned int statistic, AggregationResult& result, bool sumCategories);
+    void handleErrorBars(std::vector<AggregationCategory const*> categories, unsigned int statistic,
+                         VarDataProcessor& vdp, unsigned int lastVariable, double value);
+    // Split groups: fills the current group's descriptions; false when the group is skipped.
+    bool saveSplitInfo(ProcDSIterator* iterator);
 };
 
 namespace ggraph {

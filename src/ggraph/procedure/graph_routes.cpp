@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "ggraph/data/ggraph_data_observer.h"
 #include "ggraph/model/ggraph_settings.h"
 #include "ggraph/model/graph_spec.h"
 #include "ggraph/procedure/report.h"
@@ -28,12 +29,12 @@ char const* sourceKeyword(GraphSpec::SOURCE source) {
 
 }  // namespace
 
-bool runDataPhase(RouteContext& /*context*/, ProcedureDataSource& /*dataSource*/) {
-    // Graph data sets are not filed by the parser yet, so there is nothing to pass over.
-    return true;
+bool runDataPhase(RouteContext& context, ProcedureDataSource& dataSource) {
+    context.observer = std::make_unique<GGraphDataObserver>(*context.settings, &dataSource);
+    return context.observer->populateData(nullptr);
 }
 
-void endDataPhase(RouteContext& /*context*/) {}
+void endDataPhase(RouteContext& context) { context.observer.reset(); }
 
 RouteResult runRoute(RouteContext& /*context*/, GraphSpec& spec, XViZTemplate& /*styleSheet*/) {
     switch (spec.getSource()) {

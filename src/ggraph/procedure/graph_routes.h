@@ -1,6 +1,10 @@
 #pragma once
 // The data phase and the routes that turn one graph specification into output.
 
+#include <memory>
+
+#include "ggraph/data/ggraph_data_observer.h"
+
 class FacSTDictionary;
 class GGraphSettings;
 class GraphSpec;
@@ -12,6 +16,9 @@ namespace ggraph {
 struct RouteContext {
     GGraphSettings* settings;
     FacSTDictionary* dictionary;
+    // Made by runDataPhase, released by endDataPhase (or with the context on any other way
+    // out); the routes find data sets through it.
+    std::unique_ptr<GGraphDataObserver> observer;
 };
 
 enum class RouteResult { Next, EndWalk };

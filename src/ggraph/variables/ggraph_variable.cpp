@@ -3,9 +3,13 @@
 #include "ggraph/variables/variable_resolver.h"
 #include "platform/chart_string.h"
 #include "platform/dictionary.h"
+#include "platform/var_data_processor.h"
 
 struct GGraphVariable::GGraphVariableData {
     std::unique_ptr<VariableResolver> resolver;
+    std::unique_ptr<VarDataProcessor::_varinfo> vdpVariable;
+    std::unique_ptr<VarDataProcessor::_varinfo> vdpLabelingVariable;
+    VarDataProcessor* vdp = nullptr;
     std::string labelingVariable;
     std::string mrParentName;
     std::string gplLabel;
@@ -130,4 +134,57 @@ void GGraphVariable::setMRParentName(std::string const& name) {
 }
 bool GGraphVariable::isString() const {
     return d->resolver && d->resolver->isString();
+}
+
+bool GGraphVariable::addVDPVariable(VarDataProcessor* vdp, std::string const& sourceName) {
+    if (vdp == nullptr || sourceName.empty())
+        return false;
+    d->vdpVariable = std::make_unique<VarDataProcessor::_varinfo>();
+    d->vdpLabelingVariable.reset();
+    d->vdp = vdp;
+    vdp->AddVariable(sourceName, GetVariableUnicodeName(), d->vdpVariable.get());
+    if (!d->labelingVariable.empty()) {
+        d->vdpLabelingVariable = std::make_unique<VarDataProcessor::_varinfo>();
+        vdp->AddVariable(sourceName, d->labelingVariable, d->vdpLabelingVariable.get());
+    }
+    return true;
+}
+
+bool GGraphVariable::setNumericValue(double value, unsigned int row) {
+    if (d->vdp == nullptr || !d->vdpVariable)
+        return false;
+    d->vdp->SetVariableValue(d->vdpVariable.get(), row, value);
+    KWEL_Variable const* variable = d->resolver ? d->resolver->getKWELVariable() : nullptr;
+    if (d->vdpLabelingVariable && variable != nullptr) {
+        KWEL_ValueLabelMap labels = variable->GetValueLabels();
+        labels.Reset();
+        if (char const* label = labels.GetLabel(value))
+            d->vdp->SetStringVariableValue(d->vdpLabelingVariable.get(), row, utf8FromLocal(label));
+        else
+            d->vdp->SetVariableValue(d->vdpLabelingVariable.get(), row, value);
+    }
+    return true;
+}
+
+bool GGraphVariable::setStringValue(std::string const& text, unsigned int row) {
+    if (d->vdp == nullptr || !d->vdpVariable)
+        return false;
+    d->vdp->SetStringVariableValue(d->vdpVariable.get(), row, text);
+    KWEL_Variable const* variable = d->resolver ? d->resolver->getKWELVariable() : nullptr;
+    if (d->vdpLabelingVariable && variable != nullptr) {
+        KWEL_ValueLabelMap labels = variable->GetValueLabels();
+        labels.Reset();
+        if (char const* label = labels.GetLabel(text)) {
+            // A label's "\n" becomes a line break here only, not on the numeric path: intended.
+            ChartString converted = XUtility::ChartStringFromLocalCodePage(label);
+            ChartString from, to;
+            from.assignUTF8("\\n");
+            to.assignUTF8("\n");
+            converted.replaceSubstring(from, to);
+            d->vdp->SetStringVariableValue(d->vdpLabelingVariable.get(), row, converted.toUTF8());
+        } else {
+            d->vdp->SetStringVariableValue(d->vdpLabelingVariable.get(), row, text);
+        }
+    }
+    return true;
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+class VarDataProcessor;
 class VariableResolver;
 
 class GGraphVariable {
@@ -54,6 +55,13 @@ public:
     std::string const& getMRParentName() const;
     void setMRParentName(std::string const& name);
     bool isString() const;
+
+    // Adds this variable (and its labeling companion) as columns of `sourceName`; the values
+    // below then go to those columns. False without a processor or a source name.
+    bool addVDPVariable(VarDataProcessor* vdp, std::string const& sourceName);
+    // Both false before addVDPVariable. The companion gets the value's label, or the value.
+    bool setNumericValue(double value, unsigned int row);
+    bool setStringValue(std::string const& text, unsigned int row);
 
     struct GGraphVariableData;
 

@@ -32,10 +32,23 @@ void AggregationStatistic::SetPTileCutPoint(double cutPoint) {
 double AggregationStatistic::GetPTileCutPoint() const {
     return cutPoint_;
 }
+void AggregationStatistic::SetCIMedian(double level) {
+    ciMedian_ = level;
+}
+double AggregationStatistic::GetCIMedian() const {
+    return ciMedian_;
+}
 
 AggregationResult::AggregationResult(double value) : value_(value) {}
 AggregationResult::AggregationResult(double value, double value1, double value2)
     : value_(value), value1_(value1), value2_(value2) {}
+
+AggregationResult& AggregationResult::operator=(double value) {
+    value_ = value;
+    value1_ = 0.0;
+    value2_ = 0.0;
+    return *this;
+}
 
 AggregationResult::operator double() const {
     return value_;

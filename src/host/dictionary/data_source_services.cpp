@@ -87,6 +87,12 @@ std::int64_t ProcDSIterator::CaseNumber() {
     return (order.empty() ? position_ : order[static_cast<std::size_t>(position_)]) + 1;
 }
 
+std::int64_t ProcDSIterator::CurrentRow() const {
+    if (position_ < 0) return -1;
+    auto const& order = groups_->order;
+    return order.empty() ? position_ : order[static_cast<std::size_t>(position_)];
+}
+
 OBS const* ProcDSIterator::GetObsPointer(unsigned int index) const {
     if (position_ < 0 || index >= data_->variables.size())
         return nullptr;

@@ -1,0 +1,786 @@
+// The aggregation cube: categories of the break variables as the cases show them, one cell per
+// combination met, running sums per summary variable, and stored values only where an order
+// statistic needs them. Cells are found through a dense grid over the category numbers while
+// it stays small, and through a hash map beyond that.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "host/aggregation/cell_statistics.h"
+#include "host/dictionary/dataset.h"
+#include "platform/aggregation.h"
+#include "platform/data_source.h"
+
+namespace {
+
+using Codes = TableEncryptionCodes;
+
+struct StringHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+};
+
+// What the engine knows of one dictionary variable.
+struct Column {
+    OBS const* cells = nullptr;  // the host's column, when the iterator is the host's own
+    int cellsPerValue = 1;
+    int width = 0;  // 0 numeric
+    KWEL_Variable const* variable = nullptr;
+    KWEL_Variable::Data const* record = nullptr;
+};
+
+bool numberIsMissing(KWEL_Variable::Data const* record, double value) {
+    if (value == KWEL_Globals::sysmis()) return true;
+    if (record == nullptr) return false;
+    for (double missing : record->missingNumbers) {
+        if (value == missing) return true;
+    }
+    return record->hasMissingRange && value >= record->missingLow && value <= record->missingHigh;
+}
+
+std::uint64_t numberKey(double value) {
+    if (value == 0.0) value = 0.0;  // -0 and +0 are one category
+    return std::bit_cast<std::uint64_t>(value);
+}
+
+constexpr int kSmallIntegers = 4096;
+
+}  // namespace
+
+// ---- TableDimension
+
+struct TableDimension::Data {
+    struct Record {
+        AggregationCategory category;
+        std::vector<OBS> cells;
+        bool missing = false;
+        int member = -1;  // position in a dichotomy set
+    };
+    bool computingCounts = false;
+    bool excludeMissing = true;
+    bool isString = false;
+    bool byMember = false;
+    std::uint32_t keyBytes = 8;
+    std::deque<Record> records;
+    std::vector<AggregationCategory const*> sorted;
+    bool dirty = true;
+    // Look-ups from a value to its category number.
+    std::vector<std::int32_t> smallIntegers;  // number + 1 for integers 0..kSmallIntegers-1
+    std::unordered_map<std::uint64_t, std::uint32_t> numbers;
+    std::unordered_map<std::string, std::uint32_t, StringHash, std::equal_to<>> texts;
+    std::vector<std::int32_t> members;  // dichotomy member position -> number + 1
+
+    void clear() {
+        records.clear();
+        sorted.clear();
+        dirty = true;
+        smallIntegers.assign(kSmallIntegers, 0);
+        numbers.clear();
+        texts.clear();
+        std::fill(members.begin(), members.end(), 0);
+    }
+
+    std::uint32_t add(OBS const* cell, std::uint32_t bytes, bool missing, int member, int memberIndex) {
+        Record& record = records.emplace_back();
+        std::size_t const count = std::max<std::size_t>(1, (bytes + 7) / 8);
+        record.cells.assign(count, 0.0);
+        if (cell != nullptr) std::memcpy(record.cells.data(), cell, isString ? bytes : sizeof(OBS));
+        if (!isString && !byMember && record.cells[0] == 0.0) record.cells[0] = 0.0;
+        record.missing = missing;
+        record.member = member;
+        record.category.stringLength = isString ? bytes : 8;
+        record.category.value = record.cells.data();
+        record.category.memberIndex = memberIndex;
+        record.category.id = static_cast<std::uint32_t>(records.size() - 1);
+        dirty = true;
+        return record.category.id;
+    }
+
+    std::vector<AggregationCategory const*> const& categories() {
+        if (!dirty) return sorted;
+        sorted.clear();
+        for (Record const& record : records) {
+            // A missing value met by an excluded case is known here but is no category.
+            if (!(record.missing && excludeMissing)) sorted.push_back(&record.category);
+        }
+        auto const byId = [this](AggregationCategory const* c) -> Record const& { return records[c->id]; };
+        if (byMember) {
+            std::sort(sorted.begin(), sorted.end(), [&](auto a, auto b) { return byId(a).member < byId(b).member; });
+        } else if (isString) {
+            std::uint32_t const bytes = keyBytes;
+            std::sort(sorted.begin(), sorted.end(), [bytes](auto a, auto b) {
+                return std::memcmp(a->value, b->value, bytes) < 0;
+            });
+        } else {
+            std::sort(sorted.begin(), sorted.end(), [](auto a, auto b) { return *a->value < *b->value; });
+        }
+        dirty = false;
+        return sorted;
+    }
+};
+
+TableDimension::TableDimension() : d(std::make_unique<Data>()) { d->clear(); }
+TableDimension::~TableDimension() = default;
+void TableDimension::SetComputingCounts(bool counting) { d->computingCounts = counting; }
+bool TableDimension::GetComputingCounts() const { return d->computingCounts; }
+std::vector<AggregationCategory const*> const& TableDimension::GetCategories() { return d->categories(); }
+
+// ---- Break variables
+
+AggregationVariable::AggregationVariable(int index, std::string const& label)
+    : AggregationVariable(Kind::Variable, std::vector<int>{index}, label) {}
+AggregationVariable::AggregationVariable(Kind kind, std::vector<int> indices, std::string const& label)
+    : kind_(kind), indices_(std::move(indices)), label_(label) {}
+AggregationVariable::~AggregationVariable() = default;
+void AggregationVariable::SetExcludeMissing(bool exclude) {
+    excludeMissing_ = exclude;
+    dimension_.data().excludeMissing = exclude;
+}
+TableDimension* AggregationVariable::GetDimension() { return &dimension_; }
+
+AggregationMCSet::AggregationMCSet(std::vector<int> const& indices, std::string const& label)
+    : AggregationVariable(Kind::CategorySet, indices, label) {}
+
+AggregationMDSet::AggregationMDSet(std::vector<int> const& indices, std::string const& label,
+                                   OBS const* countedValue, int length, bool countLabels)
+    : AggregationVariable(Kind::DichotomySet, indices, label),
+      countedSource_(countedValue),
+      countedLength_(length),
+      countLabels_(countLabels) {}
+
+std::vector<OBS> const& AggregationMDSet::GetCountedValue(bool stringMembers) {
+    // A number comes as 8 bytes, a string as `length` cells: only the members tell which.
+    if (!copied_) {
+        copied_ = true;
+        if (countedSource_ != nullptr && countedLength_ > 0) {
+            std::size_t const cells = stringMembers ? static_cast<std::size_t>(countedLength_) : 1;
+            counted_.assign(countedSource_, countedSource_ + cells);
+        }
+    }
+    return counted_;
+}
+
+// ---- StatValues
+
+StatValues::StatValues(std::vector<AggregationResult> values) : values_(std::move(values)) {}
+
+AggregationResult StatValues::GetStatValue(int position) const {
+    if (position < 0 || static_cast<std::size_t>(position) >= values_.size())
+        return AggregationResult(KWEL_Globals::sysmis());
+    return values_[static_cast<std::size_t>(position)];
+}
+
+// ---- The engine of one cube
+
+struct CubeAggregator::Engine {
+    struct Slot {
+        int variable = -1;
+        bool keepValues = false;
+    };
+    struct LimitRule {
+        int slot;
+        Codes::StatisticCodes code;
+        double lower;
+        double upper;
+    };
+    struct Pick {
+        std::uint32_t id;
+        std::uint32_t weight;  // responses this case gives the category
+    };
+    struct Cell {
+        double cases = 0.0;
+        double responses = 0.0;
+        std::unique_ptr<StatValues> values;
+    };
+    struct Sums {
+        double n = 0.0;
+        double shift = 0.0;  // the first value, so that the squares keep their precision
+        double shifted = 0.0;
+        double squares = 0.0;
+        double sum = 0.0;
+        double min = 0.0;
+        double max = 0.0;
+    };
+    // Per dichotomy member: the counted value as that member's cells.
+    struct Member {
+        int index;
+        std::vector<OBS> expected;
+    };
+    struct Dimension {
+        AggregationVariable* variable;
+        TableDimension::Data* data;
+        std::vector<Member> members;  // dichotomy sets
+        std::vector<char> scratch;    // a category-set value padded to the key width
+    };
+
+    Engine(KWEL_InputCaseIterator& it, bool byVariable)
+        : iterator(it), hostIterator(dynamic_cast<ProcDSIterator*>(&it)), variablewise(byVariable) {}
+
+    KWEL_InputCaseIterator& iterator;
+    ProcDSIterator* hostIterator;
+    bool variablewise;
+    bool bound = false;
+    std::vector<Dimension> dimensions;
+    std::vector<AggregationStatistic> statistics;
+    std::vector<Column> columns;
+    std::vector<Slot> slots;
+    std::vector<int> statisticSlot;
+    std::vector<int> statisticLimit;
+    std::vector<LimitRule> limits;
+
+    std::vector<double> caseValues;
+    std::vector<char> caseValid;
+    std::vector<std::vector<Pick>> picks;
+    std::vector<std::uint32_t> caseIds;
+    std::vector<std::size_t> odometer;
+
+    std::vector<std::uint32_t> cellIds;  // cells x dimensions
+    std::vector<Cell> cells;
+    std::vector<Sums> sums;                  // cells x slots
+    std::vector<std::vector<double>> stored;  // cells x slots, where values are kept
+    std::vector<double> limitCounts;          // cells x limits
+    double totalResponses = 0.0;
+
+    std::vector<int> bits;     // per dimension: the grid holds 2^bits categories
+    std::vector<std::uint32_t> grid;  // cell + 1, 0 for none
+    bool hashed = false;
+    std::unordered_map<std::string, std::uint32_t, StringHash, std::equal_to<>> cellMap;
+    std::string key;
+
+    static constexpr int kGridBits = 22;
+
+    void bind();
+    void reset();
+    void addCase();
+    OBS const* cellOf(int index, std::int64_t row) const {
+        if (index < 0) return nullptr;
+        if (static_cast<std::size_t>(index) < columns.size() && columns[static_cast<std::size_t>(index)].cells) {
+            Column const& column = columns[static_cast<std::size_t>(index)];
+            return column.cells + row * column.cellsPerValue;
+        }
+        return iterator.GetObsPointer(static_cast<unsigned>(index));
+    }
+    Column const* column(int index) const {
+        return index >= 0 && static_cast<std::size_t>(index) < columns.size() ? &columns[static_cast<std::size_t>(index)]
+                                                                              : nullptr;
+    }
+    bool pick(Dimension& dimension, std::vector<Pick>& out, std::int64_t row);
+    std::uint32_t numberCategory(TableDimension::Data& data, double value, KWEL_Variable::Data const* record);
+    std::uint32_t textCategory(TableDimension::Data& data, char const* bytes, std::uint32_t width,
+                               Column const* column);
+    std::uint32_t findOrCreateCell(std::uint32_t const* ids);
+    long findCell(std::uint32_t const* ids);
+    void regrid();
+    void accumulate(std::uint32_t cell, double responses);
+    StatValues* values(std::uint32_t cell);
+    AggregationResult compute(std::size_t statistic, std::uint32_t cell);
+};
+
+void CubeAggregator::Engine::bind() {
+    bound = true;
+    if (hostIterator != nullptr && hostIterator->hostData()) {
+        auto const& data = *hostIterator->hostData();
+        columns.resize(data.variables.size());
+        for (std::size_t i = 0; i < data.variables.size(); ++i) {
+            Column& column = columns[i];
+            column.variable = data.variables[i].get();
+            column.record = &column.variable->hostData();
+            column.width = column.record->width;
+            column.cellsPerValue = host::dictionary::cellsPerValue(*column.record);
+            column.cells = data.columns[i].data();
+        }
+    }
+    // Summary variables: one slot each, keeping values only for the order statistics.
+    statisticSlot.assign(statistics.size(), -1);
+    statisticLimit.assign(statistics.size(), -1);
+    for (std::size_t i = 0; i < statistics.size(); ++i) {
+        AggregationStatistic const& statistic = statistics[i];
+        int const variable = statistic.GetVarIndex();
+        if (variable < 0) continue;
+        Column const* info = column(variable);
+        if (info != nullptr && info->width != 0) continue;  // no statistic of a string's values
+        auto found = std::find_if(slots.begin(), slots.end(), [&](Slot const& s) { return s.variable == variable; });
+        if (found == slots.end()) found = slots.insert(slots.end(), Slot{variable, false});
+        int const slot = static_cast<int>(found - slots.begin());
+        statisticSlot[i] = slot;
+        switch (statistic.GetSummaryStatistic()) {
+            case Codes::STAT_MEDIAN:
+            case Codes::STAT_GMEDIAN:
+            case Codes::STAT_MODE:
+            case Codes::STAT_PTILE:
+            case Codes::STAT_GPTILE:
+            case Codes::STAT_MEDIAN_CI:
+                found->keepValues = true;
+                break;
+            case Codes::STAT_PCT_LT: case Codes::STAT_N_LT: case Codes::STAT_PCT_LE: case Codes::STAT_N_LE:
+            case Codes::STAT_PCT_GT: case Codes::STAT_N_GT: case Codes::STAT_PCT_GE: case Codes::STAT_N_GE:
+            case Codes::STAT_PCT_EQ: case Codes::STAT_N_EQ: case Codes::STAT_PCT_IN: case Codes::STAT_N_IN:
+                statisticLimit[i] = static_cast<int>(limits.size());
+                limits.push_back({slot, statistic.GetSummaryStatistic(), statistic.GetLowerLimit(),
+                                  statistic.GetUpperLimit()});
+                break;
+            default:
+                break;
+        }
+    }
+    caseValues.assign(slots.size(), 0.0);
+    caseValid.assign(slots.size(), 0);
+    picks.assign(dimensions.size(), {});
+    caseIds.assign(dimensions.size(), 0);
+    odometer.assign(dimensions.size(), 0);
+    bits.assign(dimensions.size(), 4);
+    for (Dimension& dimension : dimensions) {
+        AggregationVariable& variable = *dimension.variable;
+        TableDimension::Data& data = *dimension.data;
+        std::vector<int> const& indices = variable.GetIndices();
+        int widest = 0;
+        for (int index : indices) {
+            if (Column const* info = column(index)) widest = std::max(widest, info->width);
+        }
+        data.isString = widest > 0 && variable.GetKind() != AggregationVariable::Kind::DichotomySet;
+        data.byMember = variable.GetKind() == AggregationVariable::Kind::DichotomySet;
+        data.keyBytes = static_cast<std::uint32_t>(ObsCellsForWidth(widest) * kObsBytes);
+        dimension.scratch.assign(data.keyBytes, ' ');
+        if (data.byMember) {
+            auto& set = static_cast<AggregationMDSet&>(variable);
+            std::vector<OBS> const& counted = set.GetCountedValue(widest > 0);
+            data.members.assign(indices.size(), 0);
+            for (int index : indices) {
+                Member member{index, {}};
+                Column const* info = column(index);
+                int const width = info != nullptr ? info->width : 0;
+                member.expected.assign(static_cast<std::size_t>(ObsCellsForWidth(width)), 0.0);
+                if (width == 0) {
+                    member.expected[0] = counted.empty() ? KWEL_Globals::sysmis() : counted[0];
+                } else {
+                    auto* bytes = reinterpret_cast<char*>(member.expected.data());
+                    std::memset(bytes, ' ', member.expected.size() * kObsBytes);
+                    std::memcpy(bytes, counted.data(),
+                                std::min(member.expected.size(), counted.size()) * kObsBytes);
+                }
+                dimension.members.push_back(std::move(member));
+            }
+        }
+    }
+    reset();
+}
+
+void CubeAggregator::Engine::reset() {
+    for (Dimension& dimension : dimensions) dimension.data->clear();
+    cellIds.clear();
+    cells.clear();
+    sums.clear();
+    stored.clear();
+    limitCounts.clear();
+    totalResponses = 0.0;
+    std::fill(bits.begin(), bits.end(), 4);
+    hashed = false;
+    cellMap.clear();
+    regrid();
+}
+
+std::uint32_t CubeAggregator::Engine::numberCategory(TableDimension::Data& data, double value,
+                                                     KWEL_Variable::Data const* record) {
+    if (value >= 0.0 && value < kSmallIntegers && value == static_cast<double>(static_cast<int>(value))) {
+        std::int32_t& slot = data.smallIntegers[static_cast<std::size_t>(value)];
+        if (slot == 0) slot = static_cast<std::int32_t>(data.add(&value, 8, numberIsMissing(record, value), -1, -1)) + 1;
+        return static_cast<std::uint32_t>(slot - 1);
+    }
+    auto [it, added] = data.numbers.try_emplace(numberKey(value), 0u);
+    if (added) it->second = data.add(&value, 8, numberIsMissing(record, value), -1, -1);
+    return it->second;
+}
+
+std::uint32_t CubeAggregator::Engine::textCategory(TableDimension::Data& data, char const* bytes,
+                                                   std::uint32_t width, Column const* info) {
+    std::string_view const text(bytes, data.keyBytes);
+    auto it = data.texts.find(text);
+    if (it != data.texts.end()) return it->second;
+    bool const missing = info != nullptr && info->variable != nullptr &&
+                         info->variable->IsMissing(reinterpret_cast<OBS const*>(bytes)) == 1;
+    std::uint32_t const id = data.add(reinterpret_cast<OBS const*>(bytes), data.keyBytes, missing, -1, -1);
+    data.records[id].category.stringLength = width;
+    data.texts.emplace(std::string(text), id);
+    return id;
+}
+
+bool CubeAggregator::Engine::pick(Dimension& dimension, std::vector<Pick>& out, std::int64_t row) {
+    out.clear();
+    AggregationVariable& variable = *dimension.variable;
+    TableDimension::Data& data = *dimension.data;
+    bool const exclude = variable.GetExcludeMissing();
+    std::vector<int> const& indices = variable.GetIndices();
+    switch (variable.GetKind()) {
+        case AggregationVariable::Kind::Variable: {
+            OBS const* cell = cellOf(indices[0], row);
+            if (cell == nullptr) return false;
+            Column const* info = column(indices[0]);
+            std::uint32_t id;
+            if (data.isString) {
+                id = textCategory(data, reinterpret_cast<char const*>(cell), static_cast<std::uint32_t>(info->width), info);
+            } else {
+                id = numberCategory(data, *cell, info != nullptr ? info->record : nullptr);
+            }
+            if (exclude && data.records[id].missing) return false;
+            out.push_back({id, 1});
+            return true;
+        }
+        case AggregationVariable::Kind::CategorySet: {
+            for (int index : indices) {
+                OBS const* cell = cellOf(index, row);
+                if (cell == nullptr) continue;
+                Column const* info = column(index);
+                std::uint32_t id;
+                if (data.isString) {
+                    int const width = info != nullptr ? info->width : 0;
+                    if (exclude && info != nullptr && info->variable->IsMissing(cell) == 1) continue;
+                    std::memset(dimension.scratch.data(), ' ', dimension.scratch.size());
+                    std::memcpy(dimension.scratch.data(), cell, static_cast<std::size_t>(width));
+                    id = textCategory(data, dimension.scratch.data(), data.keyBytes, info);
+                } else {
+                    if (exclude && numberIsMissing(info != nullptr ? info->record : nullptr, *cell)) continue;
+                    id = numberCategory(data, *cell, info != nullptr ? info->record : nullptr);
+                }
+                auto same = std::find_if(out.begin(), out.end(), [id](Pick const& p) { return p.id == id; });
+                if (same == out.end()) out.push_back({id, 1});
+                else if (data.computingCounts) ++same->weight;  // duplicates count only when asked
+            }
+            return !out.empty();
+        }
+        case AggregationVariable::Kind::DichotomySet: {
+            for (std::size_t position = 0; position < dimension.members.size(); ++position) {
+                Member const& member = dimension.members[position];
+                OBS const* cell = cellOf(member.index, row);
+                if (cell == nullptr) continue;
+                if (std::memcmp(cell, member.expected.data(), member.expected.size() * kObsBytes) != 0) continue;
+                std::int32_t& slot = data.members[position];
+                if (slot == 0) {
+                    slot = static_cast<std::int32_t>(data.add(member.expected.data(), 8, false,
+                                                              static_cast<int>(position), member.index)) + 1;
+                }
+                out.push_back({static_cast<std::uint32_t>(slot - 1), 1});
+            }
+            return !out.empty();
+        }
+    }
+    return false;
+}
+
+void CubeAggregator::Engine::regrid() {
+    int total = 0;
+    for (int b : bits) total += b;
+    if (hashed || total > kGridBits) {
+        hashed = true;
+        grid.clear();
+        cellMap.clear();
+        std::size_t const n = dimensions.size();
+        for (std::uint32_t cell = 0; cell < cells.size(); ++cell) {
+            cellMap.emplace(std::string(reinterpret_cast<char const*>(cellIds.data() + cell * n), n * 4), cell);
+        }
+        return;
+    }
+    grid.assign(std::size_t{1} << total, 0);
+    std::size_t const n = dimensions.size();
+    for (std::uint32_t cell = 0; cell < cells.size(); ++cell) {
+        std::size_t index = 0;
+        for (std::size_t d = 0; d < n; ++d) index = (index << bits[d]) | cellIds[cell * n + d];
+        grid[index] = cell + 1;
+    }
+}
+
+long CubeAggregator::Engine::findCell(std::uint32_t const* ids) {
+    std::size_t const n = dimensions.size();
+    if (hashed) {
+        key.assign(reinterpret_cast<char const*>(ids), n * 4);
+        auto it = cellMap.find(key);
+        return it == cellMap.end() ? -1 : static_cast<long>(it->second);
+    }
+    std::size_t index = 0;
+    for (std::size_t d = 0; d < n; ++d) {
+        if (ids[d] >= (1u << bits[d])) return -1;
+        index = (index << bits[d]) | ids[d];
+    }
+    return static_cast<long>(grid[index]) - 1;
+}
+
+std::uint32_t CubeAggregator::Engine::findOrCreateCell(std::uint32_t const* ids) {
+    std::size_t const n = dimensions.size();
+    if (!hashed) {
+        bool grown = false;
+        for (std::size_t d = 0; d < n; ++d) {
+            while (ids[d] >= (1u << bits[d])) {
+                ++bits[d];
+                grown = true;
+            }
+        }
+        if (grown) regrid();
+    }
+    long const found = findCell(ids);
+    if (found >= 0) return static_cast<std::uint32_t>(found);
+    auto const cell = static_cast<std::uint32_t>(cells.size());
+    cellIds.insert(cellIds.end(), ids, ids + n);
+    cells.emplace_back();
+    sums.resize(sums.size() + slots.size());
+    stored.resize(stored.size() + slots.size());
+    limitCounts.resize(limitCounts.size() + limits.size(), 0.0);
+    if (hashed) {
+        cellMap.emplace(std::string(reinterpret_cast<char const*>(ids), n * 4), cell);
+    } else {
+        std::size_t index = 0;
+        for (std::size_t d = 0; d < n; ++d) index = (index << bits[d]) | ids[d];
+        grid[index] = cell + 1;
+    }
+    return cell;
+}
+
+void CubeAggregator::Engine::accumulate(std::uint32_t cellIndex, double responses) {
+    Cell& cell = cells[cellIndex];
+    cell.cases += 1.0;
+    cell.responses += responses;
+    totalResponses += responses;
+    if (cell.values) cell.values.reset();
+    std::size_t const nSlots = slots.size();
+    Sums* sum = sums.data() + cellIndex * nSlots;
+    for (std::size_t s = 0; s < nSlots; ++s) {
+        if (!caseValid[s]) continue;
+        double const x = caseValues[s];
+        Sums& acc = sum[s];
+        if (acc.n == 0.0) {
+            acc.shift = x;
+            acc.min = x;
+            acc.max = x;
+        } else {
+            acc.min = x < acc.min ? x : acc.min;
+            acc.max = x > acc.max ? x : acc.max;
+        }
+        acc.n += 1.0;
+        double const dx = x - acc.shift;
+        acc.shifted += dx;
+        acc.squares += dx * dx;
+        acc.sum += x;
+        if (slots[s].keepValues) stored[cellIndex * nSlots + s].push_back(x);
+    }
+    double* counts = limitCounts.data() + cellIndex * limits.size();
+    for (std::size_t l = 0; l < limits.size(); ++l) {
+        LimitRule const& rule = limits[l];
+        if (!caseValid[static_cast<std::size_t>(rule.slot)]) continue;
+        double const x = caseValues[static_cast<std::size_t>(rule.slot)];
+        bool hit = false;
+        switch (rule.code) {
+            case Codes::STAT_PCT_LT: case Codes::STAT_N_LT: hit = x < rule.upper; break;
+            case Codes::STAT_PCT_LE: case Codes::STAT_N_LE: hit = x <= rule.lower; break;
+            case Codes::STAT_PCT_GT: case Codes::STAT_N_GT: hit = x > rule.lower; break;
+            case Codes::STAT_PCT_GE: case Codes::STAT_N_GE: hit = x >= rule.lower; break;
+            case Codes::STAT_PCT_EQ: case Codes::STAT_N_EQ: hit = x == rule.lower; break;
+            case Codes::STAT_PCT_IN: case Codes::STAT_N_IN: hit = x >= rule.lower && x <= rule.upper; break;
+            default: break;
+        }
+        if (hit) counts[l] += 1.0;
+    }
+}
+
+void CubeAggregator::Engine::addCase() {
+    if (!bound) bind();
+    std::int64_t row = 0;
+    if (hostIterator != nullptr) {
+        row = hostIterator->CurrentRow();
+        if (row < 0) return;
+    }
+    bool anyMissing = false;
+    for (std::size_t s = 0; s < slots.size(); ++s) {
+        OBS const* cell = cellOf(slots[s].variable, row);
+        Column const* info = column(slots[s].variable);
+        bool const valid = cell != nullptr && !numberIsMissing(info != nullptr ? info->record : nullptr, *cell);
+        caseValid[s] = valid;
+        caseValues[s] = valid ? *cell : 0.0;
+        anyMissing |= !valid;
+    }
+    if (anyMissing && !variablewise) return;  // listwise: out of every statistic
+
+    std::size_t const n = dimensions.size();
+    bool single = true;
+    for (std::size_t d = 0; d < n; ++d) {
+        if (!pick(dimensions[d], picks[d], row)) return;
+        single &= picks[d].size() == 1;
+    }
+    if (single) {
+        double responses = 1.0;
+        for (std::size_t d = 0; d < n; ++d) {
+            caseIds[d] = picks[d][0].id;
+            responses *= picks[d][0].weight;
+        }
+        accumulate(findOrCreateCell(caseIds.data()), responses);
+        return;
+    }
+    // A set puts the case into several categories: every combination is a cell of the case.
+    std::fill(odometer.begin(), odometer.end(), 0);
+    while (true) {
+        double responses = 1.0;
+        for (std::size_t d = 0; d < n; ++d) {
+            Pick const& p = picks[d][odometer[d]];
+            caseIds[d] = p.id;
+            responses *= p.weight;
+        }
+        accumulate(findOrCreateCell(caseIds.data()), responses);
+        std::size_t d = n;
+        while (d > 0) {
+            --d;
+            if (++odometer[d] < picks[d].size()) break;
+            odometer[d] = 0;
+            if (d == 0) return;
+        }
+        if (n == 0) return;
+    }
+}
+
+AggregationResult CubeAggregator::Engine::compute(std::size_t statisticIndex, std::uint32_t cellIndex) {
+    AggregationStatistic const& statistic = statistics[statisticIndex];
+    Cell const& cell = cells[cellIndex];
+    double const missing = KWEL_Globals::sysmis();
+    int const slot = statisticSlot[statisticIndex];
+    auto const code = statistic.GetSummaryStatistic();
+    switch (code) {
+        case Codes::STAT_COUNT:
+            // A count bound to a summary variable counts the cases valid on it.
+            return AggregationResult(slot >= 0 ? sums[cellIndex * slots.size() + static_cast<std::size_t>(slot)].n
+                                               : cell.cases);
+        case Codes::STAT_RESPONSES:
+            return AggregationResult(cell.responses);
+        case Codes::STAT_PCTRESPONSES:
+            return AggregationResult(totalResponses > 0.0 ? 100.0 * cell.responses / totalResponses : missing);
+        default:
+            break;
+    }
+    if (slot < 0) return AggregationResult(missing);
+    std::size_t const at = cellIndex * slots.size() + static_cast<std::size_t>(slot);
+    Sums const& acc = sums[at];
+    double const n = acc.n;
+    double variance = missing;
+    if (n > 1.0) variance = std::max(0.0, (acc.squares - acc.shifted * acc.shifted / n) / (n - 1.0));
+    std::vector<double>& values = stored[at];
+    if (slots[static_cast<std::size_t>(slot)].keepValues && !std::is_sorted(values.begin(), values.end()))
+        std::sort(values.begin(), values.end());
+    int const limit = statisticLimit[statisticIndex];
+    switch (code) {
+        case Codes::STAT_VALIDN: return AggregationResult(n);
+        case Codes::STAT_SUM: return AggregationResult(n > 0.0 ? acc.sum : missing);
+        case Codes::STAT_MEAN: return AggregationResult(n > 0.0 ? acc.shift + acc.shifted / n : missing);
+        case Codes::STAT_MINIMUM: return AggregationResult(n > 0.0 ? acc.min : missing);
+        case Codes::STAT_MAXIMUM: return AggregationResult(n > 0.0 ? acc.max : missing);
+        case Codes::STAT_VARIANCE: return AggregationResult(variance);
+        case Codes::STAT_STDDEV: return AggregationResult(n > 1.0 ? std::sqrt(variance) : missing);
+        case Codes::STAT_SEMEAN: return AggregationResult(n > 1.0 ? std::sqrt(variance / n) : missing);
+        case Codes::STAT_MODE: return AggregationResult(host::aggregation::mode(values));
+        case Codes::STAT_MEDIAN: return AggregationResult(host::aggregation::percentile(values, 0.5));
+        case Codes::STAT_PTILE:
+            return AggregationResult(host::aggregation::percentile(values, statistic.GetPTileCutPoint() / 100.0));
+        case Codes::STAT_GMEDIAN: return AggregationResult(host::aggregation::groupedPercentile(values, 0.5));
+        case Codes::STAT_GPTILE:
+            return AggregationResult(
+                host::aggregation::groupedPercentile(values, statistic.GetPTileCutPoint() / 100.0));
+        case Codes::STAT_MEDIAN_CI: {
+            auto const [low, high] = host::aggregation::medianInterval(values, statistic.GetCIMedian());
+            return AggregationResult(host::aggregation::percentile(values, 0.5), low, high);
+        }
+        case Codes::STAT_N_LT: case Codes::STAT_N_LE: case Codes::STAT_N_GT:
+        case Codes::STAT_N_GE: case Codes::STAT_N_EQ: case Codes::STAT_N_IN:
+            return AggregationResult(limitCounts[cellIndex * limits.size() + static_cast<std::size_t>(limit)]);
+        case Codes::STAT_PCT_LT: case Codes::STAT_PCT_LE: case Codes::STAT_PCT_GT:
+        case Codes::STAT_PCT_GE: case Codes::STAT_PCT_EQ: case Codes::STAT_PCT_IN:
+            if (n == 0.0) return AggregationResult(missing);
+            return AggregationResult(100.0 * limitCounts[cellIndex * limits.size() + static_cast<std::size_t>(limit)] / n);
+        default:
+            return AggregationResult(missing);
+    }
+}
+
+StatValues* CubeAggregator::Engine::values(std::uint32_t cellIndex) {
+    Cell& cell = cells[cellIndex];
+    if (!cell.values) {
+        std::vector<AggregationResult> results;
+        results.reserve(statistics.size());
+        for (std::size_t i = 0; i < statistics.size(); ++i) results.push_back(compute(i, cellIndex));
+        cell.values = std::make_unique<StatValues>(std::move(results));
+    }
+    return cell.values.get();
+}
+
+// ---- CubeAggregator, AggregationCube, AggregationTable
+
+CubeAggregator::CubeAggregator(Engine& engine) : engine_(engine) {}
+
+StatValues* CubeAggregator::GetStatValues(std::vector<AggregationCategory const*> const& cell, int) {
+    if (!engine_.bound) engine_.bind();
+    std::size_t const n = engine_.dimensions.size();
+    if (cell.size() != n) return nullptr;
+    std::vector<std::uint32_t> ids(n);
+    for (std::size_t d = 0; d < n; ++d) {
+        if (cell[d] == nullptr || cell[d]->id >= engine_.dimensions[d].data->records.size()) return nullptr;
+        ids[d] = cell[d]->id;
+    }
+    long const found = engine_.findCell(ids.data());
+    return found < 0 ? nullptr : engine_.values(static_cast<std::uint32_t>(found));
+}
+
+AggregationCube::AggregationCube(KWEL_InputCaseIterator& iterator, bool variablewise)
+    : engine_(std::make_unique<CubeAggregator::Engine>(iterator, variablewise)) {}
+AggregationCube::~AggregationCube() = default;
+
+void AggregationCube::AddCategoricalVariable(AggregationVariable* variable, Codes::DimensionPosition) {
+    if (variable == nullptr) return;
+    engine_->dimensions.push_back({variable, &variable->GetDimension()->data(), {}, {}});
+}
+
+CubeAggregator* AggregationCube::CreateCubeAggregator() {
+    if (!aggregator_) aggregator_ = std::make_unique<CubeAggregator>(*engine_);
+    return aggregator_.get();
+}
+
+void AggregationCube::AddScaleStatistics(std::vector<AggregationStatistic> const& statistics) {
+    engine_->statistics.insert(engine_->statistics.end(), statistics.begin(), statistics.end());
+}
+
+void AggregationCube::AddCategoryStatistics(std::vector<AggregationStatistic> const& statistics,
+                                            AggregationVariable*) {
+    // Responses are counted over every break variable's categories, so the first one needs no
+    // role of its own.
+    engine_->statistics.insert(engine_->statistics.end(), statistics.begin(), statistics.end());
+}
+
+void AggregationCube::AddCase() { engine_->addCase(); }
+
+void AggregationCube::Reset() {
+    if (engine_->bound) engine_->reset();
+}
+
+CubeAggregator* AggregationCube::Aggregator() const { return aggregator_.get(); }
+
+AggregationTable::AggregationTable(KWEL_InputCaseIterator& iterator, bool, bool variablewise, int)
+    : iterator_(iterator), variablewise_(variablewise) {}
+AggregationTable::~AggregationTable() = default;
+
+AggregationCube* AggregationTable::CreateCube() {
+    cubes_.push_back(std::make_unique<AggregationCube>(iterator_, variablewise_));
+    return cubes_.back().get();
+}
+
+void AggregationTable::AddNewCase() {
+    for (auto& cube : cubes_) cube->AddCase();
+}
+
+std::vector<CubeAggregator*> AggregationTable::GetCubeAggregators() {
+    std::vector<CubeAggregator*> aggregators;
+    for (auto& cube : cubes_) {
+        if (CubeAggregator* aggregator = cube->Aggregator()) aggregators.push_back(aggregator);
+    }
+    return aggregators;
+}
+
+void AggregationTable::ResetAggregator() {
+    for (auto& cube : cubes_) cube->Reset();
+}

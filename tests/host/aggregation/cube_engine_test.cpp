@@ -1,0 +1,228 @@
+// The aggregation cube: categories, cells, missing values and every statistic code.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+
+#include "host/aggregation/cell_statistics.h"
+#include "platform/aggregation.h"
+#include "platform/data_source.h"
+#include "support/case_builder.h"
+
+namespace {
+
+using Codes = TableEncryptionCodes;
+double const kSys = KWEL_Globals::sysmis();
+
+AggregationStatistic stat(Codes::StatisticCodes code, int variable, double lower = 0.0, double upper = 0.0) {
+    AggregationStatistic s(code);
+    s.SetVarIndex(variable);
+    s.SetLowerLimit(lower);
+    s.SetUpperLimit(upper);
+    return s;
+}
+
+// Runs every case of `data` into a one-cube table.
+struct Cube {
+    Cube(test::CaseBuilder& builder, std::vector<AggregationVariable*> breaks, std::vector<AggregationStatistic> stats,
+         bool variablewise = false, bool category = false)
+        : source(builder.data()), iterator(source.CreateInputCaseIterator(0)), table(*iterator, false, variablewise, -1),
+          variables(breaks) {
+        AggregationCube* cube = table.CreateCube();
+        for (AggregationVariable* v : breaks) cube->AddCategoricalVariable(v, Codes::ROW);
+        cube->CreateCubeAggregator();
+        if (category) cube->AddCategoryStatistics(stats, breaks.front());
+        else cube->AddScaleStatistics(stats);
+        auto* proc = static_cast<ProcDSIterator*>(iterator.get());
+        while (iterator->NextCase()) {
+            if (!proc->SplitGroupEnd()) table.AddNewCase();
+        }
+    }
+    std::vector<AggregationCategory const*> const& categories(std::size_t d) {
+        return variables[d]->GetDimension()->GetCategories();
+    }
+    StatValues* cell(std::vector<AggregationCategory const*> const& categories) {
+        return table.GetCubeAggregators().front()->GetStatValues(categories, -1);
+    }
+    KWEL_DataSource source;
+    std::unique_ptr<KWEL_InputCaseIterator> iterator;
+    AggregationTable table;
+    std::vector<AggregationVariable*> variables;
+};
+
+}  // namespace
+
+TEST(CellStatistics, OrderStatisticsFollowTheirDefinitions) {
+    using namespace host::aggregation;
+    std::vector<double> const a{2, 4, 4, 5, 7, 9, 10};
+    // Python's statistics.quantiles(a, n=4 or 10, method='exclusive') is the (n+1)p rule:
+    // [4.0, 5.0, 9.0] and 3.2 / 9.4 at 20% / 80%. At 10% and 90% it extrapolates (1.6, 10.2); the
+    // rule here clamps to the extremes.
+    EXPECT_DOUBLE_EQ(percentile(a, 0.25), 4.0);
+    EXPECT_DOUBLE_EQ(percentile(a, 0.5), 5.0);
+    EXPECT_DOUBLE_EQ(percentile(a, 0.75), 9.0);
+    EXPECT_DOUBLE_EQ(percentile(a, 0.2), 3.2);
+    EXPECT_DOUBLE_EQ(percentile(a, 0.8), 9.4);
+    EXPECT_DOUBLE_EQ(percentile(a, 0.1), 2.0);
+    EXPECT_DOUBLE_EQ(percentile(a, 0.9), 10.0);
+    EXPECT_EQ(percentile(std::vector<double>{}, 0.5), KWEL_Globals::sysmis());
+
+    // By hand: distinct values 2,4,5,7,9,10; pN = 3.5 falls in the class of 5, bounds 4.5 and 6,
+    // with C = 3 and f = 1: 4.5 + 0.5 * 1.5 = 5.25.
+    EXPECT_DOUBLE_EQ(groupedPercentile(a, 0.5), 5.25);
+    // Equal spacing: Python's statistics.median_grouped([1,2,2,3,3,3,4], 1) = 2.6666666666666665.
+    EXPECT_NEAR(groupedPercentile(std::vector<double>{1, 2, 2, 3, 3, 3, 4}, 0.5), 2.6666666666666665, 1e-12);
+    // The first class mirrors its upper half: class of 2 is [1, 3]; pN = 0.7 gives 1 + 0.7 * 2.
+    EXPECT_DOUBLE_EQ(groupedPercentile(a, 0.1), 2.4);
+    EXPECT_DOUBLE_EQ(groupedPercentile(std::vector<double>{6, 6}, 0.5), 6.0);
+
+    EXPECT_DOUBLE_EQ(mode(a), 4.0);
+    EXPECT_DOUBLE_EQ(mode(std::vector<double>{1, 1, 3, 3, 8}), 1.0);  // a tie takes the smallest
+
+    // k from the binomial CDF by hand (Python, math.comb): the largest k with
+    // sum_{i<k} C(n,i)/2^n <= 0.025: n=7 gives 1, n=20 gives 6, n=5 gives none.
+    EXPECT_EQ(medianIntervalRank(7, 95.0), 1);
+    EXPECT_EQ(medianIntervalRank(20, 95.0), 6);
+    EXPECT_EQ(medianIntervalRank(5, 95.0), 0);
+    auto const [low, high] = medianInterval(a, 95.0);
+    EXPECT_EQ(low, 2.0);
+    EXPECT_EQ(high, 10.0);
+    auto const tooFew = medianInterval(std::vector<double>{1, 3, 3, 3, 8}, 95.0);
+    EXPECT_TRUE(std::isinf(tooFew.first) && tooFew.first < 0);
+    EXPECT_TRUE(std::isinf(tooFew.second) && tooFew.second > 0);
+}
+
+TEST(CubeEngine, EveryScaleStatisticPerCellInAscendingCategoryOrder) {
+    // g = 2 holds a = {2,4,4,5,7,9,10}; g = 1 holds b = {1,3,3,3,8} and one system-missing x.
+    test::CaseBuilder data(13);
+    int g = data.numeric("g", {2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 2, 1});
+    int x = data.numeric("x", {2, 1, 4, 3, 4, 3, 5, 3, 7, 8, 9, 10, kSys});
+    std::vector<AggregationStatistic> stats{
+        stat(Codes::STAT_COUNT, -1), stat(Codes::STAT_VALIDN, x), stat(Codes::STAT_SUM, x),
+        stat(Codes::STAT_MEAN, x), stat(Codes::STAT_MINIMUM, x), stat(Codes::STAT_MAXIMUM, x),
+        stat(Codes::STAT_VARIANCE, x), stat(Codes::STAT_STDDEV, x), stat(Codes::STAT_SEMEAN, x),
+        stat(Codes::STAT_MODE, x), stat(Codes::STAT_MEDIAN, x), stat(Codes::STAT_PTILE, x),
+        stat(Codes::STAT_GMEDIAN, x), stat(Codes::STAT_N_GT, x, 4), stat(Codes::STAT_PCT_GT, x, 4),
+        stat(Codes::STAT_N_LT, x, 0, 4), stat(Codes::STAT_PCT_LE, x, 4), stat(Codes::STAT_N_IN, x, 3, 5),
+        stat(Codes::STAT_PCT_EQ, x, 3), stat(Codes::STAT_N_GE, x, 9), stat(Codes::STAT_PCT_IN, x, 1, 3),
+        stat(Codes::STAT_MEDIAN_CI, x)};
+    stats[11].SetPTileCutPoint(25.0);
+    AggregationVariable byG(g, "g");
+    Cube cube(data, {&byG}, stats, /*variablewise=*/true);
+
+    auto const& categories = cube.categories(0);
+    ASSERT_EQ(categories.size(), 2u);
+    EXPECT_EQ(*categories[0]->value, 1.0);
+    EXPECT_EQ(*categories[1]->value, 2.0);
+
+    // Expected values from Python's statistics module (mean, variance, stdev, mode, median,
+    // quantiles(method='exclusive')), the limit counts by hand.
+    StatValues* a = cube.cell({categories[1]});
+    ASSERT_NE(a, nullptr);
+    std::vector<double> const expectA{7, 7, 41, 5.857142857142857, 2, 10, 8.476190476190476, 2.9113897843110044,
+                                      1.1004019055515564, 4, 5, 4, 5.25, 4, 400.0 / 7, 1, 300.0 / 7, 3, 0, 2,
+                                      100.0 / 7, 5};
+    for (std::size_t i = 0; i < expectA.size(); ++i)
+        EXPECT_NEAR(a->GetStatValue(static_cast<int>(i)), expectA[i], 1e-9) << "statistic " << i;
+    EXPECT_EQ(a->GetStatValue(21).GetValue1(), 2.0);
+    EXPECT_EQ(a->GetStatValue(21).GetValue2(), 10.0);
+
+    // Variablewise: the missing x stays in the count (6 cases) and out of x's statistics.
+    StatValues* b = cube.cell({categories[0]});
+    ASSERT_NE(b, nullptr);
+    EXPECT_EQ(b->GetStatValue(0), 6.0);
+    EXPECT_EQ(b->GetStatValue(1), 5.0);
+    EXPECT_NEAR(b->GetStatValue(3), 3.6, 1e-12);
+    EXPECT_NEAR(b->GetStatValue(6), 6.8, 1e-12);
+    EXPECT_EQ(b->GetStatValue(9), 3.0);
+    EXPECT_NEAR(b->GetStatValue(12), 3.75, 1e-12);  // by hand: 2 + (2.5 - 1) / 3 * 3.5
+    EXPECT_EQ(b->GetStatValue(99), kSys);           // out of range
+}
+
+TEST(CubeEngine, ListwiseDropsTheWholeCaseAndMissingBreakValuesFollowTheFlag) {
+    test::CaseBuilder data(6);
+    int g = data.numeric("g", {1, 1, 9, kSys, 1, 2});
+    int x = data.numeric("x", {1, kSys, 5, 5, 3, 4});
+    int y = data.numeric("y", {1, 1, 1, 1, kSys, 1});
+    data.variable(g).missingNumbers = {9};  // user-missing 9
+    std::vector<AggregationStatistic> stats{stat(Codes::STAT_COUNT, -1), stat(Codes::STAT_MEAN, x),
+                                            stat(Codes::STAT_SUM, y)};
+    {
+        AggregationVariable byG(g, "g");
+        Cube cube(data, {&byG}, stats);
+        auto const& categories = cube.categories(0);
+        ASSERT_EQ(categories.size(), 2u);  // 9 and system-missing are left out
+        StatValues* one = cube.cell({categories[0]});
+        EXPECT_EQ(one->GetStatValue(0), 1.0);  // only the first case has both x and y
+        EXPECT_EQ(one->GetStatValue(1), 1.0);
+    }
+    {
+        AggregationVariable byG(g, "g");
+        byG.SetExcludeMissing(false);
+        Cube cube(data, {&byG}, stats, /*variablewise=*/true);
+        auto const& categories = cube.categories(0);
+        ASSERT_EQ(categories.size(), 4u);
+        EXPECT_EQ(*categories[0]->value, kSys);  // the lowest double sorts first
+        EXPECT_EQ(*categories[3]->value, 9.0);
+        StatValues* one = cube.cell({categories[1]});
+        EXPECT_EQ(one->GetStatValue(0), 3.0);
+        EXPECT_EQ(one->GetStatValue(1), 2.0);  // mean of 1 and 3
+        EXPECT_EQ(one->GetStatValue(2), 2.0);  // sum of y over the two valid
+    }
+}
+
+TEST(CubeEngine, StringsSortByBytesAndTwoBreakVariablesMakeOnlyTheCellsMet) {
+    test::CaseBuilder data(5);
+    int s = data.text("s", 10, {"beta", "Alpha", "beta", "alpha", "Alpha"});
+    int g = data.numeric("g", {1, 1, 2, 1, 1});
+    AggregationVariable byS(s, "s"), byG(g, "g");
+    Cube cube(data, {&byS, &byG}, {stat(Codes::STAT_COUNT, -1)}, false, true);
+    auto const& texts = cube.categories(0);
+    ASSERT_EQ(texts.size(), 3u);
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(texts[0]->value), 5), "Alpha");  // 'A' < 'a'
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(texts[2]->value), 4), "beta");
+    EXPECT_EQ(texts[0]->stringLength, 10u);
+    auto const& numbers = cube.categories(1);
+    EXPECT_EQ(cube.cell({texts[0], numbers[0]})->GetStatValue(0), 2.0);
+    EXPECT_EQ(cube.cell({texts[0], numbers[1]}), nullptr);  // never met
+    EXPECT_EQ(cube.cell({texts[2], numbers[1]})->GetStatValue(0), 1.0);
+    EXPECT_EQ(cube.cell({texts[0]}), nullptr);  // a tuple of the wrong length
+
+    cube.table.ResetAggregator();
+    EXPECT_TRUE(cube.categories(0).empty());
+}
+
+TEST(CubeEngine, SetsCountCasesAndResponsesWithAndWithoutDuplicates) {
+    // Category set of q1, q2: case 1 says 1,1; case 2 says 1,2; case 3 says 2,missing.
+    test::CaseBuilder data(3);
+    int q1 = data.numeric("q1", {1, 1, 2});
+    int q2 = data.numeric("q2", {1, 2, kSys});
+    int d1 = data.numeric("d1", {1, 0, 1});
+    int d2 = data.numeric("d2", {1, 1, 0});
+    std::vector<AggregationStatistic> stats{stat(Codes::STAT_COUNT, -1), stat(Codes::STAT_RESPONSES, -1),
+                                            stat(Codes::STAT_PCTRESPONSES, -1)};
+    for (bool duplicates : {false, true}) {
+        AggregationMCSet set({q1, q2}, "$q");
+        set.GetDimension()->SetComputingCounts(duplicates);
+        Cube cube(data, {&set}, stats, false, true);
+        auto const& categories = cube.categories(0);
+        ASSERT_EQ(categories.size(), 2u);
+        StatValues* one = cube.cell({categories[0]});
+        StatValues* two = cube.cell({categories[1]});
+        EXPECT_EQ(one->GetStatValue(0), 2.0);
+        EXPECT_EQ(two->GetStatValue(0), 2.0);
+        // Responses by hand: value 1 is given 3 times (twice by case 1), value 2 twice.
+        EXPECT_EQ(one->GetStatValue(1), duplicates ? 3.0 : 2.0);
+        EXPECT_NEAR(one->GetStatValue(2), duplicates ? 60.0 : 50.0, 1e-12);
+        EXPECT_NEAR(two->GetStatValue(2), duplicates ? 40.0 : 50.0, 1e-12);
+    }
+    OBS const counted = 1.0;
+    AggregationMDSet dichotomy({d1, d2}, "$d", &counted, 8, false);
+    Cube cube(data, {&dichotomy}, stats, false, true);
+    auto const& members = cube.categories(0);
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(members[0]->memberIndex, d1);
+    EXPECT_EQ(members[1]->memberIndex, d2);
+    EXPECT_EQ(cube.cell({members[0]})->GetStatValue(0), 2.0);
+    EXPECT_EQ(cube.cell({members[1]})->GetStatValue(0), 2.0);
+}
