@@ -3,6 +3,7 @@
 #include <string>
 
 #include "ggraph/model/ggraph_settings.h"
+#include "ggraph/procedure/chart_document_route.h"
 #include "ggraph/model/graph_spec.h"
 #include "ggraph/procedure/report.h"
 
@@ -35,9 +36,10 @@ bool runDataPhase(RouteContext& /*context*/, ProcedureDataSource& /*dataSource*/
 
 void endDataPhase(RouteContext& /*context*/) {}
 
-RouteResult runRoute(RouteContext& /*context*/, GraphSpec& spec, XViZTemplate& /*styleSheet*/) {
+RouteResult runRoute(RouteContext& context, GraphSpec& spec, XViZTemplate& styleSheet) {
     switch (spec.getSource()) {
         case GraphSpec::SOURCE_INLINE:
+            return completeAndSend(context, spec, makeInlineDocument(context, spec, styleSheet));
         case GraphSpec::SOURCE_GPLFILE:
         case GraphSpec::SOURCE_VIZMLFILE:
         case GraphSpec::SOURCE_VIZJSONFILE:

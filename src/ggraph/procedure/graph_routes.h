@@ -2,7 +2,9 @@
 // The data phase and the routes that turn one graph specification into output.
 
 class FacSTDictionary;
+class GGraphDataObserver;
 class GGraphSettings;
+class RelabelString;
 class GraphSpec;
 class ProcedureDataSource;
 class XViZTemplate;
@@ -12,6 +14,9 @@ namespace ggraph {
 struct RouteContext {
     GGraphSettings* settings;
     FacSTDictionary* dictionary;
+    RelabelString* relabel = nullptr;
+    // Null when the command has no data sets.
+    GGraphDataObserver* observer = nullptr;
 };
 
 enum class RouteResult { Next, EndWalk };
