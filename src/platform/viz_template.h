@@ -15,6 +15,10 @@ public:
 
     void setstyleSheetName(std::string const& name, LOCATION location);
     void setStyleSheetOrelDirectory(std::string const& directory);
+    // Converts the style sheet for a chart document: `name` and `contents` are filled on
+    // success. This host's chart engine applies no style sheets, so there is nothing to convert
+    // and the result is false.
+    bool convert(std::string& name, std::string& contents);
     std::string const& styleSheetName() const { return styleSheetName_; }
     LOCATION styleSheetLocation() const { return styleSheetLocation_; }
     std::string const& styleSheetDirectory() const { return styleSheetDirectory_; }

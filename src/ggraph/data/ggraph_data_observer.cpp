@@ -21,7 +21,7 @@ GGraphDataObserver::GGraphDataObserver(GGraphSettings& settings, ProcedureDataSo
 
 GGraphDataObserver::~GGraphDataObserver() = default;
 
-bool GGraphDataObserver::populateData(RelabelString* /*relabel*/) {
+bool GGraphDataObserver::populateData(RelabelString& /*relabel*/) {
     bool hasData = false;
     for (GGraphDataSet* dataSet : d->settings->GetAggregatedDataSets()) {
         // A CSV-fed data set, or one whose handle is unknown, has no source to read here.

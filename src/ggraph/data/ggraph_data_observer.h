@@ -20,7 +20,7 @@ public:
     // Runs every aggregated data set's pass, then looks at the unaggregated ones; true when at
     // least one data set has data. `relabel` collects case-value texts for the case-level pass
     // and may be null while that pass is not built.
-    bool populateData(RelabelString* relabel);
+    bool populateData(RelabelString& relabel);
     std::vector<GGraphDataSet*> getDataSets() const;
     // Matches the data set's name byte for byte; null when none has it.
     GGraphDataSet* getDataSet(std::string const& name) const;

@@ -9,6 +9,7 @@
 #include "ggraph/procedure/graph_routes.h"
 #include "ggraph/procedure/report.h"
 #include "ggraph/syntax/ggraph_parser.h"
+#include "ggraph/variables/relabel_string.h"
 #include "platform/data_source.h"
 #include "platform/entries.h"
 #include "platform/host_procedure.h"
@@ -40,8 +41,9 @@ RunEnd runGuarded(BpProcedure& procedure) {
     if (!parser.Parse() || !parser.CompleteAndValidateSyntax() || dataSource.FatalError())
         return RunEnd::Normal;
     GGraphSettings* settings = parser.GetSettings();
+    RelabelString relabel;
 
-    ggraph::RouteContext context{settings, dictionary};
+    ggraph::RouteContext context{settings, dictionary, &relabel};
     if (settings->GetDataSetCount() >= 1) {
         if (!ggraph::runDataPhase(context, dataSource)) {
             // This end alone skips the graphs, the description table and the last debug line.

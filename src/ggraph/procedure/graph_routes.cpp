@@ -4,6 +4,7 @@
 
 #include "ggraph/data/ggraph_data_observer.h"
 #include "ggraph/model/ggraph_settings.h"
+#include "ggraph/procedure/chart_document_route.h"
 #include "ggraph/model/graph_spec.h"
 #include "ggraph/procedure/report.h"
 
@@ -31,14 +32,15 @@ char const* sourceKeyword(GraphSpec::SOURCE source) {
 
 bool runDataPhase(RouteContext& context, ProcedureDataSource& dataSource) {
     context.observer = std::make_unique<GGraphDataObserver>(*context.settings, &dataSource);
-    return context.observer->populateData(nullptr);
+    return context.observer->populateData(*context.relabel);
 }
 
 void endDataPhase(RouteContext& context) { context.observer.reset(); }
 
-RouteResult runRoute(RouteContext& /*context*/, GraphSpec& spec, XViZTemplate& /*styleSheet*/) {
+RouteResult runRoute(RouteContext& context, GraphSpec& spec, XViZTemplate& styleSheet) {
     switch (spec.getSource()) {
         case GraphSpec::SOURCE_INLINE:
+            return completeAndSend(context, spec, makeInlineDocument(context, spec, styleSheet));
         case GraphSpec::SOURCE_GPLFILE:
         case GraphSpec::SOURCE_VIZMLFILE:
         case GraphSpec::SOURCE_VIZJSONFILE:

@@ -7,6 +7,7 @@
 
 class FacSTDictionary;
 class GGraphSettings;
+class RelabelString;
 class GraphSpec;
 class ProcedureDataSource;
 class XViZTemplate;
@@ -16,8 +17,9 @@ namespace ggraph {
 struct RouteContext {
     GGraphSettings* settings;
     FacSTDictionary* dictionary;
+    RelabelString* relabel = nullptr;
     // Made by runDataPhase, released by endDataPhase (or with the context on any other way
-    // out); the routes find data sets through it.
+    // out); null when the command has no data sets. The routes find data sets through it.
     std::unique_ptr<GGraphDataObserver> observer;
 };
 

@@ -11,3 +11,9 @@ void XViZTemplate::setstyleSheetName(std::string const& name, LOCATION location)
 void XViZTemplate::setStyleSheetOrelDirectory(std::string const& directory) {
     styleSheetDirectory_ = directory;
 }
+
+bool XViZTemplate::convert(std::string& name, std::string& contents) {
+    name.clear();
+    contents.clear();
+    return false;
+}

@@ -1,4 +1,5 @@
 #include "platform/chart.h"
+#include "platform/output.h"
 
 #include <stdexcept>
 
@@ -231,6 +232,10 @@ void XGraph::tweakExpressionVars() {
 XDocument::XDocument(std::string const& gpl, bool, bool)
     : m_(new host::chart::ChartModel), graph_(m_) {
     host::chart::buildFromGpl(*m_, gpl);
+    // A GPL error is a warning: the chart is not made, and the job goes on.
+    if (!m_->ok)
+        BpError(BpString("The chart was not made: " + m_->error, false), BP_SHOW_OUTPUT,
+                BP_LEVEL_WARNING);
 }
 
 XDocument::XDocument(std::string const& xml) : m_(new host::chart::ChartModel), graph_(m_) {

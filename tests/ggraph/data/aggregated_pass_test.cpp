@@ -2,6 +2,8 @@
 // phase run by the observer, and the rows of each split group read back.
 #include <gtest/gtest.h>
 
+#include "ggraph/variables/relabel_string.h"
+
 #include <cmath>
 #include <map>
 #include <memory>
@@ -54,8 +56,9 @@ struct Pass {
         EXPECT_TRUE(parsed->validated) << variables;
         host::output::ScopedDocument scope(document);
         observer = std::make_unique<GGraphDataObserver>(parsed->settings(), &source);
-        hasData = observer->populateData(nullptr);
+        hasData = observer->populateData(relabel);
     }
+    RelabelString relabel;
     std::vector<VarDataProcessor*> groups() {
         std::vector<VarDataProcessor*> all;
         GGraphDataSet* set = observer->getDataSet("g");
