@@ -1,0 +1,179 @@
+// Whole jobs over a CSV with its dictionary: the chart items of output.json, as a reader of the
+// charts needs them.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "host/dictionary/loader.h"
+#include "host/dictionary/registry.h"
+#include "host/output/writers.h"
+#include "host/runner/job_runner.h"
+
+namespace {
+
+using nlohmann::json;
+
+class ChartJobs : public ::testing::Test {
+protected:
+    void SetUp() override {
+        auto loaded = host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/e2e/data/staff.csv");
+        ASSERT_TRUE(loaded.ok());
+        host::dictionary::setActiveDataset(loaded.dataset);
+    }
+    void TearDown() override { host::dictionary::resetDatasets(); }
+
+    // Runs tests/e2e/NAME.sps and keeps its output.json form.
+    void run(std::string const& name) {
+        std::ifstream file(std::string(GGRAPH_SOURCE_DIR "/tests/e2e/") + name + ".sps");
+        std::stringstream text;
+        text << file.rdbuf();
+        host::output::Document document;
+        host::runner::runJobText(text.str(), document, {});
+        output_ = json::parse(host::output::toJson(document).dump());
+        charts_.clear();
+        messages_.clear();
+        collect(output_["items"]);
+    }
+    void collect(json const& items) {
+        for (auto const& item : items) {
+            if (item["kind"] == "chart") charts_.push_back(item);
+            if (item["kind"] == "message") messages_.push_back(item);
+            if (item.contains("items")) collect(item["items"]);
+        }
+    }
+    static json const& variable(json const& chart, std::string const& name) {
+        for (auto const& v : chart["variables"]) {
+            if (v["name"] == name) return v;
+        }
+        // Every field a test reads, empty, so that a missing variable fails its checks cleanly.
+        static json const none = {{"label", ""}, {"shortLabel", ""}, {"creator", -1},
+                                  {"categorical", nullptr}, {"relabels", json::array()},
+                                  {"statistic", {{"code", -1}, {"a", 0}, {"b", 0}, {"c", 0}}},
+                                  {"format", {{"prefix", ""}, {"suffix", ""}}}};
+        ADD_FAILURE() << "no chart variable " << name;
+        return none;
+    }
+    static std::string relabel(json const& v, std::string const& value) {
+        for (auto const& r : v["relabels"]) {
+            if (r["value"] == value) return r["label"];
+        }
+        return "";
+    }
+    std::vector<std::string> messageTexts(int level) const {
+        std::vector<std::string> out;
+        for (auto const& m : messages_) {
+            if (m["level"] == level) out.push_back(m["text"]);
+        }
+        return out;
+    }
+
+    json output_;
+    std::vector<json> charts_;
+    std::vector<json> messages_;
+};
+
+}  // namespace
+
+TEST_F(ChartJobs, AggregatedChartIsLabelledFromTheDictionary) {
+    run("labels");
+    ASSERT_EQ(charts_.size(), 1u);
+    json const& chart = charts_[0];
+    EXPECT_EQ(chart["description"], "Graph");
+    EXPECT_EQ(chart["send"], json::array({true, false, false}));
+
+    json const& dept = variable(chart, "dept");
+    EXPECT_EQ(dept["label"], "Department");
+    EXPECT_EQ(dept["shortLabel"], "dept");
+    EXPECT_EQ(dept["creator"], 0);
+    EXPECT_EQ(relabel(dept, "2"), "Research");
+
+    json const& mean = variable(chart, "mean");
+    EXPECT_EQ(mean["label"], "Mean Annual salary");
+    EXPECT_EQ(mean["statistic"]["code"], 2);
+    EXPECT_EQ(mean["format"]["prefix"], "$");
+
+    json const& low = variable(chart, "lo");
+    EXPECT_EQ(low["creator"], 2);
+    EXPECT_EQ(low["statistic"]["code"], 8);
+    EXPECT_EQ(low["label"], "Mean Annual salary Std. Deviation (0.9) Low");
+    EXPECT_EQ(variable(chart, "hi")["statistic"]["code"], 9);
+
+    json const& pin = variable(chart, "PIN_salary_40000_50000");
+    EXPECT_EQ(pin["statistic"]["code"], 18);
+    EXPECT_EQ(pin["statistic"]["b"], 40000.0);
+    EXPECT_EQ(pin["statistic"]["c"], 50000.0);
+    EXPECT_EQ(pin["format"]["suffix"], "%");
+    EXPECT_EQ(variable(chart, "COUNT")["label"], "Count");
+
+    // The dichotomy set's categories are relabelled by its members' labels.
+    json const& langs = variable(chart, "$langs");
+    EXPECT_EQ(langs["categorical"], true);
+    EXPECT_EQ(relabel(langs, "speaks_fr"), "Speaks French");
+
+    // The rows hold the counts per department: Sales 4, Research 3, Board 3.
+    json const& rows = chart["data"]["pay"]["rows"];
+    ASSERT_FALSE(rows.empty());
+}
+
+TEST_F(ChartJobs, TemplatesFitLinesAndTheNoDefaultTemplatesPath) {
+    run("templates");
+    ASSERT_EQ(charts_.size(), 2u);
+    json const& with = charts_[0];
+    EXPECT_EQ(with["description"], "With templates");
+    EXPECT_EQ(with["editable"], false);
+    EXPECT_EQ(with["templates"], json::array({"a.sgt", "b.sgt"}));
+    EXPECT_EQ(with["defaultTemplates"]["owner"], "GGRAPH");
+    ASSERT_EQ(with["inlineTemplates"].size(), 3u);
+    EXPECT_EQ(with["inlineTemplates"][0], "<addFitLine rsquared=\"true\" target=\"pair\" type=\"linear\"/>");
+    EXPECT_EQ(with["inlineTemplates"][1], "<addFitLine rsquared=\"true\" target=\"subgroup\" type=\"linear\"/>");
+    EXPECT_EQ(with["inlineTemplates"][2], "<mine/>");
+
+    json const& without = charts_[1];
+    EXPECT_EQ(without["defaultTemplates"]["off"], true);
+    EXPECT_TRUE(without["templates"].empty());
+    // No statistic is completed, ordinary variables are left as they are.
+    EXPECT_EQ(variable(without, "MEAN_salary")["label"], "");
+    EXPECT_TRUE(variable(without, "dept")["relabels"].empty());
+}
+
+TEST_F(ChartJobs, SplitGroupsGiveOneChartEachAndAMissingDataSetIsAnError) {
+    run("split");
+    // north then south; the second specification on the same split data set gets no chart.
+    ASSERT_EQ(charts_.size(), 2u);
+    EXPECT_EQ(charts_[0]["description"], "Staff ; region = north");
+    EXPECT_EQ(charts_[0]["subtitle"], "Region: north");
+    EXPECT_EQ(charts_[0]["send"], json::array({true, false, false}));
+    EXPECT_EQ(charts_[1]["description"], "Staff ; region = south");
+    EXPECT_EQ(charts_[1]["send"], json::array({true, true, false}));
+    EXPECT_EQ(messageTexts(3), std::vector<std::string>{
+                                   "A graph specification refers to graph data set other, but graph "
+                                   "data set other does not exist."});
+}
+
+TEST_F(ChartJobs, TwoDataSetsMergeIntoOneChartAndAChartWithoutDataSetsIsRefused) {
+    run("merged");
+    ASSERT_EQ(charts_.size(), 1u);
+    json const& data = charts_[0]["data"];
+    EXPECT_TRUE(data.contains("a"));
+    EXPECT_TRUE(data.contains("b"));
+    EXPECT_EQ(variable(charts_[0], "MEAN_hours")["label"], "Mean Weekly hours");
+    EXPECT_EQ(messageTexts(3), std::vector<std::string>{
+                                   "A graph specification refers to graph data set nowhere, but graph "
+                                   "data set nowhere does not exist."});
+}
+
+TEST_F(ChartJobs, TransposedChartNamesItsStatisticsAndVariables) {
+    run("transposed");
+    ASSERT_EQ(charts_.size(), 1u);
+    json const& chart = charts_[0];
+    EXPECT_EQ(variable(chart, "value")["label"], "Mean");
+    json const& which = variable(chart, "which");
+    EXPECT_EQ(which["label"], "Variables");
+    EXPECT_EQ(relabel(which, "0"), "Annual salary");
+    EXPECT_EQ(relabel(which, "1"), "Weekly hours");
+    EXPECT_EQ(variable(chart, "lo")["creator"], 0);
+    EXPECT_EQ(chart["data"]["t"]["rows"].size(), 2u);
+}
