@@ -14,7 +14,16 @@ if [ "$status" -gt 1 ]; then
   echo "The demo job could not be run (exit status $status)." >&2
   exit "$status"
 fi
+# The chart gallery: each form of examples/gallery drawn from its own rows.
+ggraph="$root/$build/src/cli/ggraph"
+for gpl in "$root"/examples/gallery/*.gpl; do
+  name=$(basename "$gpl" .gpl)
+  mkdir -p "$out/gallery/$name"
+  "$ggraph" gpl2xml "$gpl" > "$out/gallery/$name/chart.xml"
+  "$ggraph" render "$out/gallery/$name/chart.xml" --data "${gpl%.gpl}.json" --out "$out/gallery/$name" >/dev/null
+done
 echo
 echo "Report:       $out/report.html"
+echo "Gallery:      $out/gallery/"
 echo "Charts:       $out/charts/"
 echo "JSON output:  $out/output.json"
