@@ -5,6 +5,7 @@
 #include "ggraph/data/ggraph_data_observer.h"
 #include "ggraph/model/ggraph_settings.h"
 #include "ggraph/procedure/chart_document_route.h"
+#include "ggraph/procedure/file_routes.h"
 #include "ggraph/model/graph_spec.h"
 #include "ggraph/procedure/report.h"
 
@@ -41,13 +42,14 @@ RouteResult runRoute(RouteContext& context, GraphSpec& spec, XViZTemplate& style
     switch (spec.getSource()) {
         case GraphSpec::SOURCE_INLINE:
             return completeAndSend(context, spec, makeInlineDocument(context, spec, styleSheet));
-        case GraphSpec::SOURCE_GPLFILE:
-        case GraphSpec::SOURCE_VIZMLFILE:
+        case GraphSpec::SOURCE_GPLFILE: return runGplFileRoute(context, spec, styleSheet);
+        case GraphSpec::SOURCE_VIZMLFILE: return runVizmlFileRoute(context, spec, styleSheet);
+        case GraphSpec::SOURCE_IMAGEFILE: return runImageFileRoute(context, spec);
+        case GraphSpec::SOURCE_PMMLFILE: return runPmmlFileRoute(context, spec);
         case GraphSpec::SOURCE_VIZJSONFILE:
         case GraphSpec::SOURCE_VIZJSONTEMPLATE:
         case GraphSpec::SOURCE_VIZTEMPLATE:
-        case GraphSpec::SOURCE_IMAGEFILE:
-        case GraphSpec::SOURCE_PMMLFILE:
+            // ViZ JSON and stored ViZ templates need a renderer this host does not have.
             report(kWarning, kRouteNotSupported, {sourceKeyword(spec.getSource())});
             return RouteResult::Next;
     }

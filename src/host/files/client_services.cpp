@@ -1,0 +1,102 @@
+// The client link of this host: fetched files come from the file system, images and client
+// messages go into the output document.
+#include "platform/client.h"
+
+#include <nlohmann/json.hpp>
+
+#include "host/files/file_io.h"
+#include "host/output/document.h"
+#include "platform/chart_string.h"
+
+namespace {
+
+std::string base64(std::string const& bytes) {
+    static constexpr char kDigits[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    out.reserve((bytes.size() + 2) / 3 * 4);
+    std::size_t i = 0;
+    for (; i + 2 < bytes.size(); i += 3) {
+        unsigned v = (static_cast<unsigned char>(bytes[i]) << 16) |
+                     (static_cast<unsigned char>(bytes[i + 1]) << 8) |
+                     static_cast<unsigned char>(bytes[i + 2]);
+        out += kDigits[(v >> 18) & 63];
+        out += kDigits[(v >> 12) & 63];
+        out += kDigits[(v >> 6) & 63];
+        out += kDigits[v & 63];
+    }
+    if (i < bytes.size()) {
+        unsigned v = static_cast<unsigned char>(bytes[i]) << 16;
+        if (i + 1 < bytes.size()) v |= static_cast<unsigned char>(bytes[i + 1]) << 8;
+        out += kDigits[(v >> 18) & 63];
+        out += kDigits[(v >> 12) & 63];
+        out += i + 1 < bytes.size() ? kDigits[(v >> 6) & 63] : '=';
+        out += '=';
+    }
+    return out;
+}
+
+// The kind of image the bytes hold, from their signature; the declared type when unknown.
+char const* mediaType(std::string const& bytes, ChartXMLContentSubType declared) {
+    if (bytes.rfind("\x89PNG", 0) == 0) return "image/png";
+    if (bytes.rfind("\xFF\xD8\xFF", 0) == 0) return "image/jpeg";
+    if (bytes.rfind("BM", 0) == 0) return "image/bmp";
+    if (bytes.rfind("GIF8", 0) == 0) return "image/gif";
+    if (bytes.find("<svg") != std::string::npos) return "image/svg+xml";
+    switch (declared) {
+        case CONTENT_JPG: return "image/jpeg";
+        case CONTENT_BMP: return "image/bmp";
+        case CONTENT_SVG: return "image/svg+xml";
+        default: return "image/png";
+    }
+}
+
+}  // namespace
+
+std::string FetchFile::fetch(std::string const& name, bool, bool) const {
+    if (name.empty()) return {};
+    host::files::ReadResult read = host::files::readFile(host::files::resolve(name));
+    return read.ok ? read.bytes : std::string();
+}
+
+void XImage::setImageInline(ChartXMLContentSubType type, std::string const& content) {
+    type_ = type;
+    content_ = content;
+}
+
+void XImage::SetDescription(unsigned short const* text) {
+    description_.clear();
+    for (auto const* p = text; p != nullptr && *p != 0; ++p) description_ += static_cast<char16_t>(*p);
+}
+
+void XImage::sendImage() const {
+    host::output::Item item;
+    item.kind = host::output::ItemKind::Image;
+    std::string const description = ChartString(description_).toUTF8();
+    item.text = description;
+    auto payload = std::make_shared<nlohmann::json>();
+    (*payload)["description"] = description;
+    (*payload)["mediaType"] = mediaType(content_, type_);
+    (*payload)["dataUri"] = std::string("data:") + mediaType(content_, type_) + ";base64," + base64(content_);
+    item.payload = payload;
+    host::output::current().add(std::move(item));
+}
+
+void MessageHandler::setMessageType(IPCMessageType type) { type_ = type; }
+
+void MessageHandler::addMessageContents(std::string const& text, unsigned int key, bool fromFile) {
+    parts_.push_back({key, text, fromFile});
+}
+
+void MessageHandler::sendMessage() const {
+    host::output::Item item;
+    item.kind = host::output::ItemKind::ClientMessage;
+    auto payload = std::make_shared<nlohmann::json>();
+    (*payload)["messageType"] = static_cast<int>(type_);
+    nlohmann::json parts = nlohmann::json::array();
+    for (Part const& part : parts_)
+        parts.push_back({{"key", part.key}, {"text", part.text}, {"fromFile", part.fromFile}});
+    (*payload)["parts"] = parts;
+    item.payload = payload;
+    host::output::current().add(std::move(item));
+}
