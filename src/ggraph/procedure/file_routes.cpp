@@ -16,7 +16,7 @@ constexpr char kNoAccess[] = "File ^1 has no access...";
 
 void reportNoAccess(std::string const& name) { report(kWarning, kNoAccess, {name}); }
 
-// The output's label: the LABEL of the specification, or the table's text for "Graph".
+// The output's label: the LABEL of the GRAPHSPEC, or the table's text for "Graph".
 ChartString outputLabel(RouteContext& context, GraphSpec& spec) {
     std::string label = spec.GetOutputLabel();
     if (label.empty()) label = context.dictionary->LookUp("Graph");
@@ -61,7 +61,7 @@ RouteResult runImageFileRoute(RouteContext& context, GraphSpec& spec) {
         return RouteResult::Next;
     }
     XImage image;
-    // The type is always the specification's default: IMAGEFORMAT is checked, never stored.
+    // The type is always the GRAPHSPEC's default: IMAGEFORMAT is checked, never stored.
     image.setImageInline(spec.getImageType(), content);
     ChartString const label = outputLabel(context, spec);
     image.SetDescription(label.xc_str());
