@@ -813,6 +813,16 @@ LinScale trainLinear(double lo, double hi, ScaleSpec const* scale, AxisGuide con
     }
     s.ticks = niceTicks(lo, hi);
     s.step = s.ticks.size() > 1 ? s.ticks[1] - s.ticks[0] : (hi - lo);
+    // A domain that ends off the round values (a box plot, a padded scatter) can leave only
+    // two ticks inside it; a finer round step keeps the axis readable.
+    for (int k = 0; k < 3 && !nice && s.step > 0; ++k) {
+        double inside = std::floor(hi / s.step + 1e-9) - std::ceil(lo / s.step - 1e-9) + 1;
+        if (inside >= 4)
+            break;
+        double mag = std::pow(10, std::floor(std::log10(s.step) + 1e-9));
+        double m = s.step / mag;
+        s.step = roundTick((m > 4.9 ? 2.5 : m > 2.4 ? 2 : m > 1.9 ? 1 : 0.5) * mag);
+    }
     if (guide && guide->delta > 0 && (hi - lo) / guide->delta <= 200)
         s.step = guide->delta;
     if (nice) {
@@ -1697,8 +1707,19 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                      gradLow.g + t * (gradHigh.g - gradLow.g),
                      gradLow.b + t * (gradHigh.b - gradLow.b), 1};
     };
-    if (anyCells)
-        for (double v : niceTicks(0, cellMax, 5))
+    if (anyCells) {
+        // The smallest count first, so that the palest cells are named too.
+        double cellMin = cellMax;
+        for (auto const& ev : evaluated)
+            for (auto const& m : ev.marks)
+                if (ev.cells)
+                    cellMin = std::min(cellMin, m.cell);
+        auto ticks = niceTicks(0, cellMax, 5);
+        if (cellMin > 0 && std::none_of(ticks.begin(), ticks.end(), [&](double t) {
+                return std::fabs(t - cellMin) < 1e-9;
+            }))
+            ticks.insert(std::upper_bound(ticks.begin(), ticks.end(), cellMin), cellMin);
+        for (double v : ticks)
             if (v > 0 && v <= cellMax * (1 + 1e-9)) {
                 Series s;
                 s.key = "\x1c" + numberKey(v);
@@ -1706,6 +1727,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 s.color = cellColor(v);
                 series.push_back(s);
             }
+    }
     auto seriesColor = [&](std::string const& key) -> Color {
         for (auto const& s : series)
             if (s.key == key)
@@ -1989,6 +2011,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         hGrid = true;
     if (model.xGridlines == 2)
         hGrid = false;
+    if (spec.polar)
+        vGrid = hGrid = false;  // a pie has no value axis to guide
 
     for (std::size_t pr = 0; pr < panelRows.size(); ++pr) {
         for (std::size_t pcI = 0; pcI < panelCols.size(); ++pcI) {
