@@ -1095,6 +1095,11 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 scene.warnings.push_back(fmt::format("line {}: {}", element.line, err));
             return c;
         };
+        if (spec.polar && element.type != "interval") {
+            warn(fmt::format("only interval is drawn in polar.theta coordinates; '{}' is left out",
+                             element.type));
+            continue;
+        }
         if (element.type == "schema" && pos.statistic.empty() && !pos.binned) {
             pos.statistic = "bin.quantile.letter";  // a box plot needs its letter values
             pos.kind = StatKind::Box;

@@ -409,3 +409,53 @@ TEST(ChartStatisticsScene, UnsupportedFunctionsDrawNothingWrong) {
         EXPECT_GE(b->y, 0.1 * g.height);
     }
 }
+
+// The other elements: edges join a series' points in data order, a polygon closes them, a
+// transposed box plot lies along the horizontal axis, and a subgroup fit has a line per colour.
+TEST(ChartStatisticsScene, EdgesPolygonsLyingBoxesAndSubgroupFits) {
+    VarDataProcessor vdp;
+    fill(vdp, {"x", "y", "g"},
+         {{1.0, 1.0, "a"}, {2.0, 3.0, "a"}, {3.0, 2.0, "a"}, {1.0, 5.0, "b"}, {2.0, 6.0, "b"},
+          {3.0, 8.0, "b"}});
+    std::string data = kHead +
+                       "DATA: x=col(source(s), name(\"x\"))\n"
+                       "DATA: y=col(source(s), name(\"y\"))\n"
+                       "DATA: g=col(source(s), name(\"g\"), unit.category())\n";
+    XDocument shapes(data +
+                         "ELEMENT: edge(position(x*y), color(g))\n"
+                         "ELEMENT: polygon(position(x*y), split(g))",
+                     true, true);
+    auto s = scene(shapes, &vdp);
+    EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
+    EXPECT_EQ(s.withRole("edge").size(), 4u);  // two segments per group
+    auto polygons = s.withRole("polygon");
+    ASSERT_EQ(polygons.size(), 2u);
+    EXPECT_EQ(polygons[0]->kind, hc::Primitive::Kind::Polygon);
+    EXPECT_EQ(polygons[0]->points.size(), 3u);
+
+    XDocument lying(data +
+                        "COORD: rect(dim(1,2), transpose())\n"
+                        "ELEMENT: schema(position(bin.quantile.letter(g*y)))",
+                    true, true);
+    auto l = scene(lying, &vdp);
+    auto boxes = l.withRole("box");
+    ASSERT_EQ(boxes.size(), 2u);
+    for (auto const* b : boxes) EXPECT_GT(b->w, b->h * 0.2);  // spans values across the page
+    AxisMap x = axisMap(l, 2, false);
+    for (auto const* b : boxes)
+        if (b->category == "b") {
+            EXPECT_NEAR(x.value(b->x), 5.5, 1e-9);  // fourths of 5 6 8 at depth 1.5
+            EXPECT_NEAR(x.value(b->x + b->w), 7, 1e-9);
+        }
+
+    XDocument fits(data + "ELEMENT: point(position(x*y), color(g))", true, true);
+    std::string subgroup = "<addFitLine rsquared=\"true\" target=\"subgroup\" type=\"linear\"/>";
+    fits.addInlineTemplate(&subgroup);
+    auto f = scene(fits, &vdp);
+    EXPECT_EQ(f.withRole("line").size(), 2u);
+    std::vector<std::string> labels;
+    for (auto const* t : f.withRole("fit-label")) labels.push_back(t->group + " " + t->text);
+    std::sort(labels.begin(), labels.end());
+    // a: slope 0.5, R² 0.25; b: slope 1.5, R² 27/28 (by hand).
+    EXPECT_EQ(labels, (std::vector<std::string>{"a R² Linear = 0.250", "b R² Linear = 0.964"}));
+}
