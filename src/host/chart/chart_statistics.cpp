@@ -138,12 +138,18 @@ bool summarizeSample(std::string const& statistic, Sample const& sample, double&
 std::vector<double> binEdges(double lo, double hi, std::size_t cases, BinOptions const& options) {
     if (!std::isfinite(lo) || !std::isfinite(hi) || hi < lo)
         return {};
+    // A width far too small for the range, or a count far too large, would make millions of
+    // bins.
+    constexpr double kMaxBins = 5000;
     double width = options.width > 0 ? options.width : 0;
     double start = lo;
-    if (width == 0 && options.count > 0) {
-        width = hi > lo ? (hi - lo) / options.count : 1;
+    BinOptions capped = options;
+    capped.count = std::min(options.count, int(kMaxBins));
+    auto const& opt = capped;
+    if (width == 0 && opt.count > 0) {
+        width = hi > lo ? (hi - lo) / opt.count : 1;
         if (hi == lo)
-            start = lo - width * options.count / 2;
+            start = lo - width * opt.count / 2;
     } else if (width == 0) {
         // Sturges' number of bins, widened to a round step.
         double k = std::ceil(std::log2(std::max<double>(double(cases), 1))) + 1;
@@ -151,22 +157,20 @@ std::vector<double> binEdges(double lo, double hi, std::size_t cases, BinOptions
     }
     if (options.hasStart)
         start = options.start;
-    else if (!(options.count > 0 && options.width <= 0))
+    else if (!(opt.count > 0 && options.width <= 0))
         start = std::floor(lo / width + 1e-9) * width;
     if (start > lo)  // keep the given alignment, but never lose the cases below it
         start -= std::ceil((start - lo) / width - 1e-9) * width;
-    // A width far too small for the range would make millions of bins.
-    constexpr double kMaxBins = 5000;
     if ((hi - start) / width > kMaxBins)
         width = roundStep((hi - start) / kMaxBins);
     std::vector<double> edges{decimal(start)};
-    if (options.count > 0 && options.width <= 0 && !options.hasStart && hi > lo) {
+    if (opt.count > 0 && options.width <= 0 && !options.hasStart && hi > lo) {
         // Exactly the bins that were asked for, the last one ending on the largest value.
-        for (int k = 1; k < options.count; ++k) edges.push_back(start + k * width);
+        for (int k = 1; k < opt.count; ++k) edges.push_back(start + k * width);
         edges.push_back(hi);
         return edges;
     }
-    for (int k = 1; edges.back() < hi || edges.size() < 2; ++k)
+    for (int k = 1; (edges.back() < hi || edges.size() < 2) && k <= kMaxBins + 1; ++k)
         edges.push_back(decimal(start + k * width));
     return edges;
 }

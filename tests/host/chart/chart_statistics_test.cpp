@@ -71,6 +71,8 @@ TEST(ChartStatistics, BinEdgesForAwkwardRanges) {
     // A silly width is widened rather than making millions of bins.
     hc::BinOptions tiny{0, 1e-9, false, 0};
     EXPECT_LE(hc::binEdges(0, 1000, 10, tiny).size(), 5002u);
+    hc::BinOptions many{1000000000, 0, false, 0};
+    EXPECT_LE(hc::binEdges(0, 1, 10, many).size(), 5001u);
 }
 
 // Letter values worked by hand. n = 11: median at depth 6, fourths at depth 3.5.
