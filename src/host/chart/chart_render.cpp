@@ -1267,6 +1267,18 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             }
             return c->categorical ? c->keys[r] : std::string();
         };
+        // The text of the label aesthetic at a row: a category by its relabel, a number in its
+        // format.
+        auto labelAt = [&](std::size_t r) -> std::string {
+            if (!labc || r >= labc->keys.size() || labc->missing[r])
+                return {};
+            if (!labc->categorical)
+                return formatNumber(labc->numbers[r], labc->var->format);
+            for (auto const& rl : labc->var->relabels)
+                if (rl.value == labc->keys[r])
+                    return rl.label;
+            return labc->keys[r];
+        };
         std::size_t seriesCount = countOnly && ycols.empty() ? 1 : ycols.size();
         if (density)
             seriesCount = 1;
@@ -1305,10 +1317,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 bool yMissing = !yc || r >= yc->missing.size() || yc->missing[r] ||
                                 yc->numbers[r] == kSysmis || (yc->categorical && !summary);
                 double y = yc && !yMissing ? yc->numbers[r] : kSysmis;
-                if (labc && r < labc->keys.size() && !labc->missing[r])
-                    m.labelText = labc->categorical
-                                      ? labc->keys[r]
-                                      : formatNumber(labc->numbers[r], labc->var->format);
+                m.labelText = labelAt(r);
                 if (!summary) {
                     // A missing value is never drawn; lines use it to know where to break.
                     m.y = yMissing ? kSysmis : y;
@@ -1446,13 +1455,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                     m.box = std::make_shared<BoxStats>(box);
                     m.y = box.median;
                     for (auto const& o : box.outliers) {
-                        std::size_t row = g.rows[o.index];
-                        std::string label;
-                        if (labc && row < labc->keys.size() && !labc->missing[row])
-                            label = labc->categorical
-                                        ? labc->keys[row]
-                                        : formatNumber(labc->numbers[row], labc->var->format);
-                        m.outlierLabels.push_back(label);
+                        m.outlierLabels.push_back(labelAt(g.rows[o.index]));
                     }
                     ev.marks.push_back(m);
                 } else if (density) {
@@ -1903,7 +1906,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             f.grouping = biggest >= 10000;
         if (!yStatistic.empty() && dim == 2 && (yStatistic == "summary.count"))
             f = {};
-        if (dim == 2 && (yStatistic == "summary.percent" || yStatistic == "summary.percent.count"))
+        if (dim == 2 && yStatistic.find("percent") != std::string::npos)
             f.suffix = "%";
         for (double t : s.ticks) {
             NumberFormat ff = f;
