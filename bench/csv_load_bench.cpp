@@ -37,7 +37,8 @@ int generate(char const* path, long rows) {
         double const x = static_cast<double>(a % 10000000) / 1000.0;
         double const ratio = static_cast<double>(static_cast<long>(b % 2000001) - 1000000) / 1e6;
         char y[32] = "";
-        if (a % 53 != 0) std::snprintf(y, sizeof y, "%.2f", static_cast<double>(b % 100000) / 100.0);
+        if (a % 53 != 0)
+            std::snprintf(y, sizeof y, "%.2f", static_cast<double>(b % 100000) / 100.0);
         int const n = std::snprintf(line, sizeof line, "%ld,%.3f,%s,grp%02d,%d,%.6f\n", row, x, y,
                                     static_cast<int>(b % 40), static_cast<int>(a % 1000), ratio);
         std::fwrite(line, 1, static_cast<std::size_t>(n), out);
@@ -62,9 +63,10 @@ void BM_LoadCsv(benchmark::State& state) {
         rows = result.dataset->cases;
         benchmark::DoNotOptimize(result.dataset->columns.data());
     }
-    state.counters["MB/s"] = benchmark::Counter(bytes / 1e6, benchmark::Counter::kIsIterationInvariantRate);
-    state.counters["rows/s"] =
-        benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["MB/s"] =
+        benchmark::Counter(bytes / 1e6, benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["rows/s"] = benchmark::Counter(static_cast<double>(rows),
+                                                  benchmark::Counter::kIsIterationInvariantRate);
     state.counters["rows"] = static_cast<double>(rows);
 }
 // Rates are per CPU second: the machines this runs on are often shared, and wall-clock time
@@ -74,7 +76,8 @@ BENCHMARK(BM_LoadCsv)->Unit(benchmark::kMillisecond)->Iterations(3);
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 4 && std::strcmp(argv[1], "--generate") == 0) return generate(argv[2], std::atol(argv[3]));
+    if (argc == 4 && std::strcmp(argv[1], "--generate") == 0)
+        return generate(argv[2], std::atol(argv[3]));
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -1,21 +1,94 @@
-* A first job: one GGRAPH command with its chart definition, and one with a mistake.
-* Run it with: make demo.
+* A first job over the example employees (examples/data/employees.csv with its dictionary).
+* Run it with: make demo. Each GGRAPH command names its data (GRAPHDATASET) and its chart
+* (GRAPHSPEC with a GPL block behind the command).
 
+* 1. Mean salary by employment category, with 95% confidence intervals.
 GGRAPH
-  /GRAPHSPEC SOURCE=INLINE LABEL="Planned budget by quarter"
-  /FRAME OUTER=NO INNER=YES
-  /GRIDLINES XAXIS=NO YAXIS=YES
-  /COLORCYCLE COLOR1(31 119 180) COLOR2(255 127 14).
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat MEANCI(salary, 95)[NAME="mean" LOW="low" HIGH="high"]
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary by employment category".
 BEGIN GPL
-  SOURCE: s = userSource(id("budget"))
-  DATA: quarter = col(source(s), name("quarter"), unit.category())
-  DATA: amount = col(source(s), name("amount"))
-  GUIDE: axis(dim(1), label("Quarter"))
-  GUIDE: axis(dim(2), label("Amount"))
-  ELEMENT: interval(position(quarter*amount))
+  SOURCE: s = userSource(id("pay"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: mean = col(source(s), name("mean"))
+  DATA: low = col(source(s), name("low"))
+  DATA: high = col(source(s), name("high"))
+  GUIDE: axis(dim(1), label("Employment category"))
+  GUIDE: axis(dim(2), label("Mean Current salary"))
+  ELEMENT: interval(position(jobcat*mean))
+  ELEMENT: interval(position(region.spread.range(jobcat*(low+high))), shape(shape.ibeam))
 END GPL.
 
-* The second command names a subcommand GGRAPH does not have: the report says so.
+* 2. Clustered bars: mean salary by category and gender.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat gender MEAN(salary)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary by category and gender".
+BEGIN GPL
+  SOURCE: s = userSource(id("pay"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: gender = col(source(s), name("gender"), unit.category())
+  DATA: mean = col(source(s), name("MEAN_salary"))
+  COORD: rect(dim(1,2), cluster(3,0))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Gender"))
+  ELEMENT: interval(position(gender*mean*jobcat), color.interior(gender))
+END GPL.
+
+* 3. Stacked percentages: the share of each gender within each category.
+GGRAPH
+  /GRAPHDATASET NAME="counts" VARIABLES=jobcat gender COUNT()
+  /GRAPHSPEC SOURCE=INLINE LABEL="Gender within employment category".
+BEGIN GPL
+  SOURCE: s = userSource(id("counts"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: gender = col(source(s), name("gender"), unit.category())
+  DATA: count = col(source(s), name("COUNT"))
+  GUIDE: axis(dim(2), label("Percent"))
+  ELEMENT: interval.stack(position(summary.percent(jobcat*count, base.coordinate(dim(1)))),
+           color.interior(gender))
+END GPL.
+
+* 4. A pie of the employment categories.
+GGRAPH
+  /GRAPHDATASET NAME="counts" VARIABLES=jobcat COUNT()
+  /GRAPHSPEC SOURCE=INLINE LABEL="Employees by category".
+BEGIN GPL
+  SOURCE: s = userSource(id("counts"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: count = col(source(s), name("COUNT"))
+  COORD: polar.theta(startAngle(0))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Employment category"))
+  ELEMENT: interval.stack(position(summary.percent(count)), color.interior(jobcat))
+END GPL.
+
+* 5. Mean salary by category, one chart per region.
+SPLIT FILE SEPARATE BY region.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat MEAN(salary)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("pay"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: mean = col(source(s), name("MEAN_salary"))
+  ELEMENT: interval(position(jobcat*mean))
+END GPL.
+SPLIT FILE OFF.
+
+* 6. Beginning and current salary side by side, with confidence intervals, from one row per
+* statistic (TRANSFORM=VARSTOCASES).
+GGRAPH
+  /GRAPHDATASET NAME="both" VARIABLES=MEANCI(salbegin, 95) MEANCI(salary, 95)
+     TRANSFORM=VARSTOCASES(SUMMARY="mean" INDEX="which" LOW="low" HIGH="high")
+  /GRAPHSPEC SOURCE=INLINE LABEL="Beginning and current salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("both"))
+  DATA: which = col(source(s), name("which"), unit.category())
+  DATA: mean = col(source(s), name("mean"))
+  DATA: low = col(source(s), name("low"))
+  DATA: high = col(source(s), name("high"))
+  ELEMENT: point(position(which*mean))
+  ELEMENT: interval(position(region.spread.range(which*(low+high))), shape(shape.ibeam))
+END GPL.
+
+* 7. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

@@ -7,6 +7,7 @@
 
 #include "platform/chart_string.h"
 
+class KWEL_Variable;
 class VarDataProcessor;
 
 namespace host::chart {
@@ -73,10 +74,18 @@ public:
     void setFormatWord(unsigned int packed);
     void SetNumberFormat(unsigned long digits, bool grouping, unsigned short const* prefix,
                          unsigned short const* suffix);
+    // The same from a packed format word of the dictionary (KWEL_Format).
+    void setFormat(int format);
+    // The print format of a dictionary variable.
+    void setFormatBasedOnKWELVariable(KWEL_Variable const& variable);
+    // Ties the chart variable to the dictionary variable it shows (its format, its value labels).
+    void setKWELVariable(KWEL_Variable const& variable);
     bool doesFormatExist() const;
     bool isWeightVariable() const;
     bool isCaseNumberVariable() const;
     void addRelabel(unsigned short const* value, unsigned short const* label);
+    // A numeric value's label: the cell's number is the key, in its 16-digit form.
+    void addRelabel(double const& cell, unsigned short const* label);
     // Relabels a position of an index variable (transposed charts).
     void addRelabel(unsigned int index, unsigned short const* label);
     void setStatistic(ENUM_statistic statistic, double a, double b, double c, bool flag);

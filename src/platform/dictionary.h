@@ -17,7 +17,9 @@ using OBS = double;
 
 // Bytes per data cell, and the cells a string of `width` bytes occupies.
 inline constexpr int kObsBytes = 8;
-inline constexpr int ObsCellsForWidth(int width) { return width <= 8 ? 1 : (width + 7) / 8; }
+inline constexpr int ObsCellsForWidth(int width) {
+    return width <= 8 ? 1 : (width + 7) / 8;
+}
 
 // Print format types. The values are fixed: the command library and the chart service compare
 // with them.
@@ -53,11 +55,18 @@ enum FormatType {
 
 // Packing and unpacking the print format word (KWEL_Format).
 inline constexpr KWEL_Format KwelFormatPack(int type, int width, int decimals) {
-    return static_cast<KWEL_Format>(((type & 0xff) << 16) | ((width & 0xff) << 8) | (decimals & 0xff));
+    return static_cast<KWEL_Format>(((type & 0xff) << 16) | ((width & 0xff) << 8) |
+                                    (decimals & 0xff));
 }
-inline constexpr int KwelFormatType(KWEL_Format format) { return (format >> 16) & 0xff; }
-inline constexpr int KwelFormatWidth(KWEL_Format format) { return (format >> 8) & 0xff; }
-inline constexpr int KwelFormatDecimals(KWEL_Format format) { return format & 0xff; }
+inline constexpr int KwelFormatType(KWEL_Format format) {
+    return (format >> 16) & 0xff;
+}
+inline constexpr int KwelFormatWidth(KWEL_Format format) {
+    return (format >> 8) & 0xff;
+}
+inline constexpr int KwelFormatDecimals(KWEL_Format format) {
+    return format & 0xff;
+}
 
 // Dictionary measurement levels.
 enum KWEL_MeasurementLevel {

@@ -24,7 +24,7 @@ check "unknown option" 2 "$ggraph" run --no-such-option x.sps
 check "missing job" 2 "$ggraph" run "$out/none.sps" --out "$out/none"
 grep -q 'none.sps' "$out/stderr" || { echo "FAIL missing job names the file"; failures=$((failures + 1)); }
 # The demo holds one deliberate mistake.
-check "demo" 1 "$ggraph" run "$root/examples/demo.sps" --out "$out/demo"
+check "demo" 1 "$ggraph" run "$root/examples/demo.sps" --data "$root/examples/data/employees.csv" --out "$out/demo"
 check "all subcommands" 0 "$ggraph" run "$root/examples/all_subcommands.sps" --context DM --out "$out/all"
 for f in demo/report.html demo/output.json all/report.html all/output.json; do
   [ -s "$out/$f" ] || { echo "FAIL $f was not written"; failures=$((failures + 1)); }
@@ -35,4 +35,10 @@ grep -q 'Unknown token STYLE' "$out/demo/report.html" ||
   { echo "FAIL report shows the demo's mistake"; failures=$((failures + 1)); }
 grep -q 'Description: RFM Scatterplots' "$out/all/output.json" ||
   { echo "FAIL description table in the RFM flavour"; failures=$((failures + 1)); }
+check "describe" 0 "$ggraph" describe --data "$root/tests/data/dictionary/employees.csv" --json
+grep -q '"cases": 6' "$out/stdout" || { echo "FAIL describe --json counts the cases"; failures=$((failures + 1)); }
+check "describe missing file" 1 "$ggraph" describe --data "$out/none.csv"
+printf 'ELEMENT: point(position(x*y))\n' > "$out/bad.gpl"
+check "gpl2xml refuses undeclared variables" 1 "$ggraph" gpl2xml "$out/bad.gpl"
+check "bad chart format" 2 "$ggraph" run "$root/examples/demo.sps" --format gif --out "$out/gif"
 [ "$failures" -eq 0 ]

@@ -11,6 +11,14 @@
 class KWEL_DataSource;
 struct VariableResolverData;
 
+// One label of a multiple-response set's values: a category set's value with its label, or a
+// dichotomy set member's name with its label.
+struct VariableResolverRelabelData {
+    double value = 0.0;  // category sets only
+    std::string name;    // local code page; dichotomy sets only
+    std::string label;   // UTF-8
+};
+
 class VariableResolver {
 public:
     enum VariableType {
@@ -43,6 +51,12 @@ public:
     std::vector<int> getVariableIndexList() const;
     bool isString() const;
     unsigned getStringLength() const;
+
+    // The value label (UTF-8) of a case value, given as a data cell or, without one, as text;
+    // empty when there is none. For a dichotomy set the cell holds a member's name.
+    std::string getValueLabel(std::string const& text, OBS const* cell) const;
+    // The labels of a set's values, in order of first appearance; empty for anything else.
+    std::vector<VariableResolverRelabelData> getMRSetRelabelData() const;
 
     // The resolver's data block, for the relabelling code of this folder.
     VariableResolverData& data() { return *d; }

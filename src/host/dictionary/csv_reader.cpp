@@ -5,20 +5,59 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fast_float/fast_float.h>
+#include <utf8.h>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fast_float/fast_float.h>
 #include <limits>
 #include <set>
 #include <string_view>
-#include <utf8.h>
+
+#include "platform/dictionary.h"
 
 namespace host::dictionary {
 
 namespace {
 
 constexpr double kSysmis = std::numeric_limits<double>::lowest();
+
+// A data cell of eight blanks.
+OBS const kBlankCell = [] {
+    OBS cell;
+    std::memset(&cell, ' ', sizeof cell);
+    return cell;
+}();
+
+// Lays a string column out with `per` cells per value.
+void widen(CsvColumn& column, std::size_t per) {
+    std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
+    std::size_t const rows = column.cells.size() / old;
+    std::vector<OBS> cells;
+    cells.reserve(std::max(column.cells.capacity() / old * per, rows * per));
+    cells.assign(rows * per, kBlankCell);
+    for (std::size_t row = 0; row < rows; ++row) {
+        std::memcpy(cells.data() + row * per, column.cells.data() + row * old, old * sizeof(OBS));
+    }
+    column.cells.swap(cells);
+    column.cellsPerValue = static_cast<int>(per);
+}
+
+// Brings a string column to its final width: the declared one, or the longest value.
+void finishStrings(CsvColumn& column, int declaredWidth) {
+    column.width = declaredWidth > 0 ? declaredWidth : std::max(1, column.maxLength);
+    std::size_t const per = static_cast<std::size_t>(ObsCellsForWidth(column.width));
+    std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
+    if (per == old)
+        return;
+    std::size_t const rows = column.cells.size() / old;
+    for (std::size_t row = 1; row < rows; ++row) {  // narrower: move down in place
+        std::memmove(column.cells.data() + row * per, column.cells.data() + row * old,
+                     per * sizeof(OBS));
+    }
+    column.cells.resize(rows * per);
+    column.cellsPerValue = static_cast<int>(per);
+}
 
 // Bytes that end an unquoted field.
 struct DelimiterTable {
@@ -31,7 +70,9 @@ struct DelimiterTable {
 };
 constexpr DelimiterTable kDelimiters;
 
-inline bool isDelimiter(char c) { return kDelimiters.ends[static_cast<unsigned char>(c)]; }
+inline bool isDelimiter(char c) {
+    return kDelimiters.ends[static_cast<unsigned char>(c)];
+}
 
 std::string_view trimBlanks(std::string_view text) {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
@@ -41,8 +82,10 @@ std::string_view trimBlanks(std::string_view text) {
 
 // A whole text as a finite number; a leading '+' is allowed.
 bool parseWholeNumber(std::string_view text, double& value) {
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (text.empty()) return false;
+    if (!text.empty() && text.front() == '+')
+        text.remove_prefix(1);
+    if (text.empty())
+        return false;
     auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
            std::isfinite(value);
@@ -57,7 +100,8 @@ constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7
 // exact doubles, and one division rounds correctly. Null when the field is anything else.
 inline char const* parsePlainDecimal(char const* p, char const* end, double& value, int& decimals) {
     bool const negative = p < end && *p == '-';
-    if (negative) ++p;
+    if (negative)
+        ++p;
     std::uint64_t mantissa = 0;
     int digits = 0;
     char const* const start = p;
@@ -76,15 +120,18 @@ inline char const* parsePlainDecimal(char const* p, char const* end, double& val
         decimals = static_cast<int>(p - fraction);
         digits += decimals;
     }
-    if (digits == 0 || digits > 15 || (p < end && !isDelimiter(*p))) return nullptr;
+    if (digits == 0 || digits > 15 || (p < end && !isDelimiter(*p)))
+        return nullptr;
     value = static_cast<double>(mantissa) / kPowersOfTen[decimals];
-    if (negative) value = -value;
+    if (negative)
+        value = -value;
     return p;
 }
 
 int decimalsOf(std::string_view text) {
     auto const dot = text.find('.');
-    if (dot == std::string_view::npos) return 0;
+    if (dot == std::string_view::npos)
+        return 0;
     int digits = 0;
     for (std::size_t i = dot + 1; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
         ++digits;
@@ -93,7 +140,8 @@ int decimalsOf(std::string_view text) {
 }
 
 std::string quoteForMessage(std::string_view text) {
-    if (text.size() > 40) return "\"" + std::string(text.substr(0, 37)) + "...\"";
+    if (text.size() > 40)
+        return "\"" + std::string(text.substr(0, 37)) + "...\"";
     return "\"" + std::string(text) + "\"";
 }
 
@@ -116,8 +164,8 @@ public:
           name_(name),
           sink_(messages) {}
 
-    bool run(CsvDeclare const& declare, std::set<std::size_t> const& forceString,
-             CsvTable& table, std::set<std::size_t>& flipped);
+    bool run(CsvDeclare const& declare, std::set<std::size_t> const& forceString, CsvTable& table,
+             std::set<std::size_t>& flipped);
 
 private:
     void report(Diagnostic::Level level, std::string const& kind, char const* at,
@@ -167,8 +215,10 @@ std::string_view Parser::readText() {
                 static_cast<char const*>(std::memchr(p_, '"', static_cast<std::size_t>(end_ - p_)));
             char const* const stop = quote ? quote : end_;
             for (char const* nl = p_; nl < stop;) {
-                nl = static_cast<char const*>(std::memchr(nl, '\n', static_cast<std::size_t>(stop - nl)));
-                if (!nl) break;
+                nl = static_cast<char const*>(
+                    std::memchr(nl, '\n', static_cast<std::size_t>(stop - nl)));
+                if (!nl)
+                    break;
                 newline(++nl);
             }
             // Past the widest string kept, the text is only scanned, never copied.
@@ -183,8 +233,9 @@ std::string_view Parser::readText() {
                 d.file = name_;
                 d.line = openLine;
                 d.column = openColumn;
-                d.text = "a quoted field is never closed: the file ends inside it (is the file "
-                         "cut short?); the rest of the file is read as this one field";
+                d.text =
+                    "a quoted field is never closed: the file ends inside it (is the file "
+                    "cut short?); the rest of the file is read as this one field";
                 sink_.add("unclosed quote", std::move(d));
                 return scratch_;
             }
@@ -216,10 +267,13 @@ std::string_view Parser::readText() {
 }
 
 int Parser::endField() {
-    if (p_ >= end_) return 1;
+    if (p_ >= end_)
+        return 1;
     char const c = *p_++;
-    if (c == ',') return 0;
-    if (c == '\r' && p_ < end_ && *p_ == '\n') ++p_;
+    if (c == ',')
+        return 0;
+    if (c == '\r' && p_ < end_ && *p_ == '\n')
+        ++p_;
     newline(p_);
     return 1;
 }
@@ -232,12 +286,15 @@ void Parser::checkUtf8(std::string_view text, char const* at) {
             break;
         }
     }
-    if (ascii) return;
+    if (ascii)
+        return;
     auto const bad = utf8::find_invalid(text.begin(), text.end());
-    if (bad == text.end()) return;
+    if (bad == text.end())
+        return;
     auto const offset = static_cast<std::size_t>(bad - text.begin());
     // Quoted text lives in the scratch buffer; its column is that of the field.
-    char const* place = (at && text.data() >= begin_ && text.data() < end_) ? text.data() + offset : at;
+    char const* place =
+        (at && text.data() >= begin_ && text.data() < end_) ? text.data() + offset : at;
     char hex[8];
     std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned char>(*bad));
     report(Diagnostic::Warning, "bad UTF-8", place,
@@ -251,7 +308,8 @@ void adviseHugePages(void const* data, std::size_t bytes) {
     constexpr std::uintptr_t huge = std::uintptr_t{1} << 21;
     auto const begin = (reinterpret_cast<std::uintptr_t>(data) + huge - 1) & ~(huge - 1);
     auto const end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(huge - 1);
-    if (end > begin) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+    if (end > begin)
+        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
 
 std::string where(std::size_t field, ColumnState const& state) {
@@ -262,7 +320,8 @@ std::size_t Parser::estimateRows() const {
     std::size_t const sample = std::min<std::size_t>(static_cast<std::size_t>(end_ - p_), 1 << 16);
     std::size_t lines = 0;
     for (std::size_t i = 0; i < sample; ++i) lines += p_[i] == '\n';
-    if (lines == 0 || sample == 0) return 0;
+    if (lines == 0 || sample == 0)
+        return 0;
     double const perLine = static_cast<double>(sample) / static_cast<double>(lines);
     return static_cast<std::size_t>(static_cast<double>(end_ - p_) / perLine * 1.02) + 16;
 }
@@ -272,7 +331,7 @@ void Parser::storeText(ColumnState& state, std::string_view text, char const* at
     auto& column = state.column;
     checkUtf8(text, at);
     std::size_t limit = state.declaredWidth > 0 ? static_cast<std::size_t>(state.declaredWidth)
-                                                 : static_cast<std::size_t>(kMaxStringWidth);
+                                                : static_cast<std::size_t>(kMaxStringWidth);
     if (text.size() > limit) {
         std::size_t const full = text.size();
         // Cut at a character boundary so that the kept text stays UTF-8.
@@ -280,13 +339,29 @@ void Parser::storeText(ColumnState& state, std::string_view text, char const* at
         while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
         text = text.substr(0, cut);
         report(Diagnostic::Warning, "string too long", at,
-               where(field, state) + ": a value of " + std::to_string(full) + " bytes is longer than " +
-                   std::to_string(limit) + (state.declaredWidth > 0 ? " (the declared width)" : "") +
-                   "; it is cut");
+               where(field, state) + ": a value of " + std::to_string(full) +
+                   " bytes is longer than " + std::to_string(limit) +
+                   (state.declaredWidth > 0 ? " (the declared width)" : "") + "; it is cut");
     }
-    column.text.append(text);
-    column.lengths.push_back(static_cast<std::uint32_t>(text.size()));
-    if (static_cast<int>(text.size()) > column.maxLength) column.maxLength = static_cast<int>(text.size());
+    std::size_t const per = static_cast<std::size_t>(column.cellsPerValue);
+    if (text.size() > per * sizeof(OBS)) {
+        // Wider than the cells so far: lay the column out again, at least twice as wide, so
+        // that a column that keeps growing is copied only a few times.
+        widen(column, std::max(2 * per, static_cast<std::size_t>(
+                                            ObsCellsForWidth(static_cast<int>(text.size())))));
+    }
+    if (column.cellsPerValue == 1) {
+        OBS cell = kBlankCell;
+        std::memcpy(&cell, text.data(), text.size());
+        column.cells.push_back(cell);
+    } else {
+        std::size_t const base = column.cells.size();
+        column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
+                            kBlankCell);
+        std::memcpy(column.cells.data() + base, text.data(), text.size());
+    }
+    if (static_cast<int>(text.size()) > column.maxLength)
+        column.maxLength = static_cast<int>(text.size());
 }
 
 void Parser::storeNumberText(ColumnState& state, std::string_view raw, char const* at,
@@ -319,9 +394,10 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
         return;
     }
     // Inferred so far as numeric: the column is a string column after all.
-    if (state.numbersSeen > 0) state.flippedLate = true;
+    if (state.numbersSeen > 0)
+        state.flippedLate = true;
     column.numeric = false;
-    column.lengths.assign(column.numbers.size(), 0);
+    column.cells.assign(column.numbers.size(), kBlankCell);
     column.numbers.clear();
     column.numbers.shrink_to_fit();
     column.maxLength = 0;
@@ -354,7 +430,8 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
         ColumnState state;
         state.column.header = header;
         CsvColumnDeclaration declaration;
-        if (declare) declaration = declare(header);
+        if (declare)
+            declaration = declare(header);
         state.declared = declaration.declared;
         if (forceString.count(states.size())) {
             state.column.numeric = false;
@@ -364,7 +441,8 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
         }
         state.nullMarkers = declaration.nullMarkers;
         states.push_back(std::move(state));
-        if (endField() == 1) break;
+        if (endField() == 1)
+            break;
     }
     std::size_t const columns = states.size();
     std::size_t const expected = estimateRows();
@@ -373,8 +451,12 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
             state.column.numbers.reserve(expected);
             adviseHugePages(state.column.numbers.data(), expected * sizeof(double));
         } else {
-            state.column.lengths.reserve(expected);
-            adviseHugePages(state.column.lengths.data(), expected * sizeof(std::uint32_t));
+            if (state.declaredWidth > 0)
+                state.column.cellsPerValue = ObsCellsForWidth(state.declaredWidth);
+            std::size_t const cells =
+                expected * static_cast<std::size_t>(state.column.cellsPerValue);
+            state.column.cells.reserve(cells);
+            adviseHugePages(state.column.cells.data(), cells * sizeof(OBS));
         }
     }
 
@@ -398,10 +480,12 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
                     char const* next = parsePlainDecimal(p_, end_, value, decimals);
                     if (!next) {
                         auto result = fast_float::from_chars(p_, end_, value);
-                        if (result.ec == std::errc() && (result.ptr == end_ || isDelimiter(*result.ptr)) &&
+                        if (result.ec == std::errc() &&
+                            (result.ptr == end_ || isDelimiter(*result.ptr)) &&
                             std::isfinite(value)) {
                             next = result.ptr;
-                            decimals = decimalsOf(std::string_view(p_, static_cast<std::size_t>(next - p_)));
+                            decimals = decimalsOf(
+                                std::string_view(p_, static_cast<std::size_t>(next - p_)));
                         }
                     }
                     if (next) {
@@ -421,7 +505,8 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
                 readText();
             }
             ++field;
-            if (endField() == 1) break;
+            if (endField() == 1)
+                break;
         }
         if (field != columns) {
             Diagnostic d;
@@ -442,7 +527,8 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
                 if (column.numeric) {
                     column.numbers.push_back(kSysmis);
                 } else {
-                    column.lengths.push_back(0);
+                    column.cells.insert(column.cells.end(),
+                                        static_cast<std::size_t>(column.cellsPerValue), kBlankCell);
                 }
             }
         }
@@ -450,7 +536,10 @@ bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceSt
     }
     sink_.finish();
     for (std::size_t i = 0; i < columns; ++i) {
-        if (states[i].flippedLate) flipped.insert(i);
+        if (states[i].flippedLate)
+            flipped.insert(i);
+        if (!states[i].column.numeric)
+            finishStrings(states[i].column, states[i].declaredWidth);
         table.columns.push_back(std::move(states[i].column));
     }
     return true;
@@ -460,11 +549,18 @@ struct MappedFile {
     void const* data = nullptr;
     std::size_t size = 0;
     ~MappedFile() {
-        if (data) munmap(const_cast<void*>(data), size);
+        if (data)
+            munmap(const_cast<void*>(data), size);
     }
 };
 
 }  // namespace
+
+std::string CsvColumn::valueAt(std::size_t row) const {
+    std::size_t const bytes = static_cast<std::size_t>(cellsPerValue) * sizeof(OBS);
+    return std::string(reinterpret_cast<char const*>(cells.data()) + row * bytes,
+                       static_cast<std::size_t>(width));
+}
 
 CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
                      std::vector<Diagnostic>& messages) {
@@ -497,7 +593,8 @@ CsvTable readCsv(std::string const& path, CsvDeclare const& declare,
         return CsvTable{};
     };
     int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return fail(std::string("cannot open the data file: ") + std::strerror(errno));
+    if (fd < 0)
+        return fail(std::string("cannot open the data file: ") + std::strerror(errno));
     struct stat info {};
     if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
         ::close(fd);

@@ -27,10 +27,16 @@ struct CsvColumn {
     std::string header;  // as written in the file
     bool numeric = true;
     std::vector<double> numbers;  // numeric: one per row, system-missing for empty cells
-    std::string text;             // string: the values one after another
-    std::vector<std::uint32_t> lengths;
-    int maxDecimals = 0;  // inferred numbers: decimals and characters seen
+    // string: the values as data cells, blank-padded, cellsPerValue cells per row; when the
+    // table is read, cellsPerValue is ObsCellsForWidth(width).
+    std::vector<double> cells;
+    int cellsPerValue = 1;
+    int width = 0;        // string: the declared width, or the longest value (at least 1)
+    int maxDecimals = 0;  // numbers: decimals and characters seen
     int maxLength = 0;
+
+    // A string value with its trailing blanks.
+    std::string valueAt(std::size_t row) const;
 };
 
 struct CsvTable {

@@ -14,37 +14,69 @@ namespace host::dictionary {
 namespace {
 
 // Each command with the words that name it; the body starts behind the first of them.
-enum class Which { SplitFile, Weight, Dataset, ValueLabels, AddValueLabels, VariableLabels,
-                   MissingValues, VariableLevel, Formats, MrSets, None };
+enum class Which {
+    SplitFile,
+    Weight,
+    Dataset,
+    ValueLabels,
+    AddValueLabels,
+    VariableLabels,
+    MissingValues,
+    VariableLevel,
+    Formats,
+    MrSets,
+    None
+};
 
 Which identify(std::vector<std::string> const& w) {
     auto is = [&](std::size_t i, char const* word) { return i < w.size() && w[i] == word; };
-    if (is(0, "SPLIT") && is(1, "FILE")) return Which::SplitFile;
-    if (is(0, "WEIGHT")) return Which::Weight;
-    if (is(0, "DATASET")) return Which::Dataset;
-    if (is(0, "VALUE") && is(1, "LABELS")) return Which::ValueLabels;
-    if (is(0, "ADD") && is(1, "VALUE") && is(2, "LABELS")) return Which::AddValueLabels;
-    if (is(0, "VARIABLE") && is(1, "LABELS")) return Which::VariableLabels;
-    if (is(0, "VARIABLE") && is(1, "LEVEL")) return Which::VariableLevel;
-    if (is(0, "MISSING") && is(1, "VALUES")) return Which::MissingValues;
-    if (is(0, "FORMATS")) return Which::Formats;
-    if (is(0, "MRSETS")) return Which::MrSets;
+    if (is(0, "SPLIT") && is(1, "FILE"))
+        return Which::SplitFile;
+    if (is(0, "WEIGHT"))
+        return Which::Weight;
+    if (is(0, "DATASET"))
+        return Which::Dataset;
+    if (is(0, "VALUE") && is(1, "LABELS"))
+        return Which::ValueLabels;
+    if (is(0, "ADD") && is(1, "VALUE") && is(2, "LABELS"))
+        return Which::AddValueLabels;
+    if (is(0, "VARIABLE") && is(1, "LABELS"))
+        return Which::VariableLabels;
+    if (is(0, "VARIABLE") && is(1, "LEVEL"))
+        return Which::VariableLevel;
+    if (is(0, "MISSING") && is(1, "VALUES"))
+        return Which::MissingValues;
+    if (is(0, "FORMATS"))
+        return Which::Formats;
+    if (is(0, "MRSETS"))
+        return Which::MrSets;
     return Which::None;
 }
 
 char const* commandName(Which which) {
     switch (which) {
-        case Which::SplitFile: return "SPLIT FILE";
-        case Which::Weight: return "WEIGHT";
-        case Which::Dataset: return "DATASET";
-        case Which::ValueLabels: return "VALUE LABELS";
-        case Which::AddValueLabels: return "ADD VALUE LABELS";
-        case Which::VariableLabels: return "VARIABLE LABELS";
-        case Which::MissingValues: return "MISSING VALUES";
-        case Which::VariableLevel: return "VARIABLE LEVEL";
-        case Which::Formats: return "FORMATS";
-        case Which::MrSets: return "MRSETS";
-        case Which::None: break;
+        case Which::SplitFile:
+            return "SPLIT FILE";
+        case Which::Weight:
+            return "WEIGHT";
+        case Which::Dataset:
+            return "DATASET";
+        case Which::ValueLabels:
+            return "VALUE LABELS";
+        case Which::AddValueLabels:
+            return "ADD VALUE LABELS";
+        case Which::VariableLabels:
+            return "VARIABLE LABELS";
+        case Which::MissingValues:
+            return "MISSING VALUES";
+        case Which::VariableLevel:
+            return "VARIABLE LEVEL";
+        case Which::Formats:
+            return "FORMATS";
+        case Which::MrSets:
+            return "MRSETS";
+        case Which::None:
+            break;
     }
     return "";
 }
@@ -56,9 +88,12 @@ int nameWordsInBody(Which which) {
         case Which::ValueLabels:
         case Which::VariableLabels:
         case Which::VariableLevel:
-        case Which::MissingValues: return 1;
-        case Which::AddValueLabels: return 2;
-        default: return 0;
+        case Which::MissingValues:
+            return 1;
+        case Which::AddValueLabels:
+            return 2;
+        default:
+            return 0;
     }
 }
 
@@ -79,7 +114,8 @@ public:
         return pos_ + ahead < tokens_.size() ? &tokens_[pos_ + ahead] : nullptr;
     }
     TokenInfoObj const& take() {
-        if (atEnd()) fail("the command ends too early");
+        if (atEnd())
+            fail("the command ends too early");
         return tokens_[pos_++];
     }
     bool isWord(char const* word, std::size_t ahead = 0) const {
@@ -91,26 +127,31 @@ public:
         return t && t->IsOperator() && t->getOperatorCode() == op;
     }
     bool takeWord(char const* word) {
-        if (!isWord(word)) return false;
+        if (!isWord(word))
+            return false;
         ++pos_;
         return true;
     }
     bool takeOp(TokenSequenceBase::OperatorCode op) {
-        if (!isOp(op)) return false;
+        if (!isOp(op))
+            return false;
         ++pos_;
         return true;
     }
     void expectOp(TokenSequenceBase::OperatorCode op, char const* what) {
-        if (!takeOp(op)) fail(std::string("expected ") + what + here());
+        if (!takeOp(op))
+            fail(std::string("expected ") + what + here());
     }
     [[noreturn]] void fail(std::string text) const {
         auto const* t = peek();
-        if (!t && !tokens_.empty()) t = &tokens_.back();
+        if (!t && !tokens_.empty())
+            t = &tokens_.back();
         throw CommandError{t ? t->line() : line_, t ? t->column() : column_, std::move(text)};
     }
     std::string here() const {
         auto const* t = peek();
-        return t ? std::string(" where \"") + t->getString() + "\" stands" : " at the end of the command";
+        return t ? std::string(" where \"") + t->getString() + "\" stands"
+                 : " at the end of the command";
     }
 
 private:
@@ -151,9 +192,11 @@ private:
 
 int Interpreter::variable() {
     auto const* t = c_.peek();
-    if (!t || t->getType() != TokenInfoObj::KIND_WORD) c_.fail("expected a variable name" + c_.here());
+    if (!t || t->getType() != TokenInfoObj::KIND_WORD)
+        c_.fail("expected a variable name" + c_.here());
     int const index = findVariable(*dataset_, t->getString());
-    if (index < 0) c_.fail(std::string("the variable \"") + t->getString() + "\" does not exist");
+    if (index < 0)
+        c_.fail(std::string("the variable \"") + t->getString() + "\" does not exist");
     c_.take();
     return index;
 }
@@ -161,18 +204,22 @@ int Interpreter::variable() {
 std::vector<int> Interpreter::variableList(bool stopAtKeywords) {
     std::vector<int> list;
     while (auto const* t = c_.peek()) {
-        if (t->getType() != TokenInfoObj::KIND_WORD) break;
-        if (stopAtKeywords && c_.isOp(TokenSequenceBase::OP_EQUALS, 1)) break;
+        if (t->getType() != TokenInfoObj::KIND_WORD)
+            break;
+        if (stopAtKeywords && c_.isOp(TokenSequenceBase::OP_EQUALS, 1))
+            break;
         int const first = variable();
         if (c_.takeWord("TO")) {
             int const last = variable();
-            if (last < first) c_.fail("the variables of a TO range must stand in dictionary order");
+            if (last < first)
+                c_.fail("the variables of a TO range must stand in dictionary order");
             for (int i = first; i <= last; ++i) list.push_back(i);
         } else {
             list.push_back(first);
         }
     }
-    if (list.empty()) c_.fail("expected a variable name" + c_.here());
+    if (list.empty())
+        c_.fail("expected a variable name" + c_.here());
     return list;
 }
 
@@ -193,11 +240,15 @@ void Interpreter::splitFile(std::vector<Change>& changes) {
         return;
     }
     bool layered = true;
-    if (c_.takeWord("SEPARATE")) layered = false;
-    else c_.takeWord("LAYERED");
-    if (!c_.takeWord("BY")) c_.fail("expected BY or OFF" + c_.here());
+    if (c_.takeWord("SEPARATE"))
+        layered = false;
+    else
+        c_.takeWord("LAYERED");
+    if (!c_.takeWord("BY"))
+        c_.fail("expected BY or OFF" + c_.here());
     std::vector<int> list = variableList();
-    if (list.size() > 8) c_.fail("at most 8 split variables can be named");
+    if (list.size() > 8)
+        c_.fail("at most 8 split variables can be named");
     changes.push_back([d = dataset_, list, layered] {
         d->split = list;
         d->splitLayered = layered;
@@ -210,21 +261,26 @@ void Interpreter::weight(std::vector<Change>& changes) {
         changes.push_back([d = dataset_] { d->weight = -1; });
         return;
     }
-    if (!c_.takeWord("BY")) c_.fail("expected BY or OFF" + c_.here());
+    if (!c_.takeWord("BY"))
+        c_.fail("expected BY or OFF" + c_.here());
     int const index = variable();
-    if (var(index).width != 0) c_.fail("the weight variable must be numeric, and \"" + var(index).name + "\" is a string");
+    if (var(index).width != 0)
+        c_.fail("the weight variable must be numeric, and \"" + var(index).name + "\" is a string");
     changes.push_back([d = dataset_, index] { d->weight = index; });
 }
 
 void Interpreter::dataset(std::vector<Change>& changes) {
     bool const activate = c_.takeWord("ACTIVATE");
-    if (!activate && !c_.takeWord("NAME")) c_.fail("only DATASET ACTIVATE and DATASET NAME are supported");
+    if (!activate && !c_.takeWord("NAME"))
+        c_.fail("only DATASET ACTIVATE and DATASET NAME are supported");
     auto const& name = c_.take();
-    if (name.getType() != TokenInfoObj::KIND_WORD) c_.fail("expected the name of a dataset");
+    if (name.getType() != TokenInfoObj::KIND_WORD)
+        c_.fail("expected the name of a dataset");
     std::string const handle = name.getString();
     // WINDOW= and the like only concern a screen; they are read and have no effect here.
     if (activate) {
-        if (!findDataset(handle)) c_.fail("there is no dataset called \"" + handle + "\"");
+        if (!findDataset(handle))
+            c_.fail("there is no dataset called \"" + handle + "\"");
         changes.push_back([handle] { (void)activateDataset(handle); });
     } else {
         changes.push_back([d = dataset_, handle] { addNamedDataset(handle, d); });
@@ -237,18 +293,22 @@ void Interpreter::valueLabels(bool add, std::vector<Change>& changes) {
         std::vector<int> list = variableList();
         bool mixed = false;
         bool const numeric = allNumeric(list, mixed);
-        if (mixed) c_.fail("one list of value labels cannot serve numeric and string variables together");
+        if (mixed)
+            c_.fail("one list of value labels cannot serve numeric and string variables together");
         std::vector<std::pair<TokenInfoObj, std::string>> pairs;
         while (!c_.atEnd() && !c_.isOp(TokenSequenceBase::OP_SLASH)) {
             auto const& value = c_.take();
             if (numeric && !value.IsNumber()) {
-                c_.fail(std::string("\"") + value.getString() + "\" is not a number, as the variables are numeric");
+                c_.fail(std::string("\"") + value.getString() +
+                        "\" is not a number, as the variables are numeric");
             }
             if (!numeric && !value.IsLiteral()) {
-                c_.fail(std::string("the value ") + value.getString() + " must be a quoted text, as the variables are strings");
+                c_.fail(std::string("the value ") + value.getString() +
+                        " must be a quoted text, as the variables are strings");
             }
             auto const* label = c_.peek();
-            if (!label || !label->IsLiteral()) c_.fail("expected a quoted label" + c_.here());
+            if (!label || !label->IsLiteral())
+                c_.fail("expected a quoted label" + c_.here());
             pairs.emplace_back(value, c_.take().getString());
         }
         c_.takeOp(TokenSequenceBase::OP_SLASH);
@@ -256,9 +316,11 @@ void Interpreter::valueLabels(bool add, std::vector<Change>& changes) {
             changes.push_back([d = dataset_, index, pairs, add] {
                 auto& variable = variableAt(*d, index);
                 auto labels = std::make_shared<ValueLabels>(ValueLabels{variable.width, {}});
-                if (add && variable.labels) *labels = *variable.labels;
+                if (add && variable.labels)
+                    *labels = *variable.labels;
                 for (auto const& [value, label] : pairs) {
-                    auto entry = makeLabelEntry(variable, value.getNumeric(), value.getString(), label);
+                    auto entry =
+                        makeLabelEntry(variable, value.getNumeric(), value.getString(), label);
                     bool replaced = false;
                     for (auto& existing : labels->entries) {
                         if (existing.cell == entry.cell) {
@@ -266,7 +328,8 @@ void Interpreter::valueLabels(bool add, std::vector<Change>& changes) {
                             replaced = true;
                         }
                     }
-                    if (!replaced) labels->entries.push_back(std::move(entry));
+                    if (!replaced)
+                        labels->entries.push_back(std::move(entry));
                 }
                 variable.labels = labels;
             });
@@ -278,7 +341,8 @@ void Interpreter::variableLabels(std::vector<Change>& changes) {
     while (!c_.atEnd()) {
         int const index = variable();
         auto const* label = c_.peek();
-        if (!label || !label->IsLiteral()) c_.fail("expected a quoted label" + c_.here());
+        if (!label || !label->IsLiteral())
+            c_.fail("expected a quoted label" + c_.here());
         std::string text = c_.take().getString();
         changes.push_back([d = dataset_, index, text] {
             auto& variable = variableAt(*d, index);
@@ -296,39 +360,50 @@ void Interpreter::missingValues(std::vector<Change>& changes) {
         std::vector<int> list = variableList();
         bool mixed = false;
         bool const numeric = allNumeric(list, mixed);
-        if (mixed) c_.fail("one list of missing values cannot serve numeric and string variables together");
+        if (mixed)
+            c_.fail(
+                "one list of missing values cannot serve numeric and string variables together");
         c_.expectOp(TokenSequenceBase::OP_LEFT_PAREN, "a left parenthesis");
         std::vector<double> numbers;
         std::vector<std::string> texts;
         std::optional<std::pair<double, double>> range;
         auto bound = [&](bool low) -> double {
-            if (c_.takeWord(low ? "LO" : "HI") || c_.takeWord(low ? "LOWEST" : "HIGHEST")) return low ? lowest : highest;
+            if (c_.takeWord(low ? "LO" : "HI") || c_.takeWord(low ? "LOWEST" : "HIGHEST"))
+                return low ? lowest : highest;
             auto const& t = c_.take();
-            if (!t.IsNumber()) c_.fail(std::string("\"") + t.getString() + "\" is not a number");
+            if (!t.IsNumber())
+                c_.fail(std::string("\"") + t.getString() + "\" is not a number");
             return t.getNumeric();
         };
         while (!c_.takeOp(TokenSequenceBase::OP_RIGHT_PAREN)) {
-            if (c_.atEnd()) c_.fail("expected a right parenthesis at the end of the command");
+            if (c_.atEnd())
+                c_.fail("expected a right parenthesis at the end of the command");
             if (!numeric) {
                 auto const& t = c_.take();
-                if (!t.IsLiteral()) c_.fail(std::string("the missing value ") + t.getString() + " must be a quoted text, as the variables are strings");
+                if (!t.IsLiteral())
+                    c_.fail(std::string("the missing value ") + t.getString() +
+                            " must be a quoted text, as the variables are strings");
                 texts.push_back(trimRight(t.getString()));
                 continue;
             }
             bool const startsLow = c_.isWord("LO") || c_.isWord("LOWEST");
             double const first = bound(true);
             if (c_.takeWord("THRU")) {
-                if (range) c_.fail("only one THRU range of missing values is allowed");
+                if (range)
+                    c_.fail("only one THRU range of missing values is allowed");
                 double const second = bound(false);
-                if (second < first) c_.fail("the missing range runs from a higher to a lower value");
+                if (second < first)
+                    c_.fail("the missing range runs from a higher to a lower value");
                 range = std::make_pair(first, second);
             } else {
-                if (startsLow) c_.fail("LO needs THRU and an upper bound");
+                if (startsLow)
+                    c_.fail("LO needs THRU and an upper bound");
                 numbers.push_back(first);
             }
         }
         std::size_t const count = numbers.size() + texts.size() + (range ? 2 : 0);
-        if (count > 3) c_.fail("at most three missing values, or a range and one value, can be given");
+        if (count > 3)
+            c_.fail("at most three missing values, or a range and one value, can be given");
         c_.takeOp(TokenSequenceBase::OP_SLASH);
         for (int index : list) {
             changes.push_back([d = dataset_, index, numbers, texts, range] {
@@ -350,14 +425,19 @@ void Interpreter::variableLevel(std::vector<Change>& changes) {
         std::vector<int> list = variableList();
         c_.expectOp(TokenSequenceBase::OP_LEFT_PAREN, "a left parenthesis");
         int level = 0;
-        if (c_.takeWord("NOMINAL")) level = MEASURE_NOMINAL;
-        else if (c_.takeWord("ORDINAL")) level = MEASURE_ORDINAL;
-        else if (c_.takeWord("SCALE")) level = MEASURE_SCALE;
-        else c_.fail("expected NOMINAL, ORDINAL or SCALE" + c_.here());
+        if (c_.takeWord("NOMINAL"))
+            level = MEASURE_NOMINAL;
+        else if (c_.takeWord("ORDINAL"))
+            level = MEASURE_ORDINAL;
+        else if (c_.takeWord("SCALE"))
+            level = MEASURE_SCALE;
+        else
+            c_.fail("expected NOMINAL, ORDINAL or SCALE" + c_.here());
         c_.expectOp(TokenSequenceBase::OP_RIGHT_PAREN, "a right parenthesis");
         c_.takeOp(TokenSequenceBase::OP_SLASH);
         for (int index : list) {
-            changes.push_back([d = dataset_, index, level] { variableAt(*d, index).measure = level; });
+            changes.push_back(
+                [d = dataset_, index, level] { variableAt(*d, index).measure = level; });
         }
     }
 }
@@ -378,18 +458,21 @@ void Interpreter::formats(std::vector<Change>& changes) {
             auto const& variable = var(index);
             if (!formatFitsVariable(type, variable.width == 0)) {
                 c_.fail("the format " + formatTypeName(type) + " does not fit the " +
-                        (variable.width == 0 ? "numeric" : "string") + " variable \"" + variable.name + "\"");
+                        (variable.width == 0 ? "numeric" : "string") + " variable \"" +
+                        variable.name + "\"");
             }
             if (variable.width != 0 && width != variable.width) {
                 c_.fail("the format of the string variable \"" + variable.name + "\" must be A" +
-                        std::to_string(variable.width) + ": a format does not change a string's width");
+                        std::to_string(variable.width) +
+                        ": a format does not change a string's width");
             }
         }
         c_.takeOp(TokenSequenceBase::OP_SLASH);
         for (int index : list) {
             changes.push_back([d = dataset_, index, type, width, decimals] {
                 auto& variable = variableAt(*d, index);
-                if (variable.width == 0) variable.format = KwelFormatPack(type, width, decimals);
+                if (variable.width == 0)
+                    variable.format = KwelFormatPack(type, width, decimals);
             });
         }
     }
@@ -398,7 +481,8 @@ void Interpreter::formats(std::vector<Change>& changes) {
 void Interpreter::mrsets(std::vector<Change>& changes) {
     while (!c_.atEnd()) {
         c_.takeOp(TokenSequenceBase::OP_SLASH);
-        if (c_.atEnd()) break;
+        if (c_.atEnd())
+            break;
         auto const& sub = c_.take();
         std::string const name = upper(sub.getString());
         if (name == "DISPLAY") {
@@ -406,22 +490,29 @@ void Interpreter::mrsets(std::vector<Change>& changes) {
             continue;
         }
         if (name == "DELETE") {
-            if (!c_.takeWord("NAME")) c_.fail("expected NAME=" + c_.here());
+            if (!c_.takeWord("NAME"))
+                c_.fail("expected NAME=" + c_.here());
             c_.expectOp(TokenSequenceBase::OP_EQUALS, "an equals sign");
             std::vector<std::string> names;
             bool all = false;
             bool const bracket = c_.takeOp(TokenSequenceBase::OP_LEFT_BRACKET);
-            while (!c_.atEnd() && !c_.isOp(TokenSequenceBase::OP_SLASH) && !c_.isOp(TokenSequenceBase::OP_RIGHT_BRACKET)) {
+            while (!c_.atEnd() && !c_.isOp(TokenSequenceBase::OP_SLASH) &&
+                   !c_.isOp(TokenSequenceBase::OP_RIGHT_BRACKET)) {
                 std::string const set = c_.take().getString();
-                if (equalsNoCase(set, "ALL")) all = true;
-                else names.push_back(set);
+                if (equalsNoCase(set, "ALL"))
+                    all = true;
+                else
+                    names.push_back(set);
             }
-            if (bracket) c_.expectOp(TokenSequenceBase::OP_RIGHT_BRACKET, "a right bracket");
+            if (bracket)
+                c_.expectOp(TokenSequenceBase::OP_RIGHT_BRACKET, "a right bracket");
             changes.push_back([d = dataset_, names, all] {
                 std::erase_if(d->sets, [&](VariableSet const& set) {
-                    if (all) return true;
+                    if (all)
+                        return true;
                     for (auto const& n : names) {
-                        if (equalsNoCase(n, set.GetName(VariableSet::CHANGECASE_NONE))) return true;
+                        if (equalsNoCase(n, set.GetName(VariableSet::CHANGECASE_NONE)))
+                            return true;
                     }
                     return false;
                 });
@@ -430,7 +521,8 @@ void Interpreter::mrsets(std::vector<Change>& changes) {
         }
         bool const dichotomy = name == "MDGROUP";
         if (!dichotomy && name != "MCGROUP") {
-            c_.fail("unknown subcommand /" + std::string(sub.getString()) + "; expected MCGROUP, MDGROUP, DELETE or DISPLAY");
+            c_.fail("unknown subcommand /" + std::string(sub.getString()) +
+                    "; expected MCGROUP, MDGROUP, DELETE or DISPLAY");
         }
         std::string setName;
         std::string label;
@@ -444,38 +536,48 @@ void Interpreter::mrsets(std::vector<Change>& changes) {
             c_.expectOp(TokenSequenceBase::OP_EQUALS, "an equals sign");
             if (keyword == "NAME") {
                 setName = c_.take().getString();
-                if (setName.size() < 2 || setName[0] != '$') c_.fail("the name of a multiple-response set must start with $");
+                if (setName.size() < 2 || setName[0] != '$')
+                    c_.fail("the name of a multiple-response set must start with $");
             } else if (keyword == "LABEL") {
                 auto const& t = c_.take();
-                if (!t.IsLiteral()) c_.fail("expected a quoted label");
+                if (!t.IsLiteral())
+                    c_.fail("expected a quoted label");
                 label = t.getString();
             } else if (keyword == "VARIABLES") {
                 members = variableList(true);
             } else if (keyword == "VALUE" && dichotomy) {
                 auto const& t = c_.take();
-                if (!t.IsNumber() && !t.IsLiteral()) c_.fail("the counted value must be a number or a quoted text");
+                if (!t.IsNumber() && !t.IsLiteral())
+                    c_.fail("the counted value must be a number or a quoted text");
                 counted = t.getString();
                 hasValue = true;
             } else if (keyword == "CATEGORYLABELS" && dichotomy) {
-                if (c_.takeWord("COUNTEDVALUES")) categoryLabels = true;
-                else if (!c_.takeWord("VARLABELS")) c_.fail("expected VARLABELS or COUNTEDVALUES" + c_.here());
+                if (c_.takeWord("COUNTEDVALUES"))
+                    categoryLabels = true;
+                else if (!c_.takeWord("VARLABELS"))
+                    c_.fail("expected VARLABELS or COUNTEDVALUES" + c_.here());
             } else {
                 c_.fail("unknown keyword " + std::string(key.getString()) + " on /" + name);
             }
         }
-        if (setName.empty()) c_.fail("/" + name + " needs NAME=");
-        if (members.size() < 2) c_.fail("the set " + setName + " needs at least two variables");
-        if (dichotomy && !hasValue) c_.fail("the set " + setName + " needs VALUE=");
+        if (setName.empty())
+            c_.fail("/" + name + " needs NAME=");
+        if (members.size() < 2)
+            c_.fail("the set " + setName + " needs at least two variables");
+        if (dichotomy && !hasValue)
+            c_.fail("the set " + setName + " needs VALUE=");
         bool mixed = false;
         allNumeric(members, mixed);
-        if (mixed) c_.fail("the set " + setName + " mixes numeric and string variables");
+        if (mixed)
+            c_.fail("the set " + setName + " mixes numeric and string variables");
         std::vector<std::string> names;
         for (int index : members) names.push_back(var(index).name);
         VariableSet set(setName, dichotomy ? VariableSet::DICHOTOMY_SET : VariableSet::CATEGORY_SET,
                         label, names, counted, categoryLabels);
         changes.push_back([d = dataset_, set] {
             for (auto& existing : d->sets) {
-                if (equalsNoCase(existing.GetName(VariableSet::CHANGECASE_NONE), set.GetName(VariableSet::CHANGECASE_NONE))) {
+                if (equalsNoCase(existing.GetName(VariableSet::CHANGECASE_NONE),
+                                 set.GetName(VariableSet::CHANGECASE_NONE))) {
                     existing = set;
                     return;
                 }
@@ -487,19 +589,41 @@ void Interpreter::mrsets(std::vector<Change>& changes) {
 
 void Interpreter::run(Which which, std::vector<Change>& changes) {
     switch (which) {
-        case Which::SplitFile: splitFile(changes); break;
-        case Which::Weight: weight(changes); break;
-        case Which::Dataset: dataset(changes); break;
-        case Which::ValueLabels: valueLabels(false, changes); break;
-        case Which::AddValueLabels: valueLabels(true, changes); break;
-        case Which::VariableLabels: variableLabels(changes); break;
-        case Which::MissingValues: missingValues(changes); break;
-        case Which::VariableLevel: variableLevel(changes); break;
-        case Which::Formats: formats(changes); break;
-        case Which::MrSets: mrsets(changes); break;
-        case Which::None: break;
+        case Which::SplitFile:
+            splitFile(changes);
+            break;
+        case Which::Weight:
+            weight(changes);
+            break;
+        case Which::Dataset:
+            dataset(changes);
+            break;
+        case Which::ValueLabels:
+            valueLabels(false, changes);
+            break;
+        case Which::AddValueLabels:
+            valueLabels(true, changes);
+            break;
+        case Which::VariableLabels:
+            variableLabels(changes);
+            break;
+        case Which::MissingValues:
+            missingValues(changes);
+            break;
+        case Which::VariableLevel:
+            variableLevel(changes);
+            break;
+        case Which::Formats:
+            formats(changes);
+            break;
+        case Which::MrSets:
+            mrsets(changes);
+            break;
+        case Which::None:
+            break;
     }
-    if (!c_.atEnd()) c_.fail("unexpected text" + c_.here());
+    if (!c_.atEnd())
+        c_.fail("unexpected text" + c_.here());
 }
 
 }  // namespace
@@ -511,7 +635,8 @@ bool isDataCommand(std::vector<std::string> const& upperWords) {
 std::vector<Diagnostic> applyDataCommand(std::vector<std::string> const& upperWords,
                                          std::string const& body, int line, int column) {
     std::vector<Diagnostic> messages;
-    auto report = [&](int at, int col, std::string text, Diagnostic::Level level = Diagnostic::Error) {
+    auto report = [&](int at, int col, std::string text,
+                      Diagnostic::Level level = Diagnostic::Error) {
         Diagnostic d;
         d.level = level;
         d.line = at;
@@ -531,14 +656,16 @@ std::vector<Diagnostic> applyDataCommand(std::vector<std::string> const& upperWo
     for (auto const& problem : tokens.diagnostics) {
         report(problem.line, problem.column, problem.text);
     }
-    if (!messages.empty()) return messages;
+    if (!messages.empty())
+        return messages;
     std::vector<TokenInfoObj> list = std::move(tokens.tokens);
     // Commas only separate, as in the other commands' lists.
     std::erase_if(list, [](TokenInfoObj const& t) {
         return t.IsOperator() && t.getOperatorCode() == TokenSequenceBase::OP_COMMA;
     });
     int const skip = nameWordsInBody(which);
-    list.erase(list.begin(), list.begin() + std::min<std::ptrdiff_t>(skip, static_cast<std::ptrdiff_t>(list.size())));
+    list.erase(list.begin(), list.begin() + std::min<std::ptrdiff_t>(
+                                                skip, static_cast<std::ptrdiff_t>(list.size())));
     Cursor cursor(std::move(list), line, column);
     std::vector<Change> changes;
     try {

@@ -18,25 +18,34 @@ int KWEL_DataSource::FindVarIndex(char const* name, int) const {
 }
 
 KWEL_Variable* KWEL_DataSource::GetVariable(int index) const {
-    if (index < 0 || static_cast<std::size_t>(index) >= d_->variables.size()) return nullptr;
+    if (index < 0 || static_cast<std::size_t>(index) >= d_->variables.size())
+        return nullptr;
     return d_->variables[static_cast<std::size_t>(index)].get();
 }
 
-int KWEL_DataSource::ColumnCount() const { return static_cast<int>(d_->variables.size()); }
+int KWEL_DataSource::ColumnCount() const {
+    return static_cast<int>(d_->variables.size());
+}
 
-std::int64_t KWEL_DataSource::CaseCount() const { return d_->cases; }
+std::int64_t KWEL_DataSource::CaseCount() const {
+    return d_->cases;
+}
 
 KWEL_InputCaseIterator* KWEL_DataSource::CreateInputCaseIterator(int) const {
     return new ProcDSIterator(d_);
 }
 
-int KWEL_DataSource::SplitVariableCount() const { return static_cast<int>(d_->split.size()); }
+int KWEL_DataSource::SplitVariableCount() const {
+    return static_cast<int>(d_->split.size());
+}
 
 int KWEL_DataSource::SplitVariableIndex(unsigned position) const {
     return position < d_->split.size() ? d_->split[position] : -1;
 }
 
-int KWEL_DataSource::GetWeightVarIndex() const { return d_->weight; }
+int KWEL_DataSource::GetWeightVarIndex() const {
+    return d_->weight;
+}
 
 // ---- Iterators
 
@@ -51,7 +60,8 @@ ProcDSIterator::ProcDSIterator(std::shared_ptr<KWEL_DataSource::Data const> data
 ProcDSIterator::~ProcDSIterator() = default;
 
 int ProcDSIterator::NextCase() {
-    if (ended_) return 0;
+    if (ended_)
+        return 0;
     if (groupEnd_) {
         groupEnd_ = false;
         ++group_;
@@ -71,18 +81,21 @@ int ProcDSIterator::NextCase() {
 }
 
 std::int64_t ProcDSIterator::CaseNumber() {
-    if (position_ < 0) return 0;
+    if (position_ < 0)
+        return 0;
     auto const& order = groups_->order;
     return (order.empty() ? position_ : order[static_cast<std::size_t>(position_)]) + 1;
 }
 
 OBS const* ProcDSIterator::GetObsPointer(unsigned int index) const {
-    if (position_ < 0 || index >= data_->variables.size()) return nullptr;
+    if (position_ < 0 || index >= data_->variables.size())
+        return nullptr;
     auto const& order = groups_->order;
-    auto const row =
-        static_cast<std::size_t>(order.empty() ? position_ : order[static_cast<std::size_t>(position_)]);
+    auto const row = static_cast<std::size_t>(
+        order.empty() ? position_ : order[static_cast<std::size_t>(position_)]);
     auto const& variable = data_->variables[index]->hostData();
-    return data_->columns[index].data() + row * static_cast<std::size_t>(hd::cellsPerValue(variable));
+    return data_->columns[index].data() +
+           row * static_cast<std::size_t>(hd::cellsPerValue(variable));
 }
 
 // ---- Named datasets
@@ -104,7 +117,9 @@ bool UserCaseFileSpec::Init(std::string const& handle, bool, bool) {
     return valid_;
 }
 
-bool UserCaseFileSpec::IsWorkingFile() const { return working_; }
+bool UserCaseFileSpec::IsWorkingFile() const {
+    return working_;
+}
 
 UserInputCaseFile::UserInputCaseFile(UserCaseFileSpec const& spec, ProcedureDataSource*)
     : source_(std::make_unique<KWEL_DataSource>(
@@ -112,11 +127,14 @@ UserInputCaseFile::UserInputCaseFile(UserCaseFileSpec const& spec, ProcedureData
 
 UserInputCaseFile::~UserInputCaseFile() = default;
 
-KWEL_DataSource* UserInputCaseFile::DataSource() { return source_.get(); }
+KWEL_DataSource* UserInputCaseFile::DataSource() {
+    return source_.get();
+}
 
 // ---- Sets
 
 VariableSets::VariableSets(KWEL_DataSource const& source, VarSetsType) {
     // Multiple-response sets are the only sets this host keeps, so both kinds list the same.
-    if (source.hostData()) assign(source.hostData()->sets.begin(), source.hostData()->sets.end());
+    if (source.hostData())
+        assign(source.hostData()->sets.begin(), source.hostData()->sets.end());
 }

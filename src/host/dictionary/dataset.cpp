@@ -8,7 +8,9 @@ namespace host::dictionary {
 
 namespace {
 
-char upperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
+char upperAscii(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 }  // namespace
 
@@ -25,9 +27,11 @@ std::string upper(std::string_view text) {
 }
 
 bool equalsNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
+    if (a.size() != b.size())
+        return false;
     for (std::size_t i = 0; i < a.size(); ++i) {
-        if (upperAscii(a[i]) != upperAscii(b[i])) return false;
+        if (upperAscii(a[i]) != upperAscii(b[i]))
+            return false;
     }
     return true;
 }
@@ -53,13 +57,14 @@ int addVariable(Dataset& dataset, std::string name, int width) {
     data->labels = std::make_shared<ValueLabels>(ValueLabels{width, {}});
     setDefaultFormat(*data);
     std::vector<OBS> column;
-    std::size_t const cells = static_cast<std::size_t>(cellsPerValue(*data)) *
-                              static_cast<std::size_t>(dataset.cases);
+    std::size_t const cells =
+        static_cast<std::size_t>(cellsPerValue(*data)) * static_cast<std::size_t>(dataset.cases);
     if (width == 0) {
         column.assign(cells, KWEL_Globals::sysmis());
     } else {
         column.resize(cells);
-        if (cells > 0) std::memset(column.data(), ' ', cells * sizeof(OBS));
+        if (cells > 0)
+            std::memset(column.data(), ' ', cells * sizeof(OBS));
     }
     dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(data)));
     dataset.columns.push_back(std::move(column));
@@ -72,13 +77,15 @@ Variable& variableAt(Dataset& dataset, int index) {
 
 int findVariable(Dataset const& dataset, std::string const& name) {
     for (std::size_t i = 0; i < dataset.variables.size(); ++i) {
-        if (equalsNoCase(dataset.variables[i]->hostData().name, name)) return static_cast<int>(i);
+        if (equalsNoCase(dataset.variables[i]->hostData().name, name))
+            return static_cast<int>(i);
     }
     return -1;
 }
 
 std::shared_ptr<ProcDSIterator::Groups const> splitGroups(Dataset& dataset) {
-    if (dataset.groups) return dataset.groups;
+    if (dataset.groups)
+        return dataset.groups;
     auto groups = std::make_shared<ProcDSIterator::Groups>();
     if (dataset.cases > 0 && dataset.split.empty()) {
         groups->ends.push_back(dataset.cases);
@@ -103,7 +110,8 @@ std::shared_ptr<ProcDSIterator::Groups const> splitGroups(Dataset& dataset) {
                 }
             }
             auto [it, inserted] = groupOf.try_emplace(key, members.size());
-            if (inserted) members.emplace_back();
+            if (inserted)
+                members.emplace_back();
             members[it->second].push_back(row);
         }
         groups->order.reserve(static_cast<std::size_t>(dataset.cases));

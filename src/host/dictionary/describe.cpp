@@ -16,10 +16,14 @@ using nlohmann::ordered_json;
 
 char const* measureName(int measure) {
     switch (measure) {
-        case MEASURE_NOMINAL: return "nominal";
-        case MEASURE_ORDINAL: return "ordinal";
-        case MEASURE_SCALE: return "scale";
-        default: return "unknown";
+        case MEASURE_NOMINAL:
+            return "nominal";
+        case MEASURE_ORDINAL:
+            return "ordinal";
+        case MEASURE_SCALE:
+            return "scale";
+        default:
+            return "unknown";
     }
 }
 
@@ -40,8 +44,10 @@ ordered_json missingJson(Variable const& variable) {
     for (auto const& text : variable.missingTexts) missing.push_back(text);
     if (variable.hasMissingRange) {
         ordered_json range = ordered_json::object();
-        if (variable.missingLow != KWEL_Globals::sysmis()) range["low"] = variable.missingLow;
-        if (variable.missingHigh != std::numeric_limits<double>::max()) range["high"] = variable.missingHigh;
+        if (variable.missingLow != KWEL_Globals::sysmis())
+            range["low"] = variable.missingLow;
+        if (variable.missingHigh != std::numeric_limits<double>::max())
+            range["high"] = variable.missingHigh;
         missing.push_back(range);
     }
     return missing;
@@ -53,7 +59,8 @@ std::string missingText(Variable const& variable) {
     for (double value : variable.missingNumbers) add(numberText(value));
     for (auto const& text : variable.missingTexts) add("\"" + text + "\"");
     if (variable.hasMissingRange) {
-        std::string const low = variable.missingLow == KWEL_Globals::sysmis() ? "LO" : numberText(variable.missingLow);
+        std::string const low =
+            variable.missingLow == KWEL_Globals::sysmis() ? "LO" : numberText(variable.missingLow);
         std::string const high = variable.missingHigh == std::numeric_limits<double>::max()
                                      ? "HI"
                                      : numberText(variable.missingHigh);
@@ -92,7 +99,8 @@ std::string describeJson(Dataset const& dataset) {
         variables.push_back(std::move(entry));
     }
     root["variables"] = std::move(variables);
-    root["weight"] = dataset.weight >= 0 ? ordered_json(nameOf(dataset, dataset.weight)) : ordered_json(nullptr);
+    root["weight"] =
+        dataset.weight >= 0 ? ordered_json(nameOf(dataset, dataset.weight)) : ordered_json(nullptr);
     ordered_json split = ordered_json::array();
     for (int index : dataset.split) split.push_back(nameOf(dataset, index));
     root["split"] = std::move(split);
@@ -103,7 +111,8 @@ std::string describeJson(Dataset const& dataset) {
         entry["type"] = set.GetType() == VariableSet::DICHOTOMY_SET ? "dichotomy" : "category";
         entry["label"] = set.GetLabel();
         entry["variables"] = set.GetVariableNames(VariableSet::CHANGECASE_NONE);
-        if (set.GetType() == VariableSet::DICHOTOMY_SET) entry["countedValue"] = set.GetValue();
+        if (set.GetType() == VariableSet::DICHOTOMY_SET)
+            entry["countedValue"] = set.GetValue();
         sets.push_back(std::move(entry));
     }
     root["mrsets"] = std::move(sets);
@@ -117,24 +126,30 @@ std::string describeText(Dataset const& dataset) {
     for (auto const& holder : dataset.variables) {
         auto const& variable = holder->hostData();
         out << "  " << variable.name << "  "
-            << (variable.width == 0 ? std::string("numeric") : "string(" + std::to_string(variable.width) + ")")
-            << "  " << formatToString(variable.format, variable.width) << "  " << measureName(variable.measure);
-        if (variable.hasLabel) out << "  \"" << variable.label << "\"";
+            << (variable.width == 0 ? std::string("numeric")
+                                    : "string(" + std::to_string(variable.width) + ")")
+            << "  " << formatToString(variable.format, variable.width) << "  "
+            << measureName(variable.measure);
+        if (variable.hasLabel)
+            out << "  \"" << variable.label << "\"";
         out << "\n";
         if (variable.labels && !variable.labels->entries.empty()) {
             out << "      value labels:";
             for (auto const& label : variable.labels->entries) {
-                out << " " << (variable.width == 0 ? numberText(label.number) : "\"" + label.text + "\"")
+                out << " "
+                    << (variable.width == 0 ? numberText(label.number) : "\"" + label.text + "\"")
                     << " = \"" << label.label << "\"";
             }
             out << "\n";
         }
         std::string const missing = missingText(variable);
-        if (!missing.empty()) out << "      missing: " << missing << "\n";
+        if (!missing.empty())
+            out << "      missing: " << missing << "\n";
     }
     out << "Weight: " << (dataset.weight >= 0 ? nameOf(dataset, dataset.weight) : "none") << "\n";
     out << "Split: ";
-    if (dataset.split.empty()) out << "none";
+    if (dataset.split.empty())
+        out << "none";
     for (std::size_t i = 0; i < dataset.split.size(); ++i) {
         out << (i ? " " : "") << nameOf(dataset, dataset.split[i]);
     }
@@ -143,10 +158,13 @@ std::string describeText(Dataset const& dataset) {
     for (auto const& set : dataset.sets) {
         out << "  " << set.GetName(VariableSet::CHANGECASE_NONE) << "  "
             << (set.GetType() == VariableSet::DICHOTOMY_SET ? "dichotomy" : "category");
-        if (set.GetType() == VariableSet::DICHOTOMY_SET) out << " (counted value " << set.GetValue() << ")";
-        if (!set.GetLabel().empty()) out << "  \"" << set.GetLabel() << "\"";
+        if (set.GetType() == VariableSet::DICHOTOMY_SET)
+            out << " (counted value " << set.GetValue() << ")";
+        if (!set.GetLabel().empty())
+            out << "  \"" << set.GetLabel() << "\"";
         out << "\n      variables:";
-        for (auto const& name : set.GetVariableNames(VariableSet::CHANGECASE_NONE)) out << " " << name;
+        for (auto const& name : set.GetVariableNames(VariableSet::CHANGECASE_NONE))
+            out << " " << name;
         out << "\n";
     }
     return out.str();
@@ -155,7 +173,8 @@ std::string describeText(Dataset const& dataset) {
 int runDescribe(std::string const& dataPath, bool json, std::ostream& out, std::ostream& err) {
     LoadResult result = loadDataset(dataPath);
     for (auto const& message : result.messages) err << message.toString() << "\n";
-    if (!result.ok()) return 1;
+    if (!result.ok())
+        return 1;
     out << (json ? describeJson(*result.dataset) : describeText(*result.dataset));
     return 0;
 }

@@ -8,7 +8,8 @@ std::string Diagnostic::toString() const {
         out += file;
         if (line > 0) {
             out += ':' + std::to_string(line);
-            if (column > 0) out += ':' + std::to_string(column);
+            if (column > 0)
+                out += ':' + std::to_string(column);
         }
         out += ": ";
     }
@@ -20,7 +21,8 @@ std::string Diagnostic::toString() const {
 void DiagnosticSink::add(std::string const& kind, Diagnostic diagnostic) {
     for (auto& entry : kinds_) {
         if (entry.name == kind) {
-            if (++entry.count <= limit_) out_.push_back(std::move(diagnostic));
+            if (++entry.count <= limit_)
+                out_.push_back(std::move(diagnostic));
             return;
         }
     }
@@ -30,7 +32,8 @@ void DiagnosticSink::add(std::string const& kind, Diagnostic diagnostic) {
 
 void DiagnosticSink::finish() {
     for (auto& entry : kinds_) {
-        if (entry.count <= limit_) continue;
+        if (entry.count <= limit_)
+            continue;
         Diagnostic more;
         more.level = Diagnostic::Note;
         more.file = entry.last.file;

@@ -12,9 +12,9 @@ struct Diagnostic {
     enum Level { Note = 1, Warning = 2, Error = 3 };
 
     Level level = Warning;
-    std::string file;        // empty when the message concerns no file
-    std::int64_t line = 0;   // 1-based; 0 when unknown
-    std::int64_t column = 0; // 1-based byte column; 0 when unknown
+    std::string file;         // empty when the message concerns no file
+    std::int64_t line = 0;    // 1-based; 0 when unknown
+    std::int64_t column = 0;  // 1-based byte column; 0 when unknown
     std::string text;
 
     // "file:line:column: warning: text", leaving out what is unknown.

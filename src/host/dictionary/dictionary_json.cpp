@@ -54,14 +54,18 @@ private:
         Diagnostic d;
         d.level = level;
         d.file = file_;
-        auto const place = locator_.place(offset);
-        d.line = place.line;
-        d.column = place.column;
+        if (offset != std::string::npos) {
+            auto const place = locator_.place(offset);
+            d.line = place.line;
+            d.column = place.column;
+        }
         d.text = std::move(text);
         messages_.push_back(std::move(d));
     }
     // The offset of a value's text behind `from`, for messages.
-    std::size_t at(json const& value, std::size_t from) const { return locator_.find(value.dump(), from); }
+    std::size_t at(json const& value, std::size_t from) const {
+        return locator_.find(value.dump(), from);
+    }
     bool readValue(json const& value, DictValue& out, std::size_t where, std::string const& what);
     void readField(json const& field, std::size_t where, Dictionary& dictionary);
     void readMrSet(json const& set, std::size_t where, Dictionary& dictionary);
@@ -73,7 +77,8 @@ private:
     std::vector<Diagnostic>& messages_;
 };
 
-bool Reader::readValue(json const& value, DictValue& out, std::size_t where, std::string const& what) {
+bool Reader::readValue(json const& value, DictValue& out, std::size_t where,
+                       std::string const& what) {
     if (value.is_number()) {
         out.isNumber = true;
         out.number = value.get<double>();
@@ -109,8 +114,8 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
         auto const& width = field["width"];
         if (!width.is_number_integer() || width.get<long long>() < 1 ||
             width.get<long long>() > 32767) {
-            error(at(width, offset), what + ": width " + width.dump() +
-                                         " is not a whole number from 1 to 32767");
+            error(at(width, offset),
+                  what + ": width " + width.dump() + " is not a whole number from 1 to 32767");
         } else {
             out.width = width.get<int>();
         }
@@ -166,7 +171,8 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
                     continue;
                 }
                 DictValue value;
-                if (!readValue(category["value"], value, here, what)) continue;
+                if (!readValue(category["value"], value, here, what))
+                    continue;
                 std::string label;
                 if (category.contains("label") && category["label"].is_string()) {
                     label = category["label"].get<std::string>();
@@ -196,7 +202,8 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
                     continue;
                 }
                 DictValue value;
-                if (readValue(entry, value, offset, what)) out.missing.push_back(std::move(value));
+                if (readValue(entry, value, offset, what))
+                    out.missing.push_back(std::move(value));
             }
         }
     }
@@ -226,7 +233,8 @@ void Reader::readMrSet(json const& set, std::size_t where, Dictionary& dictionar
     out.label = set.value("label", "");
     if (set.contains("variables") && set["variables"].is_array()) {
         for (auto const& name : set["variables"]) {
-            if (name.is_string()) out.variables.push_back(name.get<std::string>());
+            if (name.is_string())
+                out.variables.push_back(name.get<std::string>());
         }
     }
     if (out.variables.empty()) {
@@ -239,7 +247,8 @@ void Reader::readMrSet(json const& set, std::size_t where, Dictionary& dictionar
             return;
         }
         DictValue counted;
-        if (!readValue(set["countedValue"], counted, offset, what)) return;
+        if (!readValue(set["countedValue"], counted, offset, what))
+            return;
         out.countedValue = counted.text;
     }
     out.useCategoryLabels = set.value("useCategoryLabels", false);
@@ -257,6 +266,10 @@ std::optional<Dictionary> Reader::read() {
         auto const colon = what.find("syntax error");
         error(offset, "the dictionary is not valid JSON: " +
                           (colon == std::string::npos ? what : what.substr(colon)));
+        return std::nullopt;
+    } catch (json::exception const& e) {
+        // E.g. a number too large for a double: the library gives no place for it.
+        error(std::string::npos, std::string("the dictionary cannot be read: ") + e.what());
         return std::nullopt;
     }
     if (!root.is_object()) {
@@ -278,7 +291,8 @@ std::optional<Dictionary> Reader::readRoot(json const& root) {
     if (root.contains("path")) {
         if (root["path"].is_string()) {
             std::filesystem::path csv = root["path"].get<std::string>();
-            if (csv.is_relative()) csv = std::filesystem::path(file_).parent_path() / csv;
+            if (csv.is_relative())
+                csv = std::filesystem::path(file_).parent_path() / csv;
             dictionary.csvPath = csv.lexically_normal().string();
         } else {
             error(at(root["path"], 0), "\"path\" must be a text naming the CSV file");
@@ -314,13 +328,14 @@ std::optional<Dictionary> Reader::readRoot(json const& root) {
         dictionary.splitPlace = locator_.place(here);
         auto const& split = root["split"];
         json const* names = split.is_object() && split.contains("variables") ? &split["variables"]
-                            : split.is_array()                                  ? &split
-                                                                                : nullptr;
+                            : split.is_array()                               ? &split
+                                                                             : nullptr;
         if (!names || !names->is_array()) {
             error(here, "\"split\" must be {\"variables\": [...]}");
         } else {
             for (auto const& name : *names) {
-                if (name.is_string()) dictionary.split.push_back(name.get<std::string>());
+                if (name.is_string())
+                    dictionary.split.push_back(name.get<std::string>());
             }
         }
     }
@@ -335,14 +350,17 @@ std::optional<Dictionary> Reader::readRoot(json const& root) {
                     continue;
                 }
                 readMrSet(set, where, dictionary);
-                if (set.contains("name")) where = at(set["name"], where) + 1;
+                if (set.contains("name"))
+                    where = at(set["name"], where) + 1;
             }
         }
     }
     if (root.contains("currencies") && root["currencies"].is_array()) {
         for (auto const& currency : root["currencies"]) {
-            if (dictionary.currencies.size() == 5) break;
-            dictionary.currencies.emplace_back(currency.value("prefix", ""), currency.value("suffix", ""));
+            if (dictionary.currencies.size() == 5)
+                break;
+            dictionary.currencies.emplace_back(currency.value("prefix", ""),
+                                               currency.value("suffix", ""));
         }
     }
     return dictionary;
@@ -355,7 +373,8 @@ std::optional<Dictionary> readDictionaryText(std::string const& text, std::strin
     return Reader(text, file, messages).read();
 }
 
-std::optional<Dictionary> readDictionary(std::string const& path, std::vector<Diagnostic>& messages) {
+std::optional<Dictionary> readDictionary(std::string const& path,
+                                         std::vector<Diagnostic>& messages) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         Diagnostic d;
@@ -368,7 +387,8 @@ std::optional<Dictionary> readDictionary(std::string const& path, std::vector<Di
     std::ostringstream buffer;
     buffer << in.rdbuf();
     std::string text = buffer.str();
-    if (text.size() >= 3 && text.compare(0, 3, "\xEF\xBB\xBF") == 0) text.erase(0, 3);
+    if (text.size() >= 3 && text.compare(0, 3, "\xEF\xBB\xBF") == 0)
+        text.erase(0, 3);
     return readDictionaryText(text, path, messages);
 }
 

@@ -34,7 +34,7 @@ struct DictField {
     bool hasMissingRange = false;
     double missingLow = 0.0;
     double missingHigh = 0.0;
-    int measure = -1;  // -1: not given
+    int measure = -1;    // -1: not given
     int formatType = 0;  // 0: not given
     int formatWidth = 0;
     int formatDecimals = 0;
@@ -64,7 +64,8 @@ struct Dictionary {
 
 // Reads a dictionary file. Syntax errors and wrong shapes are reported with the file, line and
 // column; nullopt when the file cannot be used at all.
-std::optional<Dictionary> readDictionary(std::string const& path, std::vector<Diagnostic>& messages);
+std::optional<Dictionary> readDictionary(std::string const& path,
+                                         std::vector<Diagnostic>& messages);
 // The same over text in memory; `file` names it in messages and anchors a relative `path`.
 std::optional<Dictionary> readDictionaryText(std::string const& text, std::string const& file,
                                              std::vector<Diagnostic>& messages);

@@ -1,9 +1,10 @@
 #include "host/dictionary/loader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <algorithm>
 #include <filesystem>
+#include <new>
 #include <string_view>
 
 #include "host/dictionary/csv_reader.h"
@@ -27,7 +28,8 @@ bool parseNumberText(std::string const& text, double& value) {
     char const* end = begin + text.size();
     while (begin < end && *begin == ' ') ++begin;
     while (end > begin && end[-1] == ' ') --end;
-    if (begin < end && *begin == '+') ++begin;
+    if (begin < end && *begin == '+')
+        ++begin;
     auto r = std::from_chars(begin, end, value);
     return begin < end && r.ec == std::errc() && r.ptr == end;
 }
@@ -38,13 +40,16 @@ public:
         : dictionary_(dictionary), messages_(messages) {}
 
     DictField const* fieldFor(std::string const& header) const {
-        if (!dictionary_) return nullptr;
+        if (!dictionary_)
+            return nullptr;
         for (auto const& field : dictionary_->fields) {
-            if (equalsNoCase(field.name, header)) return &field;
+            if (equalsNoCase(field.name, header))
+                return &field;
         }
         std::string const name = variableNameFor(header, 0);
         for (auto const& field : dictionary_->fields) {
-            if (equalsNoCase(field.name, name)) return &field;
+            if (equalsNoCase(field.name, name))
+                return &field;
         }
         return nullptr;
     }
@@ -52,11 +57,13 @@ public:
     CsvColumnDeclaration declare(std::string const& header) const {
         CsvColumnDeclaration declaration;
         DictField const* field = fieldFor(header);
-        if (!field) return declaration;
-        bool const isString = field->type == "string" ||
-                              (field->type.empty() && field->formatType == FMT_A);
-        bool const isNumber = field->type == "number" || field->type == "integer" ||
-                              (field->type.empty() && field->formatType != 0 && field->formatType != FMT_A);
+        if (!field)
+            return declaration;
+        bool const isString =
+            field->type == "string" || (field->type.empty() && field->formatType == FMT_A);
+        bool const isNumber =
+            field->type == "number" || field->type == "integer" ||
+            (field->type.empty() && field->formatType != 0 && field->formatType != FMT_A);
         if (isString || isNumber) {
             declaration.declared = true;
             declaration.numeric = isNumber;
@@ -98,7 +105,8 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
         std::string name = variableNameFor(column.header, i);
         if (findVariable(dataset, name) >= 0) {
             std::string base = name;
-            for (int n = 2; findVariable(dataset, name) >= 0; ++n) name = base + "_" + std::to_string(n);
+            for (int n = 2; findVariable(dataset, name) >= 0; ++n)
+                name = base + "_" + std::to_string(n);
         }
         if (name != column.header) {
             Diagnostic d;
@@ -116,25 +124,16 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
         if (column.numeric) {
             data->width = 0;
             cells = std::move(column.numbers);
-            int const decimals = field && field->type == "integer" ? 0 : std::min(column.maxDecimals, 16);
+            int const decimals =
+                field && field->type == "integer" ? 0 : std::min(column.maxDecimals, 16);
             int width = std::max(8, std::min(column.maxLength, 40));
-            if (width <= decimals + 1) width = decimals + 2;
+            if (width <= decimals + 1)
+                width = decimals + 2;
             data->format = KwelFormatPack(FMT_F, width, decimals);
             data->measure = MEASURE_SCALE;
         } else {
-            int const declared = field ? field->width : 0;
-            data->width = declared > 0 ? declared : std::max(1, column.maxLength);
-            int const perValue = ObsCellsForWidth(data->width);
-            cells.resize(static_cast<std::size_t>(perValue) * static_cast<std::size_t>(table.rows));
-            char* bytes = reinterpret_cast<char*>(cells.data());
-            std::memset(bytes, ' ', cells.size() * sizeof(OBS));
-            std::size_t offset = 0;
-            std::size_t const stride = static_cast<std::size_t>(perValue) * sizeof(OBS);
-            for (std::size_t row = 0; row < column.lengths.size(); ++row) {
-                std::memcpy(bytes + row * stride, column.text.data() + offset, column.lengths[row]);
-                offset += column.lengths[row];
-            }
-            std::string().swap(column.text);
+            data->width = column.width;
+            cells = std::move(column.cells);
             data->format = KwelFormatPack(FMT_A, std::min(data->width, 255), 0);
             data->measure = MEASURE_NOMINAL;
         }
@@ -146,7 +145,8 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
         dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(data)));
         dataset.columns.push_back(std::move(cells));
     }
-    if (!dictionary_) return;
+    if (!dictionary_)
+        return;
     for (auto const& field : dictionary_->fields) {
         if (std::find(used.begin(), used.end(), &field) == used.end()) {
             error(dictionary_->file, field.place,
@@ -158,10 +158,12 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
         int const index = findVariable(dataset, *dictionary_->weight);
         if (index < 0) {
             error(dictionary_->file, dictionary_->weightPlace,
-                  "the weight variable \"" + *dictionary_->weight + "\" does not exist; the cases are not weighted");
+                  "the weight variable \"" + *dictionary_->weight +
+                      "\" does not exist; the cases are not weighted");
         } else if (variableAt(dataset, index).width != 0) {
             error(dictionary_->file, dictionary_->weightPlace,
-                  "the weight variable \"" + *dictionary_->weight + "\" is a string; the cases are not weighted");
+                  "the weight variable \"" + *dictionary_->weight +
+                      "\" is a string; the cases are not weighted");
         } else {
             dataset.weight = index;
         }
@@ -193,10 +195,12 @@ void Builder::applyField(DictField const& field, Variable& variable) {
     if (field.formatType != 0) {
         if (!formatFitsVariable(field.formatType, numeric)) {
             error(file, field.place,
-                  what + ": the print format " + formatTypeName(field.formatType) + " does not fit a " +
-                      (numeric ? "numeric" : "string") + " variable; it is ignored");
+                  what + ": the print format " + formatTypeName(field.formatType) +
+                      " does not fit a " + (numeric ? "numeric" : "string") +
+                      " variable; it is ignored");
         } else if (numeric) {
-            int const width = field.formatWidth > 0 ? field.formatWidth : KwelFormatWidth(variable.format);
+            int const width =
+                field.formatWidth > 0 ? field.formatWidth : KwelFormatWidth(variable.format);
             variable.format = KwelFormatPack(field.formatType, width, field.formatDecimals);
         }
     }
@@ -204,26 +208,31 @@ void Builder::applyField(DictField const& field, Variable& variable) {
     for (auto const& [value, label] : field.categories) {
         double number = value.number;
         if (numeric && !value.isNumber && !parseNumberText(value.text, number)) {
-            error(file, field.place, what + ": the category value \"" + value.text +
-                                         "\" is not a number, as the variable is numeric; it is ignored");
+            error(file, field.place,
+                  what + ": the category value \"" + value.text +
+                      "\" is not a number, as the variable is numeric; it is ignored");
             continue;
         }
         labels->entries.push_back(makeLabelEntry(variable, number, value.text, label));
     }
     variable.labels = labels;
-    if (!field.categories.empty() && field.measure < 0 && numeric) variable.measure = MEASURE_NOMINAL;
-    if (field.measure >= 0) variable.measure = field.measure;
+    if (!field.categories.empty() && field.measure < 0 && numeric)
+        variable.measure = MEASURE_NOMINAL;
+    if (field.measure >= 0)
+        variable.measure = field.measure;
     for (auto const& value : field.missing) {
         if (!numeric) {
             variable.missingTexts.push_back(trimRight(value.text));
             continue;
         }
         double number = value.number;
-        if (value.isNumber || parseNumberText(value.text, number)) variable.missingNumbers.push_back(number);
+        if (value.isNumber || parseNumberText(value.text, number))
+            variable.missingNumbers.push_back(number);
     }
     if (field.hasMissingRange) {
         if (!numeric) {
-            error(file, field.place, what + ": a string variable cannot have a missing range; it is ignored");
+            error(file, field.place,
+                  what + ": a string variable cannot have a missing range; it is ignored");
         } else {
             variable.hasMissingRange = true;
             variable.missingLow = field.missingLow;
@@ -250,18 +259,21 @@ void Builder::applySets(Dataset& dataset) {
         }
         if (numeric && string) {
             error(dictionary_->file, set.place,
-                  "multiple-response set \"" + set.name + "\" mixes numeric and string members; the set is left out");
+                  "multiple-response set \"" + set.name +
+                      "\" mixes numeric and string members; the set is left out");
             continue;
         }
         double number;
-        if (set.type == VariableSet::DICHOTOMY_SET && numeric && !parseNumberText(set.countedValue, number)) {
+        if (set.type == VariableSet::DICHOTOMY_SET && numeric &&
+            !parseNumberText(set.countedValue, number)) {
             error(dictionary_->file, set.place,
-                  "multiple-response set \"" + set.name + "\": the counted value \"" + set.countedValue +
+                  "multiple-response set \"" + set.name + "\": the counted value \"" +
+                      set.countedValue +
                       "\" is not a number, as its members are numeric; the set is left out");
             continue;
         }
-        dataset.sets.emplace_back(set.name, set.type, set.label, std::move(members), set.countedValue,
-                                  set.useCategoryLabels);
+        dataset.sets.emplace_back(set.name, set.type, set.label, std::move(members),
+                                  set.countedValue, set.useCategoryLabels);
     }
 }
 
@@ -274,7 +286,8 @@ bool endsWithNoCase(std::string const& text, std::string const& suffix) {
 
 bool LoadResult::hasErrors() const {
     for (auto const& message : messages) {
-        if (message.level == Diagnostic::Error) return true;
+        if (message.level == Diagnostic::Error)
+            return true;
     }
     return false;
 }
@@ -290,9 +303,12 @@ std::string variableNameFor(std::string const& header, std::size_t position) {
         anyValid = anyValid || (valid && c != '_');
         name.push_back(valid ? c : '_');
     }
-    if (!anyValid) return "V" + std::to_string(position + 1);
-    if (!isNameByte(static_cast<unsigned char>(name[0]), true)) name.insert(name.begin(), 'V');
-    if (name.back() == '.') name.back() = '_';  // a period would end the command that names it
+    if (!anyValid)
+        return "V" + std::to_string(position + 1);
+    if (!isNameByte(static_cast<unsigned char>(name[0]), true))
+        name.insert(name.begin(), 'V');
+    if (name.back() == '.')
+        name.back() = '_';  // a period would end the command that names it
     if (name.size() > kMaxNameLength) {
         std::size_t cut = kMaxNameLength;
         while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;
@@ -306,13 +322,28 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary) {
     result.dataset = std::make_shared<Dataset>();
     result.dataset->path = csvPath;
     Builder builder(dictionary, result.messages);
-    CsvTable table = readCsv(
-        csvPath, [&](std::string const& header) { return builder.declare(header); }, result.messages);
-    if (!table.ok) {
+    try {
+        CsvTable table = readCsv(
+            csvPath, [&](std::string const& header) { return builder.declare(header); },
+            result.messages);
+        if (!table.ok) {
+            result.dataset->fatal = true;
+            return result;
+        }
+        builder.build(table, *result.dataset);
+    } catch (std::bad_alloc const&) {
+        // Wide declared strings times many rows can ask for more than the machine has.
+        Diagnostic d;
+        d.level = Diagnostic::Error;
+        d.file = csvPath;
+        d.text =
+            "there is not enough memory to hold the data (are string widths declared far "
+            "wider than needed?)";
+        result.messages.push_back(std::move(d));
+        result.dataset = std::make_shared<Dataset>();
+        result.dataset->path = csvPath;
         result.dataset->fatal = true;
-        return result;
     }
-    builder.build(table, *result.dataset);
     return result;
 }
 

@@ -8,7 +8,11 @@
 ProcedureDataSource::ProcedureDataSource() : KWEL_DataSource(host::dictionary::activeDataset()) {}
 ProcedureDataSource::~ProcedureDataSource() = default;
 
-bool ProcedureDataSource::FatalError() const { return d_->fatal; }
+bool ProcedureDataSource::FatalError() const {
+    return d_->fatal;
+}
 
 // The card reader works on the lines of the job the runner is executing.
-KwelWorkspace* ProcedureDataSource::Workspace() const { return host::syntax::currentWorkspace(); }
+KwelWorkspace* ProcedureDataSource::Workspace() const {
+    return host::syntax::currentWorkspace();
+}

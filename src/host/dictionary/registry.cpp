@@ -18,14 +18,17 @@ Registry& registry() {
 
 }  // namespace
 
-std::shared_ptr<Dataset> activeDataset() { return registry().active; }
+std::shared_ptr<Dataset> activeDataset() {
+    return registry().active;
+}
 
 void setActiveDataset(std::shared_ptr<Dataset> dataset) {
     registry().active = dataset ? std::move(dataset) : std::make_shared<Dataset>();
 }
 
 void addNamedDataset(std::string const& name, std::shared_ptr<Dataset> dataset) {
-    if (!dataset) return;
+    if (!dataset)
+        return;
     dataset->name = name;
     auto& named = registry().named;
     for (auto& entry : named) {
@@ -39,20 +42,25 @@ void addNamedDataset(std::string const& name, std::shared_ptr<Dataset> dataset) 
 
 std::shared_ptr<Dataset> findDataset(std::string const& name) {
     auto const& active = registry().active;
-    if (!active->name.empty() && equalsNoCase(active->name, name)) return active;
+    if (!active->name.empty() && equalsNoCase(active->name, name))
+        return active;
     for (auto const& entry : registry().named) {
-        if (equalsNoCase(entry->name, name)) return entry;
+        if (equalsNoCase(entry->name, name))
+            return entry;
     }
     return nullptr;
 }
 
 bool activateDataset(std::string const& name) {
     auto dataset = findDataset(name);
-    if (!dataset) return false;
+    if (!dataset)
+        return false;
     registry().active = std::move(dataset);
     return true;
 }
 
-void resetDatasets() { registry() = Registry{}; }
+void resetDatasets() {
+    registry() = Registry{};
+}
 
 }  // namespace host::dictionary

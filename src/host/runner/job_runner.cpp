@@ -1,11 +1,15 @@
 #include "host/runner/job_runner.h"
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <set>
 
 #include <fmt/core.h>
 
+#include "host/chart/chart_send.h"
+#include "host/dictionary/data_commands.h"
+#include "host/dictionary/job_data.h"
 #include "host/files/file_io.h"
 #include "host/output/writers.h"
 #include "host/syntax/current_command.h"
@@ -112,6 +116,13 @@ void runJobText(std::string text, Document& document, JobOptions const& options)
                 if (command->startsWith({"GGRAPH"})) {
                     ggraph_();
                     blocksOfFailedCommand = host::syntax::currentWorkspace()->cardsRead == 0;
+                } else if (host::dictionary::isDataCommand(command->words)) {
+                    for (auto const& problem : host::dictionary::applyDataCommand(
+                             command->words, command->body, command->bodyLine, command->bodyColumn)) {
+                        document.addMessage(problem.level, problem.text,
+                                            problem.line > 0 ? static_cast<int>(problem.line)
+                                                             : command->firstLine);
+                    }
                 } else {
                     std::string name = commandName(*command);
                     if (reportedUnknown.insert(name).second)
@@ -155,12 +166,16 @@ int runJobFile(RunOptions const& options) {
     host::output::ConsoleSink console(std::cerr);
     if (!options.quiet) document.addSink(&console);
 
+    // The data comes in before the job runs; what could not be read is said in the output.
+    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets);
+    for (auto const& problem : data.messages) {
+        document.addMessage(problem.level, problem.toString());
+    }
+
     JobOptions job = options.job;
     std::error_code ec;
     std::filesystem::path jobFolder = std::filesystem::absolute(options.jobPath, ec).parent_path();
     if (!ec) job.jobFolder = jobFolder;
-    runJobText(std::move(read.bytes), document, job);
-
     std::filesystem::path out = outputFolder(options);
     std::filesystem::create_directories(out, ec);
     if (ec) {
@@ -168,6 +183,18 @@ int runJobFile(RunOptions const& options) {
                   << "\n";
         return kExitCannotRun;
     }
+    host::chart::OutputOptions charts;
+    charts.folder = out.string();
+    auto wants = [&](char const* format) {
+        return std::find(options.chartFormats.begin(), options.chartFormats.end(), format) !=
+               options.chartFormats.end();
+    };
+    charts.svg = wants("svg");
+    charts.png = wants("png");
+    charts.pdf = wants("pdf");
+    host::chart::setOutputOptions(charts);
+    runJobText(std::move(read.bytes), document, job);
+    host::chart::setOutputOptions({});
     host::output::HtmlOptions html;
     html.title = options.jobPath.filename().string();
     host::files::WriteResult written = host::output::writeOutputs(document, out, html);

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "host/output/document.h"
 
@@ -26,6 +27,12 @@ struct RunOptions {
     std::filesystem::path outDir;  // empty: <job folder>/<job name>_output
     JobOptions job;
     bool quiet = false;  // no messages on stderr
+    // The active dataset (a CSV, or a dictionary JSON naming one) and named datasets as
+    // NAME=FILE; empty: the active dataset is empty.
+    std::string dataPath;
+    std::vector<std::string> datasets;
+    // Chart files written beside the report: any of svg, png, pdf.
+    std::vector<std::string> chartFormats = {"svg", "png"};
 };
 
 // Exit statuses of a run.

@@ -139,7 +139,8 @@ TEST_F(DictionaryLoad, IteratorStepsThroughSplitGroupsWithGroupEnds) {
             trace += "| ";
             continue;
         }
-        trace += std::to_string(it->CaseNumber()) + host::dictionary::trimRight(cellText(it->GetObsPointer(region), 8)) + " ";
+        trace += std::to_string(it->CaseNumber()) +
+                 host::dictionary::trimRight(cellText(it->GetObsPointer(region), 8)) + " ";
     }
     // Groups in order of first appearance; cases keep their order within a group.
     EXPECT_EQ(trace, "1north 3north 6north | 2south 4south 5south | ");

@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "host/dictionary/loader.h"
+#include "host/dictionary/registry.h"
+#include "platform/data_source.h"
 #include "support/job_harness.h"
 
 using host::output::ItemKind;
@@ -38,6 +41,24 @@ TEST(JobRunner, UnknownCommandsAreReportedOnceAndSkipped) {
     EXPECT_EQ(run->messages(2),
               (std::vector<std::string>{"The FREQUENCIES command is not supported here; it is skipped.",
                                         "The DESCRIPTIVES command is not supported here; it is skipped."}));
+}
+
+TEST(JobRunner, DataCommandsChangeTheActiveDatasetAndTheirMistakesNameTheLine) {
+    auto loaded = host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/data/dictionary/employees.csv");
+    ASSERT_TRUE(loaded.ok());
+    host::dictionary::setActiveDataset(loaded.dataset);
+    auto run = test::runJob(
+        "VARIABLE LABELS salary 'Pay'.\n"
+        "WEIGHT OFF.\n"
+        "MISSING VALUES jobcat (9 THRU).\n");
+    EXPECT_EQ(std::string(KWEL_DataSource(host::dictionary::activeDataset()).GetVariable(3)->GetLabel()), "Pay");
+    EXPECT_EQ(KWEL_DataSource(host::dictionary::activeDataset()).GetWeightVarIndex(), -1);
+    ASSERT_EQ(run->messages(3).size(), 1u);
+    for (auto const* item : run->flat()) {
+        if (item->kind == ItemKind::Message && item->level == 3) EXPECT_EQ(item->line, 3);
+    }
+    EXPECT_TRUE(run->messages(2).empty());
+    host::dictionary::resetDatasets();
 }
 
 TEST(JobRunner, BrokenJobsEndInMessagesNotCrashes) {

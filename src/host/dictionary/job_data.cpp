@@ -1,0 +1,38 @@
+#include "host/dictionary/job_data.h"
+
+#include "host/dictionary/loader.h"
+#include "host/dictionary/registry.h"
+
+namespace host::dictionary {
+
+JobDataResult loadJobData(std::string const& dataPath, std::vector<std::string> const& namedSpecs) {
+    JobDataResult result;
+    resetDatasets();
+    auto take = [&result](LoadResult& load) {
+        result.messages.insert(result.messages.end(), load.messages.begin(), load.messages.end());
+        if (!load.ok())
+            result.ok = false;
+    };
+    if (!dataPath.empty()) {
+        LoadResult load = loadDataset(dataPath);
+        take(load);
+        setActiveDataset(load.dataset);  // a failed load leaves a fatal, empty dataset
+    }
+    for (auto const& spec : namedSpecs) {
+        auto const equals = spec.find('=');
+        if (equals == std::string::npos || equals == 0 || equals + 1 == spec.size()) {
+            Diagnostic d;
+            d.level = Diagnostic::Error;
+            d.text = "--dataset takes NAME=FILE, not \"" + spec + "\"";
+            result.messages.push_back(std::move(d));
+            result.ok = false;
+            continue;
+        }
+        LoadResult load = loadDataset(spec.substr(equals + 1));
+        take(load);
+        addNamedDataset(spec.substr(0, equals), load.dataset);
+    }
+    return result;
+}
+
+}  // namespace host::dictionary

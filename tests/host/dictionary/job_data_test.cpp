@@ -1,0 +1,81 @@
+// The command line's datasets, print formats as text, and split groups over numbers.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "host/dictionary/dataset.h"
+#include "host/dictionary/formats.h"
+#include "host/dictionary/job_data.h"
+#include "host/dictionary/registry.h"
+#include "platform/data_source.h"
+
+namespace hd = host::dictionary;
+
+namespace {
+
+std::string dataFile(char const* name) {
+    return std::string(GGRAPH_SOURCE_DIR) + "/tests/data/dictionary/" + name;
+}
+
+}  // namespace
+
+TEST(JobData, ActiveAndNamedDatasetsFromTheCommandLine) {
+    auto result = hd::loadJobData(dataFile("employees.csv"), {"scores=" + dataFile("inferred.csv"),
+                                                              "broken", "gone=/nowhere.csv"});
+    EXPECT_FALSE(result.ok);
+    ASSERT_EQ(result.messages.size(), 2u);
+    EXPECT_NE(result.messages[0].text.find("NAME=FILE, not \"broken\""), std::string::npos);
+    EXPECT_EQ(result.messages[1].file, "/nowhere.csv");
+    EXPECT_EQ(ProcedureDataSource().ColumnCount(), 10);
+
+    UserCaseFileSpec spec;
+    ASSERT_TRUE(spec.Init("Scores", false, false));
+    EXPECT_EQ(UserInputCaseFile(spec, nullptr).DataSource()->ColumnCount(), 5);
+    // A dataset that could not be read is there, and says so.
+    ASSERT_TRUE(spec.Init("gone", false, false));
+    EXPECT_TRUE(UserInputCaseFile(spec, nullptr).DataSource()->hostData()->fatal);
+
+    // A failed --data leaves a fatal active dataset, which stops a procedure.
+    result = hd::loadJobData("/nowhere.csv", {});
+    EXPECT_TRUE(ProcedureDataSource().FatalError());
+    EXPECT_FALSE(spec.Init("scores", false, false));  // the earlier job's datasets are gone
+    result = hd::loadJobData("", {});
+    EXPECT_TRUE(result.ok);
+    EXPECT_FALSE(ProcedureDataSource().FatalError());
+    hd::resetDatasets();
+}
+
+TEST(JobData, PrintFormatsAsText) {
+    int type = 0;
+    int width = 0;
+    int decimals = 0;
+    ASSERT_TRUE(hd::parseFormat("dollar10.2", type, width, decimals));
+    EXPECT_EQ(type, FMT_DOLLAR);
+    EXPECT_EQ(hd::formatToString(KwelFormatPack(type, width, decimals)), "DOLLAR10.2");
+    ASSERT_TRUE(hd::parseFormat("A300", type, width, decimals));
+    EXPECT_EQ(hd::formatToString(KwelFormatPack(FMT_A, 255, 0), 300), "A300");
+    EXPECT_EQ(hd::formatToString(KwelFormatPack(FMT_DTIME, 12, 0)), "DTIME12");
+    for (char const* bad : {"F", "F0", "F8.8", "Q8", "F8.", "F8.2x", "F41", "8.2"}) {
+        EXPECT_FALSE(hd::parseFormat(bad, type, width, decimals)) << bad;
+    }
+    EXPECT_TRUE(hd::formatFitsVariable(FMT_PCT, true));
+    EXPECT_FALSE(hd::formatFitsVariable(FMT_A, true));
+}
+
+TEST(JobData, NumericSplitGroupsMeetOnEqualValues) {
+    auto data = std::make_shared<hd::Dataset>();
+    data->cases = 5;
+    int const g = hd::addVariable(*data, "g", 0);
+    data->columns[static_cast<std::size_t>(g)] = {2.0, -0.0, 2.0, 0.0, KWEL_Globals::sysmis()};
+    data->split = {g};
+    KWEL_DataSource source(data);
+    std::unique_ptr<KWEL_InputCaseIterator> it(source.CreateInputCaseIterator(0));
+    std::string trace;
+    while (it->NextCase()) {
+        trace += static_cast<ProcDSIterator*>(it.get())->SplitGroupEnd()
+                     ? "|"
+                     : std::to_string(it->CaseNumber());
+    }
+    EXPECT_EQ(trace, "13|24|5|");  // -0 and 0 are one group; system-missing is a group of its own
+}
