@@ -1112,9 +1112,19 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         StatKind kind = pos.kind;
         bool summary = !stat.empty() || pos.binned;
         std::vector<Factor> factors = pos.factors;
-        // In a pie the angle is the first dimension and carries the values.
+        // In a pie the angle is the first dimension and carries the values; alone, a
+        // continuous variable there (a precomputed count) is summed, not counted.
         if (spec.polar && factors.size() >= 2)
             std::swap(factors[0], factors[1]);
+        if (spec.polar && factors.size() == 1 && factors[0].names.size() == 1 &&
+            stat != "summary.count" && stat != "summary.percent.count") {
+            bool continuous = false;
+            for (auto const& v : model.variables)
+                if (v.name == factors[0].names[0])
+                    continuous = !v.categorical;
+            if (continuous)
+                factors.insert(factors.begin(), Factor{{}, true});
+        }
         bool percent = kind == StatKind::Percent || stat == "region.confi.percent.count";
         bool countOnly = stat == "summary.count" || stat == "summary.percent.count" ||
                          stat == "region.confi.count" || stat == "region.confi.percent.count" ||

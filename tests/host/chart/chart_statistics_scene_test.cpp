@@ -195,6 +195,18 @@ TEST(ChartStatisticsScene, PieSlicesArePercentagesFromTheStartAngle) {
     EXPECT_EQ(labels, (std::vector<std::string>{"30.0%", "50.0%", "20.0%"}));
     EXPECT_TRUE(s.withRole("axis-1").empty());
     EXPECT_EQ(s.withRole("legend-label").size(), 3u);
+
+    // The short form: the precomputed count alone is summed too.
+    XDocument shortForm(kHead +
+                            "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
+                            "DATA: n=col(source(s), name(\"n\"))\n"
+                            "COORD: polar.theta()\n"
+                            "ELEMENT: interval.stack(position(summary.percent(n)), "
+                            "color.interior(c))",
+                        true, true);
+    shares.clear();
+    for (auto const* p : scene(shortForm, &vdp).withRole("slice")) shares.push_back(p->value);
+    EXPECT_EQ(shares, (std::vector<double>{30, 50, 20}));
 }
 
 // Error bars: a t interval of the mean (SciPy's t.interval), a range of precomputed ends, and
