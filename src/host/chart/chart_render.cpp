@@ -130,7 +130,7 @@ struct Spec {
     bool graphPlaced = false;  // GRAPH: begin(origin(), scale()) as fractions of the page
     double graphX = 0, graphY = 0, graphW = 1, graphH = 1;
     bool totalFit = false, subgroupFit = false;  // fit lines asked for by inline templates
-    bool elementsRefused = false;  // a coordinate system the engine cannot draw
+    bool elementsRefused = false;                // a coordinate system the engine cannot draw
     std::string gradientLow = "#DEEBF7", gradientHigh = "#08519C";  // counts of two-way bins
 };
 
@@ -185,9 +185,9 @@ double sizeValue(Node const& n, double relativeTo, double fallback) {
 double numberOption(Node const* call, char const* option, double fallback) {
     if (call)
         if (auto const* o = call->find(option); o && !o->args.empty())
-            return o->args[0].kind == Node::Kind::Constant ? std::strtod(o->args[0].value.c_str(),
-                                                                         nullptr)
-                                                           : o->args[0].number;
+            return o->args[0].kind == Node::Kind::Constant
+                       ? std::strtod(o->args[0].value.c_str(), nullptr)
+                       : o->args[0].number;
     return fallback;
 }
 
@@ -367,7 +367,7 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
             e.type = type.substr(0, dot);
             if (dot != std::string::npos)
                 e.modifier = type.substr(dot + 1);
-            static const std::set<std::string> kElements{"interval", "point", "line",  "area",
+            static const std::set<std::string> kElements{"interval", "point", "line",    "area",
                                                          "path",     "edge",  "polygon", "schema"};
             if (!kElements.count(e.type)) {
                 warnings.push_back(fmt::format(
@@ -604,8 +604,8 @@ Position readPosition(Node const& position) {
                 p.bin.start = numberOption(algebra, "binstart", 0);
             }
             if (p.bin.count < 0 || p.bin.width < 0) {
-                p.error = fmt::format("line {}: binCount and binWidth must be positive",
-                                      algebra->line);
+                p.error =
+                    fmt::format("line {}: binCount and binWidth must be positive", algebra->line);
                 return p;
             }
         }
@@ -628,8 +628,7 @@ Position readPosition(Node const& position) {
                                   algebra->name, algebra->name);
             return p;
         }
-        if (algebra->args[0].kind == Node::Kind::Call &&
-            !findStatistic(algebra->args[0].key())) {
+        if (algebra->args[0].kind == Node::Kind::Call && !findStatistic(algebra->args[0].key())) {
             p.error = fmt::format("line {}: '{}' needs variables, as in {}(x*y)", algebra->line,
                                   algebra->name, algebra->name);
             return p;
@@ -1067,8 +1066,9 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (t.find("addFitLine") == std::string::npos)
             continue;
         if (t.find("type=\"linear\"") == std::string::npos) {
-            scene.warnings.push_back("only linear fit lines are supported yet; a fit line of "
-                                     "another type is left out");
+            scene.warnings.push_back(
+                "only linear fit lines are supported yet; a fit line of "
+                "another type is left out");
             continue;
         }
         if (t.find("target=\"pair\"") != std::string::npos)
@@ -1205,7 +1205,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (!ok)
             continue;
         if (summary) {
-            std::string source = xc                ? xc->var->source
+            std::string source = xc               ? xc->var->source
                                  : !ycols.empty() ? ycols[0].second.var->source
                                  : colc           ? colc->var->source
                                                   : std::string();
@@ -1296,9 +1296,9 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         struct Group {
             Mark mark;
             Sample sample;
-            std::vector<double> xs;           // smooth: x of each value
-            std::vector<std::size_t> rows;    // the row of each value, for outlier labels
-            double count = 0;                 // weighted cases
+            std::vector<double> xs;         // smooth: x of each value
+            std::vector<std::size_t> rows;  // the row of each value, for outlier labels
+            double count = 0;               // weighted cases
         };
         std::map<std::vector<std::string>, Group> groups;
         std::vector<std::vector<std::string>> groupOrder;
@@ -1733,9 +1733,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 if (ev.cells)
                     cellMin = std::min(cellMin, m.cell);
         auto ticks = niceTicks(0, cellMax, 5);
-        if (cellMin > 0 && std::none_of(ticks.begin(), ticks.end(), [&](double t) {
-                return std::fabs(t - cellMin) < 1e-9;
-            }))
+        if (cellMin > 0 && std::none_of(ticks.begin(), ticks.end(),
+                                        [&](double t) { return std::fabs(t - cellMin) < 1e-9; }))
             ticks.insert(std::upper_bound(ticks.begin(), ticks.end(), cellMin), cellMin);
         for (double v : ticks)
             if (v > 0 && v <= cellMax * (1 + 1e-9)) {
@@ -2133,8 +2132,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                     return tr ? xScale.map(v, plot.y + plot.h, plot.y)
                               : xScale.map(v, plot.x, plot.x + plot.w);
                 };
-                bool ibeam = el.shape && !el.shape->args.empty() &&
-                             el.shape->args[0].key() == "shape.ibeam";
+                bool ibeam =
+                    el.shape && !el.shape->args.empty() && el.shape->args[0].key() == "shape.ibeam";
                 // A page point from a position along dimension 1 and a value's position.
                 auto at = [&](double along, double value) {
                     return tr ? Point{value, along} : Point{along, value};
@@ -2180,10 +2179,10 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                             std::string t = m->labelText.empty()
                                                 ? formatNumber(p.value, {true, 1, false, "", "%"})
                                                 : m->labelText;
-                            scene.items.push_back(text(
-                                "slice-label", t, cx + radius * 0.62 * std::sin(mid),
-                                cy - radius * 0.62 * std::cos(mid) + 4, 11, 0,
-                                lum > 0.55 ? kTextColor : Color{1, 1, 1, 1}));
+                            scene.items.push_back(
+                                text("slice-label", t, cx + radius * 0.62 * std::sin(mid),
+                                     cy - radius * 0.62 * std::cos(mid) + 4, 11, 0,
+                                     lum > 0.55 ? kTextColor : Color{1, 1, 1, 1}));
                         }
                         angle += sweep;
                     }
@@ -2212,8 +2211,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                         }
                         Color edge{0.2, 0.2, 0.2, 1};
                         Color fill = colorFn(*m);
-                        auto seg = [&](std::string role, double a1, double v1, double a2,
-                                       double v2, double value) {
+                        auto seg = [&](std::string role, double a1, double v1, double a2, double v2,
+                                       double value) {
                             Point p1 = at(a1, v1), p2 = at(a2, v2);
                             auto l = line(std::move(role), p1.x, p1.y, p2.x, p2.y, edge, 1.2);
                             l.category = m->x;
@@ -2553,8 +2552,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                             if (el.fitLine && !pts.back()->labelText.empty() && run.size() > 1) {
                                 // The fit's R squared at the right end of its line.
                                 Point e = run.back();
-                                auto t = text("fit-label", pts.back()->labelText, e.x - 2,
-                                              e.y - 6, 10, 1, col);
+                                auto t = text("fit-label", pts.back()->labelText, e.x - 2, e.y - 6,
+                                              10, 1, col);
                                 t.group = pts.back()->colorKey;
                                 scene.items.push_back(t);
                             }

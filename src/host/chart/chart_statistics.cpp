@@ -93,9 +93,9 @@ bool summarizeSample(std::string const& statistic, Sample const& sample, double&
         result = w;
         return true;
     }
-    static char const* const kKnown[] = {
-        "summary.sum",   "summary.mean",  "summary.median", "summary.min",     "summary.max",
-        "summary.mode",  "summary.range", "summary.sd",     "summary.variance"};
+    static char const* const kKnown[] = {"summary.sum",   "summary.mean", "summary.median",
+                                         "summary.min",   "summary.max",  "summary.mode",
+                                         "summary.range", "summary.sd",   "summary.variance"};
     if (std::find_if(std::begin(kKnown), std::end(kKnown),
                      [&](char const* k) { return statistic == k; }) == std::end(kKnown))
         return false;

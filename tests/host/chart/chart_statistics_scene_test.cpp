@@ -278,13 +278,20 @@ TEST(ChartStatisticsScene, PercentBasesAndNestedPanels) {
     VarDataProcessor vdp;
     // Panel p: 3 a and 1 b; panel q: 1 a and 3 b... of colour g.
     fill(vdp, {"c", "p"},
-         {{"a", "p"}, {"a", "p"}, {"a", "p"}, {"b", "p"}, {"a", "q"}, {"b", "q"}, {"b", "q"},
+         {{"a", "p"},
+          {"a", "p"},
+          {"a", "p"},
+          {"b", "p"},
+          {"a", "q"},
+          {"b", "q"},
+          {"b", "q"},
           {"b", "q"}});
     auto valuesOf = [&](std::string const& element) {
         XDocument doc(kHead +
                           "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
                           "DATA: p=col(source(s), name(\"p\"), unit.category())\n"
-                          "ELEMENT: " + element,
+                          "ELEMENT: " +
+                          element,
                       true, true);
         auto s = scene(doc, &vdp);
         EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
@@ -357,8 +364,7 @@ TEST(ChartStatisticsScene, HeatMapCellsCountTheirCases) {
                       "color.interior(summary.count()))",
                   true, true);
     VarDataProcessor vdp;
-    fill(vdp, {"x", "y"},
-         {{0.5, 0.5}, {0.6, 0.4}, {0.2, 0.9}, {1.5, 0.5}, {0.2, 1.7}, {0.3, 1.2}});
+    fill(vdp, {"x", "y"}, {{0.5, 0.5}, {0.6, 0.4}, {0.2, 0.9}, {1.5, 0.5}, {0.2, 1.7}, {0.3, 1.2}});
     auto s = scene(doc, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
     auto cells = s.withRole("cell");
@@ -427,7 +433,11 @@ TEST(ChartStatisticsScene, UnsupportedFunctionsDrawNothingWrong) {
 TEST(ChartStatisticsScene, EdgesPolygonsLyingBoxesAndSubgroupFits) {
     VarDataProcessor vdp;
     fill(vdp, {"x", "y", "g"},
-         {{1.0, 1.0, "a"}, {2.0, 3.0, "a"}, {3.0, 2.0, "a"}, {1.0, 5.0, "b"}, {2.0, 6.0, "b"},
+         {{1.0, 1.0, "a"},
+          {2.0, 3.0, "a"},
+          {3.0, 2.0, "a"},
+          {1.0, 5.0, "b"},
+          {2.0, 6.0, "b"},
           {3.0, 8.0, "b"}});
     std::string data = kHead +
                        "DATA: x=col(source(s), name(\"x\"))\n"

@@ -80,8 +80,8 @@ TEST(ChartStatistics, BoxPlotHingesWhiskersOutliersAndExtremes) {
     hc::BoxStats b;
     ASSERT_TRUE(hc::boxStats(sample({13, 2, 3, 100, 5, 7, 8, 9, 11, 12, 25}), b));
     EXPECT_EQ(b.median, 9);
-    EXPECT_EQ(b.lowerHinge, 6);    // (5 + 7) / 2
-    EXPECT_EQ(b.upperHinge, 12.5); // (12 + 13) / 2
+    EXPECT_EQ(b.lowerHinge, 6);     // (5 + 7) / 2
+    EXPECT_EQ(b.upperHinge, 12.5);  // (12 + 13) / 2
     // Fences at 6 - 9.75 and 12.5 + 9.75; extremes beyond 12.5 + 19.5.
     EXPECT_EQ(b.lowerWhisker, 2);
     EXPECT_EQ(b.upperWhisker, 13);
@@ -140,15 +140,15 @@ TEST(ChartStatistics, IntervalsCurvesAndLinesMatchReferenceValues) {
     EXPECT_NEAR(curve[10].second, 0.07365402806066466 * 500, 1e-9);
     EXPECT_TRUE(hc::normalCurve({5, 3, 0}, 0, 1, 1).empty());  // no spread, no curve
 
-    auto fit = hc::linearFit({1, 2, 3, 4, 5, 6.5}, {2.1, 3.9, 6.2, 7.8, 10.1, 13.4},
-                             {1, 1, 1, 1, 1, 1});
+    auto fit =
+        hc::linearFit({1, 2, 3, 4, 5, 6.5}, {2.1, 3.9, 6.2, 7.8, 10.1, 13.4}, {1, 1, 1, 1, 1, 1});
     ASSERT_TRUE(fit.valid);
     EXPECT_NEAR(fit.slope, 2.0498969072164943, 1e-12);
     EXPECT_NEAR(fit.intercept, -0.09546391752577144, 1e-12);
     EXPECT_NEAR(fit.rSquared, 0.9979079779240057, 1e-12);
     // Weighted as repeats (linregress over the repeated cases).
-    auto wfit = hc::linearFit({1, 2, 3, 4, 5, 6.5}, {2.1, 3.9, 6.2, 7.8, 10.1, 13.4},
-                              {1, 3, 1, 2, 1, 1});
+    auto wfit =
+        hc::linearFit({1, 2, 3, 4, 5, 6.5}, {2.1, 3.9, 6.2, 7.8, 10.1, 13.4}, {1, 3, 1, 2, 1, 1});
     EXPECT_NEAR(wfit.slope, 2.051809954751132, 1e-12);
     EXPECT_NEAR(wfit.intercept, -0.15871040723982155, 1e-12);
     EXPECT_NEAR(wfit.rSquared, 0.9974626098695281, 1e-12);
