@@ -205,7 +205,8 @@ TEST(ChartStatisticsScene, PieSlicesArePercentagesFromTheStartAngle) {
                             "color.interior(c))",
                         true, true);
     shares.clear();
-    for (auto const* p : scene(shortForm, &vdp).withRole("slice")) shares.push_back(p->value);
+    auto shortScene = scene(shortForm, &vdp);
+    for (auto const* p : shortScene.withRole("slice")) shares.push_back(p->value);
     EXPECT_EQ(shares, (std::vector<double>{30, 50, 20}));
 }
 
