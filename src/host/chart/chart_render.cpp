@@ -4,13 +4,17 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
+#include <unordered_map>
 
 #include <fmt/format.h>
 
+#include "host/chart/chart_statistics.h"
 #include "platform/chart_string.h"
 #include "platform/var_data_processor.h"
 
@@ -98,6 +102,7 @@ struct ElementSpec {
     Node const* split = nullptr;
     std::string missing = "gap";
     bool closed = false;
+    bool fitLine = false;  // a fit line added by a template, labelled with its R squared
     int line = 0;
 };
 
@@ -121,6 +126,13 @@ struct Spec {
     bool legendHidden = false;
     std::string title, subtitle, subsubtitle, footnote;
     std::vector<RefLine> refLines;
+    bool polar = false;  // polar.theta: pies
+    double startAngle = 0;
+    bool graphPlaced = false;  // GRAPH: begin(origin(), scale()) as fractions of the page
+    double graphX = 0, graphY = 0, graphW = 1, graphH = 1;
+    bool totalFit = false, subgroupFit = false;  // fit lines asked for by inline templates
+    bool elementsRefused = false;                // a coordinate system the engine cannot draw
+    std::string gradientLow = "#DEEBF7", gradientHigh = "#08519C";  // counts of two-way bins
 };
 
 std::string labelOf(Node const& call) {
@@ -171,11 +183,49 @@ double sizeValue(Node const& n, double relativeTo, double fallback) {
     return number;
 }
 
+double numberOption(Node const* call, char const* option, double fallback) {
+    if (call)
+        if (auto const* o = call->find(option); o && !o->args.empty())
+            return o->args[0].kind == Node::Kind::Constant
+                       ? std::strtod(o->args[0].value.c_str(), nullptr)
+                       : o->args[0].number;
+    return fallback;
+}
+
 Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
     Spec spec;
+    int graphs = 0;
     for (auto const& st : program.statements) {
         Node const& b = st.body;
         std::string key = b.key();
+        if (st.keyword == "GRAPH" && key == "begin") {
+            if (++graphs == 2)
+                warnings.push_back(fmt::format(
+                    "line {}: several graphs on one page are not supported yet; only the first "
+                    "is drawn",
+                    st.line));
+            if (graphs == 1) {
+                // Percentages of the page, or lengths in pixels and other units.
+                auto frac = [](Node const& n, double extent, double fallback) {
+                    bool relative = n.kind == Node::Kind::Number && n.value == "%";
+                    double v = sizeValue(n, relative ? 1 : extent, fallback * extent);
+                    return relative ? v : v / extent;
+                };
+                if (auto const* o = b.find("origin"); o && o->args.size() >= 2) {
+                    spec.graphX = std::clamp(frac(o->args[0], spec.width, 0), 0.0, 0.9);
+                    spec.graphY = std::clamp(frac(o->args[1], spec.height, 0), 0.0, 0.9);
+                    spec.graphPlaced = true;
+                }
+                if (auto const* sc = b.find("scale"); sc && sc->args.size() >= 2) {
+                    spec.graphW = std::clamp(frac(sc->args[0], spec.width, 1), 0.1, 1.0);
+                    spec.graphH = std::clamp(frac(sc->args[1], spec.height, 1), 0.1, 1.0);
+                    spec.graphPlaced = true;
+                }
+            }
+            continue;
+        }
+        if (graphs > 1)
+            continue;  // the statements of a second graph
         if (st.keyword == "PAGE" && key == "begin") {
             if (auto const* s = b.find("scale"); s && s->args.size() >= 2) {
                 spec.width = std::clamp(sizeValue(s->args[0], 640, 640), 100.0, 10000.0);
@@ -196,6 +246,16 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
                                                     : numberKey(pair.args[0].number);
                                 spec.colorScale.map[k] = col;
                             }
+                    auto colorText = [](Node const* c) -> std::string {
+                        if (!c || c->args.empty())
+                            return {};
+                        auto const& a = c->args[0];
+                        return a.kind == Node::Kind::Constant ? "#" + a.value : gpl::lower(a.name);
+                    };
+                    if (auto t = colorText(b.find("aestheticminimum")); !t.empty())
+                        spec.gradientLow = t;
+                    if (auto t = colorText(b.find("aestheticmaximum")); !t.empty())
+                        spec.gradientHigh = t;
                     goto nextStatement;
                 }
             {
@@ -231,7 +291,23 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
             }
         nextStatement:;
         } else if (st.keyword == "COORD") {
+            if (key == "polar.theta") {
+                spec.polar = true;
+                spec.startAngle = numberOption(&b, "startangle", 0);
+            } else if (key != "rect") {
+                warnings.push_back(fmt::format(
+                    "line {}: the coordinate '{}' is not supported yet; nothing is drawn", st.line,
+                    b.name));
+                spec.elementsRefused = true;
+            }
             if (key == "rect") {
+                if (b.find("polar.theta") || b.find("polar")) {
+                    warnings.push_back(fmt::format(
+                        "line {}: polar coordinates inside panels are not supported yet; nothing "
+                        "is drawn",
+                        st.line));
+                    spec.elementsRefused = true;
+                }
                 spec.transpose = b.find("transpose") != nullptr;
                 if (auto const* c = b.find("cluster"); c && !c->args.empty())
                     spec.clusterDim = static_cast<int>(c->args[0].number);
@@ -292,8 +368,9 @@ Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
             e.type = type.substr(0, dot);
             if (dot != std::string::npos)
                 e.modifier = type.substr(dot + 1);
-            if (e.type != "interval" && e.type != "point" && e.type != "line" && e.type != "area" &&
-                e.type != "path") {
+            static const std::set<std::string> kElements{"interval", "point", "line",    "area",
+                                                         "path",     "edge",  "polygon", "schema"};
+            if (!kElements.count(e.type)) {
                 warnings.push_back(fmt::format(
                     "line {}: element '{}' is not supported yet; it is left out", st.line, b.name));
                 continue;
@@ -431,9 +508,55 @@ struct Factor {
     bool unity = false;
 };
 
+enum class StatKind { Summary, Percent, Bin, Box, Density, Region, Smooth };
+
+struct StatisticDef {
+    char const* name;
+    StatKind kind;
+};
+
+// The statistics an element's position can ask for. A name that is not here is refused with
+// the element, so that a chart is never drawn with a statistic it did not ask for.
+constexpr StatisticDef kStatistics[] = {
+    {"summary.count", StatKind::Summary},
+    {"summary.sum", StatKind::Summary},
+    {"summary.mean", StatKind::Summary},
+    {"summary.median", StatKind::Summary},
+    {"summary.min", StatKind::Summary},
+    {"summary.max", StatKind::Summary},
+    {"summary.mode", StatKind::Summary},
+    {"summary.range", StatKind::Summary},
+    {"summary.sd", StatKind::Summary},
+    {"summary.variance", StatKind::Summary},
+    {"summary.percent", StatKind::Percent},
+    {"summary.percent.count", StatKind::Percent},
+    {"bin.rect", StatKind::Bin},
+    {"bin.quantile.letter", StatKind::Box},
+    {"density.normal", StatKind::Density},
+    {"region.confi.mean", StatKind::Region},
+    {"region.confi.count", StatKind::Region},
+    {"region.confi.percent.count", StatKind::Region},
+    {"region.spread.sd", StatKind::Region},
+    {"region.spread.se", StatKind::Region},
+    {"region.spread.range", StatKind::Region},
+    {"smooth.linear", StatKind::Smooth},
+};
+
+StatisticDef const* findStatistic(std::string const& key) {
+    for (auto const& d : kStatistics)
+        if (key == d.name)
+            return &d;
+    return nullptr;
+}
+
 struct Position {
-    std::string statistic;  // empty, or summary.count, summary.mean, ...
+    std::string statistic;  // empty, or the outer statistic: summary.count, region.confi.mean...
+    StatKind kind = StatKind::Summary;
+    Node const* statCall = nullptr;  // for its options (base, alpha, multiple)
+    bool binned = false;             // bin.rect inside (or as) the statistic
+    BinOptions bin;
     std::vector<Factor> factors;
+    std::vector<Factor> nests;  // the right sides of '/', in order: panels
     std::string error;
 };
 
@@ -464,18 +587,49 @@ Position readPosition(Node const& position) {
         return p;
     }
     Node const* algebra = &position.args[0];
-    if (algebra->kind == Node::Kind::Call) {
+    // Statistics wrap algebra, and may wrap one another: summary.count(bin.rect(x)).
+    while (algebra->kind == Node::Kind::Call) {
         std::string k = algebra->key();
-        static const std::set<std::string> stats{
-            "summary.count", "summary.sum",    "summary.mean",    "summary.min",
-            "summary.max",   "summary.median", "summary.percent", "summary.percent.count"};
-        if (!stats.count(k)) {
+        auto const* def = findStatistic(k);
+        if (!def) {
             p.error = fmt::format("line {}: the statistic '{}' is not supported yet", algebra->line,
                                   algebra->name);
             return p;
         }
-        p.statistic = k;
-        if (algebra->args.empty() || algebra->args[0].kind == Node::Kind::Call) {
+        if (def->kind == StatKind::Bin) {
+            p.binned = true;
+            p.bin.count = static_cast<int>(numberOption(algebra, "bincount", 0));
+            p.bin.width = numberOption(algebra, "binwidth", 0);
+            if (algebra->find("binstart")) {
+                p.bin.hasStart = true;
+                p.bin.start = numberOption(algebra, "binstart", 0);
+            }
+            if (p.bin.count < 0 || p.bin.width < 0) {
+                p.error =
+                    fmt::format("line {}: binCount and binWidth must be positive", algebra->line);
+                return p;
+            }
+        }
+        if (p.statistic.empty() && def->kind != StatKind::Bin) {
+            p.statistic = k;
+            p.kind = def->kind;
+            p.statCall = algebra;
+        } else if (def->kind != StatKind::Bin) {
+            p.error = fmt::format("line {}: '{}' cannot be taken of another statistic",
+                                  algebra->line, algebra->name);
+            return p;
+        }
+        if (algebra->args.empty() || (algebra->args[0].kind != Node::Kind::Call &&
+                                      algebra->args[0].kind != Node::Kind::Name &&
+                                      algebra->args[0].kind != Node::Kind::Number &&
+                                      algebra->args[0].kind != Node::Kind::Cross &&
+                                      algebra->args[0].kind != Node::Kind::Nest &&
+                                      algebra->args[0].kind != Node::Kind::Blend)) {
+            p.error = fmt::format("line {}: '{}' needs variables, as in {}(x*y)", algebra->line,
+                                  algebra->name, algebra->name);
+            return p;
+        }
+        if (algebra->args[0].kind == Node::Kind::Call && !findStatistic(algebra->args[0].key())) {
             p.error = fmt::format("line {}: '{}' needs variables, as in {}(x*y)", algebra->line,
                                   algebra->name, algebra->name);
             return p;
@@ -484,42 +638,34 @@ Position readPosition(Node const& position) {
     }
     std::vector<Node const*> parts;
     flattenCross(*algebra, parts);
+    auto toFactor = [&](Node const& part, Factor& f) {
+        if (part.kind == Node::Kind::Number && part.number == 1)
+            f.unity = true;
+        else
+            blendNames(part, f.names, p.error);
+    };
     for (auto const* part : parts) {
         Factor f;
-        if (part->kind == Node::Kind::Number && part->number == 1) {
-            f.unity = true;
-        } else if (part->kind == Node::Kind::Nest) {
-            p.error = fmt::format("line {}: nesting with '/' is not supported yet", part->line);
-            return p;
-        } else {
-            blendNames(*part, f.names, p.error);
-            if (!p.error.empty())
-                return p;
+        Node const* inner = part;
+        // a/b: a within each value of b; b makes the panels.
+        std::vector<Node const*> nestedIn;
+        while (inner->kind == Node::Kind::Nest) {
+            nestedIn.insert(nestedIn.begin(), &inner->args[1]);
+            inner = &inner->args[0];
         }
+        toFactor(*inner, f);
+        for (auto const* n : nestedIn) {
+            Factor nf;
+            toFactor(*n, nf);
+            if (nf.names.size() != 1 && p.error.empty())
+                p.error = fmt::format("line {}: only one variable can follow '/'", n->line);
+            p.nests.push_back(nf);
+        }
+        if (!p.error.empty())
+            return p;
         p.factors.push_back(f);
     }
     return p;
-}
-
-// ---- statistics
-
-double summarize(std::string const& stat, std::vector<double>& values, std::size_t count) {
-    if (stat == "summary.count" || stat == "summary.percent" || stat == "summary.percent.count")
-        return static_cast<double>(count);
-    if (values.empty())
-        return kSysmis;
-    if (stat == "summary.sum" || stat == "summary.mean") {
-        double s = 0;
-        for (double v : values) s += v;
-        return stat == "summary.sum" ? s : s / static_cast<double>(values.size());
-    }
-    if (stat == "summary.min")
-        return *std::min_element(values.begin(), values.end());
-    if (stat == "summary.max")
-        return *std::max_element(values.begin(), values.end());
-    std::sort(values.begin(), values.end());  // median
-    std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 // One drawn datum: categories and value per dimension, aesthetics.
@@ -531,6 +677,13 @@ struct Mark {
     std::string colorKey, shapeKey, series;
     std::string labelText;
     double row = 0;  // order in the data
+    // A bin along dimension 1: its edges (x0, x1); a cell of a two-way bin also has y0..y and
+    // the weighted count of its cases in `cell`.
+    bool binned = false;
+    double x0 = 0, x1 = 0, cell = 0;
+    bool ranged = false;  // an interval from y0 to y rather than from the base
+    std::shared_ptr<BoxStats> box;
+    std::vector<std::string> outlierLabels;  // parallel to box->outliers
 };
 
 // ---- scales
@@ -660,6 +813,16 @@ LinScale trainLinear(double lo, double hi, ScaleSpec const* scale, AxisGuide con
     }
     s.ticks = niceTicks(lo, hi);
     s.step = s.ticks.size() > 1 ? s.ticks[1] - s.ticks[0] : (hi - lo);
+    // A domain that ends off the round values (a box plot, a padded scatter) can leave only
+    // two ticks inside it; a finer round step keeps the axis readable.
+    for (int k = 0; k < 3 && !nice && s.step > 0; ++k) {
+        double inside = std::floor(hi / s.step + 1e-9) - std::ceil(lo / s.step - 1e-9) + 1;
+        if (inside >= 4)
+            break;
+        double mag = std::pow(10, std::floor(std::log10(s.step) + 1e-9));
+        double m = s.step / mag;
+        s.step = roundTick((m > 4.9 ? 2.5 : m > 2.4 ? 2 : m > 1.9 ? 1 : 0.5) * mag);
+    }
     if (guide && guide->delta > 0 && (hi - lo) / guide->delta <= 200)
         s.step = guide->delta;
     if (nice) {
@@ -737,6 +900,7 @@ struct Series {
 };
 
 const Color kAxisColor{0.35, 0.35, 0.35, 1};
+const Color kErrorBarColor{0.15, 0.15, 0.15, 1};
 const Color kGridColor{0.88, 0.88, 0.88, 1};
 const Color kTextColor{0.2, 0.2, 0.2, 1};
 constexpr double kTickFont = 11, kTitleFont = 12;
@@ -855,8 +1019,10 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         std::vector<Mark> marks;
         bool xCategorical = true;
         bool hasColor = false;
+        bool cells = false;  // two-way bins, coloured by their counts
     };
     std::vector<Evaluated> evaluated;
+    std::deque<ElementSpec> fitElements;  // the fit lines of inline templates
     ChartVariableRecord const* xVar = nullptr;
     ChartVariableRecord const* yVar = nullptr;
     ChartVariableRecord const* colorVar = nullptr;
@@ -869,12 +1035,60 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     std::vector<std::string> seenX, seenCluster, seenPanel, seenPanelRow, seenColor, seenShape;
     bool xNumericKeys = true, colorNumericKeys = true;
 
+    ChartVariableRecord const* panelRowVar = nullptr;
+    double cellMax = 0;  // the largest count of a two-way bin: the top of the colour gradient
+    bool anyCells = false;
+    // The weight variable of a source: the one the command added, or userSource's weight().
+    auto weightName = [&](std::string const& source) {
+        for (auto const& v : model.variables)
+            if (v.weight && v.source == source)
+                return v.name;
+        for (auto const& st : model.program.statements)
+            if (st.keyword == "SOURCE" && st.target == source)
+                if (auto const* w = st.body.find("weight");
+                    w && !w->args.empty() && w->args[0].kind == Node::Kind::Name)
+                    return w->args[0].name;
+        return std::string();
+    };
+    // Bin edges over every row of a column, so that all panels and groups share them.
+    auto edgesOf = [](Column const& c, BinOptions const& options) {
+        double lo = std::numeric_limits<double>::infinity(), hi = -lo;
+        std::size_t cases = 0;
+        for (std::size_t r = 0; r < c.numbers.size(); ++r)
+            if (!c.missing[r] && c.numbers[r] != kSysmis) {
+                lo = std::min(lo, c.numbers[r]);
+                hi = std::max(hi, c.numbers[r]);
+                ++cases;
+            }
+        return cases ? binEdges(lo, hi, cases, options) : std::vector<double>{};
+    };
+    // Fit lines asked for by the document's inline templates.
+    for (auto const& t : model.inlineTemplates) {
+        if (t.find("addFitLine") == std::string::npos)
+            continue;
+        if (t.find("type=\"linear\"") == std::string::npos) {
+            scene.warnings.push_back(
+                "only linear fit lines are supported yet; a fit line of "
+                "another type is left out");
+            continue;
+        }
+        if (t.find("target=\"pair\"") != std::string::npos)
+            spec.totalFit = true;
+        if (t.find("target=\"subgroup\"") != std::string::npos)
+            spec.subgroupFit = true;
+    }
+
     for (auto const& element : spec.elements) {
+        if (spec.elementsRefused)
+            break;
         Position pos = readPosition(*element.position);
         if (!pos.error.empty()) {
             scene.warnings.push_back(pos.error);
             continue;
         }
+        auto warn = [&](std::string text) {
+            scene.warnings.push_back(fmt::format("line {}: {}", element.line, text));
+        };
         std::string err;
         auto load = [&](std::string const& name) -> std::optional<Column> {
             auto c = view.column(name, err);
@@ -882,41 +1096,87 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 scene.warnings.push_back(fmt::format("line {}: {}", element.line, err));
             return c;
         };
-        bool summary = !pos.statistic.empty();
-        bool countOnly = pos.statistic == "summary.count" || pos.statistic == "summary.percent" ||
-                         pos.statistic == "summary.percent.count";
+        if (spec.polar && element.type != "interval") {
+            warn(fmt::format("only interval is drawn in polar.theta coordinates; '{}' is left out",
+                             element.type));
+            continue;
+        }
+        if (element.type == "schema" && pos.statistic.empty() && !pos.binned) {
+            pos.statistic = "bin.quantile.letter";  // a box plot needs its letter values
+            pos.kind = StatKind::Box;
+        }
+        if (element.type == "schema" && pos.kind != StatKind::Box) {
+            warn("schema draws box plots of bin.quantile.letter only");
+            continue;
+        }
+        std::string const& stat = pos.statistic;
+        StatKind kind = pos.kind;
+        bool summary = !stat.empty() || pos.binned;
         std::vector<Factor> factors = pos.factors;
-        // With a count of one factor the counts are the second dimension.
-        if (countOnly && factors.size() == 1)
+        // In a pie the angle is the first dimension and carries the values; alone, a
+        // continuous variable there (a precomputed count) is summed, not counted.
+        if (spec.polar && factors.size() >= 2)
+            std::swap(factors[0], factors[1]);
+        if (spec.polar && factors.size() == 1 && factors[0].names.size() == 1 &&
+            stat != "summary.count" && stat != "summary.percent.count") {
+            bool continuous = false;
+            for (auto const& v : model.variables)
+                if (v.name == factors[0].names[0])
+                    continuous = !v.categorical;
+            if (continuous)
+                factors.insert(factors.begin(), Factor{{}, true});
+        }
+        bool percent = kind == StatKind::Percent || stat == "region.confi.percent.count";
+        bool countOnly = stat == "summary.count" || stat == "summary.percent.count" ||
+                         stat == "region.confi.count" || stat == "region.confi.percent.count" ||
+                         (stat == "summary.percent" && factors.size() == 1) ||
+                         (pos.binned && stat.empty());
+        bool density = kind == StatKind::Density;
+        bool twoWay = pos.binned && factors.size() >= 2 && !factors[1].unity &&
+                      (stat.empty() || stat == "summary.count");
+        if (twoWay)
+            countOnly = true;
+        if (density && factors.size() != 1) {
+            warn("density.normal takes one variable, as in density.normal(x)");
+            continue;
+        }
+        // With a count of one factor (or a density) the statistic is the second dimension.
+        if ((countOnly || density) && factors.size() == 1)
             factors.push_back(Factor{{}, true});
         if (factors.size() < 2) {
-            scene.warnings.push_back(fmt::format(
-                "line {}: position needs two dimensions, as in position(x*y)", element.line));
+            warn("position needs two dimensions, as in position(x*y)");
+            continue;
+        }
+        std::size_t clusterIndex = spec.clusterDim >= 3 ? std::size_t(spec.clusterDim - 1) : 99;
+        if (!pos.nests.empty() && clusterIndex == 2 && factors.size() == 2)
+            factors.push_back(Factor{{}, true});  // the cluster's place stays empty
+        for (auto const& f : pos.nests) factors.push_back(f);
+        if (kind == StatKind::Region && stat != "region.spread.range" && !countOnly &&
+            factors[1].names.size() > 1) {
+            warn(fmt::format("'{}' takes one variable on the second dimension", stat));
             continue;
         }
         // Load columns.
-        std::optional<Column> xc, cc, pc, prc, colc, shapec, labc, splitc;
+        std::optional<Column> xc, cc, pc, prc, colc, shapec, labc, splitc, wc;
         std::vector<std::pair<std::string, Column>> ycols;
         bool ok = true;
         if (!factors[0].unity) {
             if (factors[0].names.size() != 1) {
-                scene.warnings.push_back(fmt::format(
-                    "line {}: blends on the first dimension are not supported yet", element.line));
+                warn("blends on the first dimension are not supported yet");
                 continue;
             }
             xc = load(factors[0].names[0]);
             ok &= xc.has_value();
         }
-        if (!factors[1].unity || !countOnly)
+        if (!factors[1].unity && !(countOnly && !twoWay))
             for (auto const& n : factors[1].names) {
                 auto c = load(n);
                 if (c)
                     ycols.emplace_back(n, std::move(*c));
                 ok &= c.has_value();
             }
-        if (!countOnly && factors[1].unity) {
-            scene.warnings.push_back(fmt::format(
-                "line {}: the second dimension of position needs a variable", element.line));
+        if (!countOnly && !density && factors[1].unity) {
+            warn("the second dimension of position needs a variable");
             continue;
         }
         auto loadFactor = [&](std::size_t i, std::optional<Column>& into) {
@@ -925,12 +1185,13 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 ok &= into.has_value();
             }
         };
-        std::size_t clusterIndex = spec.clusterDim >= 3 ? std::size_t(spec.clusterDim - 1) : 99;
         if (clusterIndex < factors.size())
             loadFactor(clusterIndex, cc);
         std::size_t panelIndex = clusterIndex == 2 ? 3 : 2;
         loadFactor(panelIndex, pc);
         loadFactor(panelIndex + 1, prc);
+        if (factors.size() > panelIndex + 2)
+            warn("a position of more than four dimensions is drawn with the first four");
         auto aesthetic = [&](Node const* call, std::optional<Column>& into) {
             if (call && !call->args.empty() && call->args[0].kind == Node::Kind::Name &&
                 call->args[0].name.find('.') == std::string::npos) {
@@ -944,19 +1205,47 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         aesthetic(element.split, splitc);
         if (!ok)
             continue;
+        if (summary) {
+            std::string source = xc               ? xc->var->source
+                                 : !ycols.empty() ? ycols[0].second.var->source
+                                 : colc           ? colc->var->source
+                                                  : std::string();
+            if (std::string w = weightName(source); !w.empty()) {
+                wc = load(w);
+                if (!wc)
+                    continue;
+            }
+        }
+        std::vector<double> xEdges, yEdges;
+        if (pos.binned) {
+            if (!xc || xc->categorical || (twoWay && ycols[0].second.categorical)) {
+                warn("bin.rect needs continuous variables");
+                continue;
+            }
+            xEdges = edgesOf(*xc, pos.bin);
+            if (twoWay)
+                yEdges = edgesOf(ycols[0].second, pos.bin);
+        }
+        if ((density || kind == StatKind::Smooth) && (!xc || xc->categorical)) {
+            warn(fmt::format("'{}' needs a continuous variable on the first dimension", stat));
+            continue;
+        }
 
         Evaluated ev;
         ev.element = &element;
+        ev.cells = twoWay;
         if (xc) {
             xCategorical = xCategorical && xc->categorical;
             if (!xc->categorical)
                 anyNumericX = true;
             xVar = xVar ? xVar : xc->var;
         }
-        if (!ycols.empty() && !yVar)
+        if (!ycols.empty() && !yVar && !twoWay)
             yVar = ycols[0].second.var;
-        if (summary && !yStatistic.size())
-            yStatistic = pos.statistic;
+        if (twoWay && !yVar)
+            yVar = ycols[0].second.var;
+        if (summary && !yStatistic.size() && !twoWay)
+            yStatistic = stat.empty() ? "summary.count" : stat;
         if (colc) {
             colorVar = colorVar ? colorVar : colc->var;
             ev.hasColor = true;
@@ -965,10 +1254,14 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             clusterVar = clusterVar ? clusterVar : cc->var;
         if (pc)
             panelVar = panelVar ? panelVar : pc->var;
-        for (auto const& [n, c] : ycols) {
-            yNames.push_back(n);
-            seriesLabels[n] = c.var->label.empty() ? n : c.var->label;
-        }
+        if (prc)
+            panelRowVar = panelRowVar ? panelRowVar : prc->var;
+        bool mergeSeries = stat == "region.spread.range" || twoWay;
+        if (!mergeSeries)
+            for (auto const& [n, c] : ycols) {
+                yNames.push_back(n);
+                seriesLabels[n] = c.var->label.empty() ? n : c.var->label;
+            }
 
         std::size_t n = xc ? xc->keys.size() : 0;
         for (auto const& [name, c] : ycols) n = std::max(n, c.keys.size());
@@ -985,14 +1278,37 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             }
             return c->categorical ? c->keys[r] : std::string();
         };
+        // The text of the label aesthetic at a row: a category by its relabel, a number in its
+        // format.
+        auto labelAt = [&](std::size_t r) -> std::string {
+            if (!labc || r >= labc->keys.size() || labc->missing[r])
+                return {};
+            if (!labc->categorical)
+                return formatNumber(labc->numbers[r], labc->var->format);
+            for (auto const& rl : labc->var->relabels)
+                if (rl.value == labc->keys[r])
+                    return rl.label;
+            return labc->keys[r];
+        };
         std::size_t seriesCount = countOnly && ycols.empty() ? 1 : ycols.size();
-        // Group rows for summaries: key -> values.
-        std::map<std::vector<std::string>, std::pair<std::vector<double>, std::size_t>> groups;
-        std::map<std::vector<std::string>, Mark> groupMark;
-        std::vector<std::vector<std::string>> groupOrder;
+        if (density)
+            seriesCount = 1;
+        // Rows grouped for the statistic.
+        struct Group {
+            Mark mark;
+            Sample sample;
+            std::vector<double> xs;         // smooth: x of each value
+            std::vector<std::size_t> rows;  // the row of each value, for outlier labels
+            double count = 0;               // weighted cases
+        };
+        // Groups in the order they are met, found by one joined key: a million rows stay cheap.
+        std::vector<Group> groups;
+        std::unordered_map<std::string, std::size_t> groupIndex;
+        std::string key;
+        bool groupsByX = !density && kind != StatKind::Smooth;
         for (std::size_t s = 0; s < seriesCount; ++s) {
-            Column const* yc = ycols.empty() ? nullptr : &ycols[s].second;
-            std::string series = ycols.empty() ? "" : ycols[s].first;
+            Column const* yc = ycols.empty() || density ? nullptr : &ycols[s].second;
+            std::string series = ycols.empty() || mergeSeries ? "" : ycols[s].first;
             for (std::size_t r = 0; r < n; ++r) {
                 bool missing = false;
                 Mark m;
@@ -1009,47 +1325,192 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                 if (missing)
                     continue;
                 m.series = series + (splitKey.empty() ? "" : "\x1f" + splitKey);
-                if (ycols.size() > 1 && m.colorKey.empty())
+                if (ycols.size() > 1 && m.colorKey.empty() && !mergeSeries)
                     m.colorKey = "\x1e" + series;
                 bool yMissing = !yc || r >= yc->missing.size() || yc->missing[r] ||
-                                (yc && yc->categorical && !summary);
+                                yc->numbers[r] == kSysmis || (yc->categorical && !summary);
                 double y = yc && !yMissing ? yc->numbers[r] : kSysmis;
-                if (labc && r < labc->keys.size() && !labc->missing[r])
-                    m.labelText = labc->categorical
-                                      ? labc->keys[r]
-                                      : formatNumber(labc->numbers[r], labc->var->format);
-                if (summary) {
-                    std::vector<std::string> key{m.x,        m.cluster,  m.panelCol, m.panelRow,
-                                                 m.colorKey, m.shapeKey, m.series};
-                    auto& g = groups[key];
-                    if (!groupMark.count(key)) {
-                        groupMark[key] = m;
-                        groupOrder.push_back(key);
-                    }
-                    if (countOnly) {
-                        if (!yc || !yMissing || (yc && yc->categorical && !yc->missing[r]))
-                            ++g.second;
-                    } else if (!yMissing) {
-                        g.first.push_back(y);
-                        ++g.second;
-                    }
-                } else {
+                m.labelText = labelAt(r);
+                if (!summary) {
                     // A missing value is never drawn; lines use it to know where to break.
                     m.y = yMissing ? kSysmis : y;
                     ev.marks.push_back(m);
+                    continue;
+                }
+                double w = 1;
+                if (wc) {
+                    if (r >= wc->missing.size() || wc->missing[r] || !(wc->numbers[r] > 0))
+                        continue;  // a case without a positive weight is not counted
+                    w = wc->numbers[r];
+                }
+                std::string xKey = groupsByX ? m.x : "";
+                if (pos.binned) {
+                    int b = binIndex(xEdges, m.xNum);
+                    if (b < 0)
+                        continue;
+                    m.binned = true;
+                    m.x0 = xEdges[std::size_t(b)];
+                    m.x1 = xEdges[std::size_t(b) + 1];
+                    m.xNum = (m.x0 + m.x1) / 2;
+                    xKey = std::to_string(b);
+                    if (twoWay) {
+                        if (yMissing)
+                            continue;
+                        int by = binIndex(yEdges, y);
+                        if (by < 0)
+                            continue;
+                        m.y0 = yEdges[std::size_t(by)];
+                        m.y = yEdges[std::size_t(by) + 1];
+                        xKey += "," + std::to_string(by);
+                    }
+                } else if (groupsByX && xc && !xc->categorical) {
+                    xKey = numberKey(m.xNum);
+                }
+                key.clear();
+                for (auto const* part : {&xKey, &m.cluster, &m.panelCol, &m.panelRow, &m.colorKey,
+                                         &m.shapeKey, &m.series}) {
+                    key += *part;
+                    key += '\x1c';
+                }
+                auto [it, fresh] = groupIndex.try_emplace(key, groups.size());
+                if (fresh) {
+                    groups.emplace_back();
+                    groups.back().mark = m;
+                }
+                Group& g = groups[it->second];
+                if (density) {
+                    g.sample.add(m.xNum, w);
+                    g.count += w;
+                } else if (countOnly) {
+                    if (!yc || twoWay || !yMissing || (yc->categorical && !yc->missing[r]))
+                        g.count += w;
+                } else if (!yMissing) {
+                    g.sample.add(y, w);
+                    g.xs.push_back(m.xNum);
+                    g.rows.push_back(r);
+                    g.count += w;
                 }
             }
         }
         if (summary) {
-            double total = 0;
-            for (auto const& [k, g] : groups) total += static_cast<double>(g.second);
-            for (auto const& key : groupOrder) {
-                auto& g = groups[key];
-                Mark m = groupMark[key];
-                m.y = summarize(pos.statistic, g.first, g.second);
-                if (pos.statistic != "summary.count" && countOnly)
-                    m.y = total > 0 ? m.y / total * 100 : 0;
-                ev.marks.push_back(m);
+            // What 100% means: all cases of the panel by default.
+            Node const* call = pos.statCall;
+            bool acrossPanels = false, byCoordinate = false, byAesthetic = false;
+            if (call) {
+                if (auto const* b = call->find("base.all"))
+                    acrossPanels = b->find("acrosspanels") != nullptr;
+                byCoordinate = call->find("base.coordinate") != nullptr;
+                byAesthetic = call->find("base.aesthetic") != nullptr;
+            }
+            auto baseKey = [&](Mark const& m) {
+                std::string k = acrossPanels ? "" : m.panelCol + "\x1f" + m.panelRow;
+                if (byCoordinate)
+                    k += "\x1f" + m.x + "\x1f" + m.cluster;
+                if (byAesthetic)
+                    k += "\x1f" + m.colorKey;
+                return k;
+            };
+            auto amount = [&](Group const& g) {
+                if (countOnly)
+                    return g.count;
+                double sum = 0;
+                bool none = false;
+                (void)summarizeSample("summary.sum", g.sample, sum, none);
+                return sum;
+            };
+            std::map<std::string, double> totals;
+            for (auto const& g : groups) totals[baseKey(g.mark)] += amount(g);
+            double level = numberOption(call, "alpha", 0.95);
+            if (level > 1)
+                level /= 100;  // alpha(95) means 95%
+            double multiple = numberOption(call, "multiple", 1);
+            for (auto& g : groups) {
+                Mark m = g.mark;
+                double total = totals[baseKey(m)];
+                if (twoWay) {
+                    m.ranged = true;
+                    m.cell = g.count;
+                    cellMax = std::max(cellMax, g.count);
+                    anyCells = true;
+                    ev.marks.push_back(m);
+                } else if (kind == StatKind::Summary || kind == StatKind::Percent ||
+                           (pos.binned && stat.empty())) {
+                    bool none = false;
+                    if (countOnly) {
+                        m.y = g.count;
+                    } else if (!summarizeSample(percent ? "summary.sum" : stat, g.sample, m.y,
+                                                none) ||
+                               none) {
+                        m.y = kSysmis;
+                    }
+                    if (percent && m.y != kSysmis)
+                        m.y = total > 0 ? m.y / total * 100 : 0;
+                    ev.marks.push_back(m);
+                } else if (kind == StatKind::Region) {
+                    Interval in;
+                    if (stat == "region.confi.mean")
+                        in = meanConfidence(g.sample, level);
+                    else if (stat == "region.spread.sd" || stat == "region.spread.se")
+                        in = meanSpread(g.sample, multiple, stat == "region.spread.se");
+                    else if (stat == "region.spread.range" && !g.sample.empty()) {
+                        auto [lo, hi] =
+                            std::minmax_element(g.sample.values.begin(), g.sample.values.end());
+                        in = {*lo, (*lo + *hi) / 2, *hi, true};
+                    } else if (countOnly)
+                        in = countConfidence(g.count, total, level, percent);
+                    if (!in.valid)
+                        continue;  // one case has no interval
+                    m.ranged = true;
+                    m.y0 = in.low;
+                    m.y = in.high;
+                    ev.marks.push_back(m);
+                } else if (kind == StatKind::Box) {
+                    BoxStats box;
+                    if (!boxStats(g.sample, box))
+                        continue;
+                    m.box = std::make_shared<BoxStats>(box);
+                    m.y = box.median;
+                    for (auto const& o : box.outliers) {
+                        m.outlierLabels.push_back(labelAt(g.rows[o.index]));
+                    }
+                    ev.marks.push_back(m);
+                } else if (density) {
+                    Moments mo = moments(g.sample);
+                    // Over a histogram of the same variable the curve is scaled to its counts.
+                    std::vector<double> edges;
+                    for (auto const& other : spec.elements) {
+                        if (&other == &element)
+                            continue;
+                        Position op = readPosition(*other.position);
+                        if (op.binned && !op.factors.empty() && op.factors[0].names.size() == 1 &&
+                            op.factors[0].names[0] == factors[0].names[0]) {
+                            edges = edgesOf(*xc, op.bin);
+                            break;
+                        }
+                    }
+                    double lo = mo.mean - 3.5 * mo.sd, hi = mo.mean + 3.5 * mo.sd, scale = 1;
+                    if (edges.size() >= 2) {
+                        lo = edges.front();
+                        hi = edges.back();
+                        scale = g.count * (edges[1] - edges[0]);
+                    }
+                    for (auto const& [x, y] : normalCurve(mo, lo, hi, scale)) {
+                        Mark p = m;
+                        p.xNum = x;
+                        p.y = y;
+                        ev.marks.push_back(p);
+                    }
+                } else if (kind == StatKind::Smooth) {
+                    LinearFit fit = linearFit(g.xs, g.sample.values, g.sample.weights);
+                    if (!fit.valid)
+                        continue;
+                    for (double x : {fit.xMin, fit.xMax}) {
+                        Mark p = m;
+                        p.xNum = x;
+                        p.y = fit.intercept + fit.slope * x;
+                        ev.marks.push_back(p);
+                    }
+                }
             }
         }
         for (auto const& m : ev.marks) {
@@ -1075,8 +1536,57 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             for (std::size_t r = 0; r < colc->keys.size(); ++r)
                 if (!colc->missing[r] && colc->numbers[r] == kSysmis)
                     colorNumericKeys = false;
-        } else if (ycols.size() > 1) {
+        } else if (ycols.size() > 1 && !mergeSeries) {
             colorNumericKeys = false;
+        }
+        // Fit lines of the document over the points: one for all, one per colour group.
+        if (element.type == "point" && !summary && (spec.totalFit || spec.subgroupFit)) {
+            if (!xc || xc->categorical) {
+                warn("a fit line needs a continuous first dimension; it is left out");
+            } else {
+                std::map<std::string, std::vector<Mark const*>> byGroup;
+                for (auto const& m : ev.marks) {
+                    if (m.y == kSysmis)
+                        continue;
+                    if (spec.totalFit)
+                        byGroup["\x1b" + m.panelCol + "\x1f" + m.panelRow].push_back(&m);
+                    if (spec.subgroupFit && !m.colorKey.empty())
+                        byGroup[m.colorKey + "\x1f" + m.panelCol + "\x1f" + m.panelRow].push_back(
+                            &m);
+                }
+                Evaluated fitEv;
+                fitElements.push_back(ElementSpec{});
+                fitElements.back().type = "line";
+                fitElements.back().line = element.line;
+                fitElements.back().fitLine = true;
+                fitEv.element = &fitElements.back();
+                fitEv.hasColor = ev.hasColor;
+                for (auto const& [k, marks] : byGroup) {
+                    std::vector<double> xs, ys, ws;
+                    for (auto const* m : marks) {
+                        xs.push_back(m->xNum);
+                        ys.push_back(m->y);
+                        ws.push_back(1);
+                    }
+                    LinearFit fit = linearFit(xs, ys, ws);
+                    if (!fit.valid)
+                        continue;
+                    bool total = k[0] == '\x1b';
+                    for (double x : {fit.xMin, fit.xMax}) {
+                        Mark p = *marks.front();
+                        p.colorKey = total ? "" : marks.front()->colorKey;
+                        p.series = total ? "\x1btotal" : "\x1bsubgroup";
+                        p.xNum = x;
+                        p.y = fit.intercept + fit.slope * x;
+                        p.labelText = fmt::format("R² Linear = {:.3f}", fit.rSquared);
+                        p.binned = false;
+                        fitEv.marks.push_back(p);
+                    }
+                }
+                evaluated.push_back(std::move(ev));
+                evaluated.push_back(std::move(fitEv));
+                continue;
+            }
         }
         evaluated.push_back(std::move(ev));
     }
@@ -1090,7 +1600,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     CatScale clusterCat = trainCategories(
         seenCluster, clusterVar, spec.scales.count(3) ? &spec.scales.at(3) : nullptr, true);
     CatScale panelCat = trainCategories(seenPanel, panelVar, nullptr, true);
-    CatScale panelRowCat = trainCategories(seenPanelRow, nullptr, nullptr, true);
+    CatScale panelRowCat = trainCategories(seenPanelRow, panelRowVar, nullptr, true);
     CatScale colorCat = trainCategories(seenColor, colorVar, nullptr, colorNumericKeys);
     CatScale shapeCat = trainCategories(seenShape, nullptr, nullptr, true);
     for (auto const& [k, l] : seriesLabels) colorCat.labels["\x1e" + k] = l;
@@ -1112,7 +1622,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             for (auto& m : ev.marks) {
                 if (m.y == kSysmis)
                     continue;
-                auto& b = base[{m.x, m.cluster, m.panelCol, m.panelRow}];
+                auto& b = base[{xCategorical ? m.x : numberKey(m.xNum), m.cluster, m.panelCol,
+                                m.panelRow}];
                 double& edge = m.y >= 0 ? b.first : b.second;
                 m.y0 = edge;
                 m.y = edge + m.y;
@@ -1120,15 +1631,26 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             }
         }
         bool bar = ev.element->type == "interval" || ev.element->type == "area";
-        anyBar |= bar;
         for (auto const& m : ev.marks) {
             if (m.y == kSysmis)
                 continue;
-            yLo = std::min({yLo, m.y, bar ? m.y0 : m.y});
-            yHi = std::max({yHi, m.y, bar ? m.y0 : m.y});
+            // Bars stand on zero; intervals and cells span only their own range.
+            bool fromBase = bar && !m.ranged;
+            anyBar |= fromBase;
+            bool withY0 = fromBase || m.ranged;
+            yLo = std::min({yLo, m.y, withY0 ? m.y0 : m.y});
+            yHi = std::max({yHi, m.y, withY0 ? m.y0 : m.y});
+            if (m.box) {
+                yLo = std::min(yLo, m.box->lowerWhisker);
+                yHi = std::max(yHi, m.box->upperWhisker);
+                for (auto const& o : m.box->outliers) {
+                    yLo = std::min(yLo, o.value);
+                    yHi = std::max(yHi, o.value);
+                }
+            }
             if (!xCategorical) {
-                xLo = std::min(xLo, m.xNum);
-                xHi = std::max(xHi, m.xNum);
+                xLo = std::min({xLo, m.xNum, m.binned ? m.x0 : m.xNum});
+                xHi = std::max({xHi, m.xNum, m.binned ? m.x1 : m.xNum});
             }
         }
     }
@@ -1155,14 +1677,19 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (!(s && s->hasMax))
             hi += d;
     };
-    if (!anyBar)
+    // Bins end where their edges end; a margin would only float them off the axis.
+    bool anyBinnedX = false;
+    for (auto const& ev : evaluated)
+        for (auto const& m : ev.marks) anyBinnedX |= m.binned;
+    if (!anyBar && !anyCells)
         pad(yLo, yHi, yScaleSpec);
     LinScale yScale = trainLinear(yLo, yHi, yScaleSpec, &spec.axes[2], anyBar);
     LinScale xScale;
     if (!xCategorical) {
         if (!std::isfinite(xLo))
             xLo = 0, xHi = 1;
-        pad(xLo, xHi, xScaleSpec);
+        if (!anyBinnedX)
+            pad(xLo, xHi, xScaleSpec);
         xScale = trainLinear(xLo, xHi, xScaleSpec, &spec.axes[1], false);
     }
 
@@ -1188,6 +1715,41 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         }
         s.shape = kShapes[i % std::size(kShapes)];
         series.push_back(s);
+    }
+    // Two-way bins are coloured by their counts, from the gradient's low end to its high end;
+    // the legend shows a few round counts.
+    auto resolveColor = [](std::string c) {
+        for (auto const& nc : kNamedColors)
+            if (c == "color." + std::string(nc.name))
+                c = nc.hex;
+        return c[0] == '#' ? hexColor(c) : hexColor("#808080");
+    };
+    Color gradLow = resolveColor(spec.gradientLow), gradHigh = resolveColor(spec.gradientHigh);
+    auto cellColor = [&](double count) {
+        double t = cellMax > 0 ? std::clamp(count / cellMax, 0.0, 1.0) : 0;
+        return Color{gradLow.r + t * (gradHigh.r - gradLow.r),
+                     gradLow.g + t * (gradHigh.g - gradLow.g),
+                     gradLow.b + t * (gradHigh.b - gradLow.b), 1};
+    };
+    if (anyCells) {
+        // The smallest count first, so that the palest cells are named too.
+        double cellMin = cellMax;
+        for (auto const& ev : evaluated)
+            for (auto const& m : ev.marks)
+                if (ev.cells)
+                    cellMin = std::min(cellMin, m.cell);
+        auto ticks = niceTicks(0, cellMax, 5);
+        if (cellMin > 0 && std::none_of(ticks.begin(), ticks.end(),
+                                        [&](double t) { return std::fabs(t - cellMin) < 1e-9; }))
+            ticks.insert(std::upper_bound(ticks.begin(), ticks.end(), cellMin), cellMin);
+        for (double v : ticks)
+            if (v > 0 && v <= cellMax * (1 + 1e-9)) {
+                Series s;
+                s.key = "\x1c" + numberKey(v);
+                s.label = formatNumber(v, NumberFormat{});
+                s.color = cellColor(v);
+                series.push_back(s);
+            }
     }
     auto seriesColor = [&](std::string const& key) -> Color {
         for (auto const& s : series)
@@ -1219,7 +1781,9 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         if (g.labelSet)
             return g.label;
         if (dim == 2 && !yStatistic.empty() && !var)
-            return "Count";
+            return yStatistic.find("percent") != std::string::npos ? "Percent"
+                   : yStatistic == "density.normal"                ? "Density"
+                                                                   : "Count";
         if (dim == 2 && names.size() > 1)
             return "";
         if (!var)
@@ -1232,11 +1796,18 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                      ? spec.axes[3].label
                      : (clusterVar->label.empty() ? clusterVar->name : clusterVar->label);
     std::string yTitle = axisTitle(2, yVar, yNames);
-    bool xHidden = spec.axes[1].hidden, yHidden = spec.axes[2].hidden;
+    // A pie has no axes.
+    bool xHidden = spec.axes[1].hidden || spec.polar, yHidden = spec.axes[2].hidden || spec.polar;
 
     // Layout, from the outside in.
     double margin = 14;
     double top = margin, bottom = spec.height - margin, left = margin, right = spec.width - margin;
+    if (spec.graphPlaced) {
+        left = std::max(margin, spec.graphX * spec.width);
+        top = std::max(margin, spec.graphY * spec.height);
+        right = std::min(right, (spec.graphX + spec.graphW) * spec.width);
+        bottom = std::min(bottom, (spec.graphY + spec.graphH) * spec.height);
+    }
     std::string subtitle = model.subtitleSet ? model.subtitle : spec.subtitle;
     auto addTitle = [&](std::string const& s, double size, bool bold, std::string role) {
         if (s.empty())
@@ -1264,7 +1835,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         std::string legendTitle =
             spec.legendLabelSet
                 ? spec.legendLabel
-                : (colorVar ? (colorVar->label.empty() ? colorVar->name : colorVar->label) : "");
+                : (colorVar ? (colorVar->label.empty() ? colorVar->name : colorVar->label)
+                            : (anyCells ? "Count" : ""));
         double w = measurer.measure(legendTitle, kTitleFont, true).width;
         for (auto const& s : series)
             w = std::max(w, 18 + measurer.measure(s.label, kTickFont, false).width);
@@ -1349,7 +1921,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             f.grouping = biggest >= 10000;
         if (!yStatistic.empty() && dim == 2 && (yStatistic == "summary.count"))
             f = {};
-        if (dim == 2 && (yStatistic == "summary.percent" || yStatistic == "summary.percent.count"))
+        if (dim == 2 && yStatistic.find("percent") != std::string::npos)
             f.suffix = "%";
         for (double t : s.ticks) {
             NumberFormat ff = f;
@@ -1462,6 +2034,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         hGrid = true;
     if (model.xGridlines == 2)
         hGrid = false;
+    if (spec.polar)
+        vGrid = hGrid = false;  // a pie has no value axis to guide
 
     for (std::size_t pr = 0; pr < panelRows.size(); ++pr) {
         for (std::size_t pcI = 0; pcI < panelCols.size(); ++pcI) {
@@ -1475,7 +2049,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             if (panels) {
                 std::string head = panelCat.label(colKey);
                 if (!rowKey.empty())
-                    head += (head.empty() ? "" : ", ") + rowKey;
+                    head += (head.empty() ? "" : ", ") + panelRowCat.label(rowKey);
                 auto t = text("panel-label", fitText(head, plot.w, kTickFont, measurer),
                               plot.x + plot.w / 2, plot.y - 5, kTickFont, 0, kTextColor);
                 t.category = colKey;
@@ -1559,19 +2133,222 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                     band(m, catExtent, start, width);
                     return (tr ? plot.y : plot.x) + start + width / 2;
                 };
-                if (el.type == "interval") {
+                // Where a value of a continuous dimension 1 falls along its axis.
+                auto binPos = [&](double v) {
+                    return tr ? xScale.map(v, plot.y + plot.h, plot.y)
+                              : xScale.map(v, plot.x, plot.x + plot.w);
+                };
+                bool ibeam =
+                    el.shape && !el.shape->args.empty() && el.shape->args[0].key() == "shape.ibeam";
+                // A page point from a position along dimension 1 and a value's position.
+                auto at = [&](double along, double value) {
+                    return tr ? Point{value, along} : Point{along, value};
+                };
+                auto drawPie = [&](std::vector<Mark const*> const& ms, Rect const& area,
+                                   auto const& colorFn) {
+                    double total = 0;
+                    for (auto const* m : ms)
+                        if (m->y != kSysmis)
+                            total += std::max(0.0, m->y - m->y0);
+                    if (!(total > 0))
+                        return;
+                    double cx = area.x + area.w / 2, cy = area.y + area.h / 2;
+                    double radius = std::min(area.w, area.h) / 2 * 0.92;
+                    double angle = spec.startAngle;  // degrees clockwise from twelve o'clock
+                    constexpr double kRad = 3.14159265358979323846 / 180;
+                    for (auto const* m : ms) {
+                        double v = m->y == kSysmis ? 0 : std::max(0.0, m->y - m->y0);
+                        if (v <= 0)
+                            continue;
+                        double sweep = v / total * 360;
+                        Primitive p;
+                        p.kind = Primitive::Kind::Polygon;
+                        p.role = "slice";
+                        if (sweep < 359.999)
+                            p.points.push_back({cx, cy});
+                        int steps = std::max(2, int(std::ceil(sweep / 3)));
+                        for (int k = 0; k <= steps; ++k) {
+                            double a = (angle + sweep * k / steps) * kRad;
+                            p.points.push_back(
+                                {cx + radius * std::sin(a), cy - radius * std::cos(a)});
+                        }
+                        p.fill = colorFn(*m);
+                        p.stroke = {1, 1, 1, 1};
+                        p.strokeWidth = 1;
+                        p.category = m->colorKey;
+                        p.value = v / total * 100;
+                        p.value2 = angle;
+                        scene.items.push_back(p);
+                        if (sweep >= 14) {  // the share, inside slices wide enough to hold it
+                            double mid = (angle + sweep / 2) * kRad;
+                            double lum = 0.3 * p.fill.r + 0.59 * p.fill.g + 0.11 * p.fill.b;
+                            std::string t = m->labelText.empty()
+                                                ? formatNumber(p.value, {true, 1, false, "", "%"})
+                                                : m->labelText;
+                            scene.items.push_back(
+                                text("slice-label", t, cx + radius * 0.62 * std::sin(mid),
+                                     cy - radius * 0.62 * std::cos(mid) + 4, 11, 0,
+                                     lum > 0.55 ? kTextColor : Color{1, 1, 1, 1}));
+                        }
+                        angle += sweep;
+                    }
+                };
+                auto drawBoxes = [&](std::vector<Mark const*> const& ms, Rect const& area,
+                                     double extent, auto const& colorFn, auto const& vPosFn,
+                                     bool coloured) {
+                    double origin = tr ? area.y : area.x;
+                    std::size_t nGroups = std::max<std::size_t>(1, colorCat.keys.size());
+                    for (auto const* m : ms) {
+                        if (!m->box)
+                            continue;
+                        BoxStats const& b = *m->box;
+                        double start = 0, width = extent / 10;
+                        if (xCategorical)
+                            band(*m, extent, start, width);
+                        else
+                            start = catPos(*m) - origin - width / 2;
+                        double centre = origin + start + width / 2;
+                        double boxW = std::min(width * 0.5, 90.0);
+                        if (coloured && nGroups > 1) {  // boxes of a colour side by side
+                            double each = width * 0.8 / double(nGroups);
+                            centre = origin + start + width * 0.1 +
+                                     each * (std::max(0, colorCat.index(m->colorKey)) + 0.5);
+                            boxW = each * 0.75;
+                        }
+                        Color edge{0.2, 0.2, 0.2, 1};
+                        Color fill = colorFn(*m);
+                        auto seg = [&](std::string role, double a1, double v1, double a2, double v2,
+                                       double value) {
+                            Point p1 = at(a1, v1), p2 = at(a2, v2);
+                            auto l = line(std::move(role), p1.x, p1.y, p2.x, p2.y, edge, 1.2);
+                            l.category = m->x;
+                            l.group = m->colorKey;
+                            l.value = value;
+                            scene.items.push_back(l);
+                        };
+                        double lh = vPosFn(b.lowerHinge), uh = vPosFn(b.upperHinge);
+                        double half = boxW / 2, capHalf = boxW / 4;
+                        seg("whisker", centre, uh, centre, vPosFn(b.upperWhisker), b.upperWhisker);
+                        seg("whisker", centre, lh, centre, vPosFn(b.lowerWhisker), b.lowerWhisker);
+                        for (double w : {b.upperWhisker, b.lowerWhisker})
+                            seg("whisker-cap", centre - capHalf, vPosFn(w), centre + capHalf,
+                                vPosFn(w), w);
+                        Primitive r;
+                        r.kind = Primitive::Kind::Rect;
+                        r.role = "box";
+                        Point c1 = at(centre - half, lh), c2 = at(centre + half, uh);
+                        r.x = std::min(c1.x, c2.x);
+                        r.y = std::min(c1.y, c2.y);
+                        r.w = std::fabs(c2.x - c1.x);
+                        r.h = std::fabs(c2.y - c1.y);
+                        r.fill = fill;
+                        r.stroke = edge;
+                        r.strokeWidth = 1.2;
+                        r.category = m->x;
+                        r.group = m->colorKey;
+                        r.value = b.upperHinge;
+                        r.value2 = b.lowerHinge;
+                        scene.items.push_back(r);
+                        double md = vPosFn(b.median);
+                        seg("median", centre - half, md, centre + half, md, b.median);
+                        scene.items.back().strokeWidth = 2.5;
+                        for (std::size_t k = 0; k < b.outliers.size(); ++k) {
+                            auto const& o = b.outliers[k];
+                            Point p = at(centre, vPosFn(o.value));
+                            if (o.extreme) {  // an asterisk
+                                for (double deg : {0.0, 60.0, 120.0}) {
+                                    double a = deg * 3.14159265358979323846 / 180, r4 = 4.5;
+                                    auto l = line("extreme", p.x - r4 * std::sin(a),
+                                                  p.y - r4 * std::cos(a), p.x + r4 * std::sin(a),
+                                                  p.y + r4 * std::cos(a), edge, 1.3);
+                                    l.category = m->x;
+                                    l.value = o.value;
+                                    scene.items.push_back(l);
+                                }
+                            } else {
+                                Primitive c;
+                                c.kind = Primitive::Kind::Circle;
+                                c.role = "outlier";
+                                c.x = p.x;
+                                c.y = p.y;
+                                c.w = 3.5;
+                                c.stroke = edge;
+                                c.strokeWidth = 1.2;
+                                c.fill = {1, 1, 1, 1};
+                                c.category = m->x;
+                                c.value = o.value;
+                                scene.items.push_back(c);
+                            }
+                            if (k < m->outlierLabels.size() && !m->outlierLabels[k].empty()) {
+                                auto t = text("outlier-label", m->outlierLabels[k], p.x + 7,
+                                              p.y + 3.5, 9, -1, kTextColor);
+                                t.category = m->x;
+                                t.value = o.value;
+                                scene.items.push_back(t);
+                            }
+                        }
+                    }
+                };
+                auto drawEdges = [&](std::vector<Mark const*> const& ms, auto const& cPos,
+                                     auto const& vPosFn, auto const& colorFn) {
+                    std::map<std::string, Mark const*> last;
+                    for (auto const* m : ms) {
+                        if (m->y == kSysmis)
+                            continue;
+                        std::string k = m->colorKey + "\x1d" + m->series;
+                        if (auto it = last.find(k); it != last.end()) {
+                            Point a = at(cPos(*it->second), vPosFn(it->second->y));
+                            Point b = at(cPos(*m), vPosFn(m->y));
+                            auto l = line("edge", a.x, a.y, b.x, b.y, colorFn(*m), 1.5);
+                            l.category = m->x;
+                            l.group = m->colorKey;
+                            scene.items.push_back(l);
+                        }
+                        last[k] = m;
+                    }
+                };
+                if (spec.polar && el.type == "interval") {
+                    drawPie(marks, plot, colorOf);
+                } else if (ev.cells) {
+                    for (auto const* m : marks) {
+                        double xa = binPos(m->x0), xb = binPos(m->x1);
+                        double ya = valuePos(m->y0), yb = valuePos(m->y);
+                        Primitive r;
+                        r.kind = Primitive::Kind::Rect;
+                        r.role = "cell";
+                        r.x = tr ? std::min(ya, yb) : std::min(xa, xb);
+                        r.y = tr ? std::min(xa, xb) : std::min(ya, yb);
+                        r.w = tr ? std::fabs(yb - ya) : std::fabs(xb - xa);
+                        r.h = tr ? std::fabs(xb - xa) : std::fabs(yb - ya);
+                        r.fill = cellColor(m->cell);
+                        r.category = numberKey(m->x0);
+                        r.group = numberKey(m->y0);
+                        r.value = m->cell;
+                        scene.items.push_back(r);
+                    }
+                } else if (el.type == "schema") {
+                    drawBoxes(marks, plot, catExtent, colorOf, valuePos, ev.hasColor);
+                } else if (el.type == "edge") {
+                    drawEdges(marks, catPos, valuePos, colorOf);
+                } else if (el.type == "interval") {
                     bool dodge = el.modifier == "dodge" && ev.hasColor;
                     std::size_t nGroups = std::max<std::size_t>(1, colorCat.keys.size());
                     for (auto const* m : marks) {
                         if (m->y == kSysmis)
                             continue;
                         double start = 0, width = catExtent / 10;
-                        if (xCategorical) {
+                        double fill = 0.7;
+                        if (m->binned) {
+                            // A bin spans its edges, touching its neighbours.
+                            double a = binPos(m->x0), b = binPos(m->x1);
+                            start = std::min(a, b) - (tr ? plot.y : plot.x);
+                            width = std::fabs(b - a);
+                            fill = 1;
+                        } else if (xCategorical) {
                             band(*m, catExtent, start, width);
                         } else {
                             start = (tr ? catPos(*m) - plot.y : catPos(*m) - plot.x) - width / 2;
                         }
-                        double fill = 0.7;
                         if (el.size && !el.size->args.empty())
                             fill = std::clamp(sizeValue(el.size->args[0], 1, 0.7), 0.05, 1.0);
                         double barW = width * fill, barStart = start + (width - barW) / 2;
@@ -1580,8 +2357,30 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                             barStart += each * std::max(0, colorCat.index(m->colorKey));
                             barW = each;
                         }
-                        double v0 = el.modifier == "stack" ? m->y0 : baseValue;
+                        double v0 = el.modifier == "stack" || m->ranged ? m->y0 : baseValue;
                         double p0 = valuePos(v0), p1 = valuePos(m->y);
+                        if (m->ranged && ibeam) {
+                            // An error bar: the interval with a cap at either end.
+                            double c = (tr ? plot.y : plot.x) + barStart + barW / 2;
+                            double cap = std::min(barW * 0.4, 24.0) / 2;
+                            Color col = ev.hasColor || el.color ? colorOf(*m) : kErrorBarColor;
+                            auto seg = [&](double a1, double b1, double a2, double b2) {
+                                return tr ? line("errorbar", a1, b1, a2, b2, col, 1.5)
+                                          : line("errorbar", b1, a1, b2, a2, col, 1.5);
+                            };
+                            Primitive body = seg(p0, c, p1, c);
+                            body.category = m->x;
+                            body.group = !m->colorKey.empty() ? m->colorKey : m->cluster;
+                            body.value = m->y;
+                            body.value2 = m->y0;
+                            scene.items.push_back(body);
+                            for (double p : {p0, p1}) {
+                                Primitive capLine = seg(p, c - cap, p, c + cap);
+                                capLine.role = "errorbar-cap";
+                                scene.items.push_back(capLine);
+                            }
+                            continue;
+                        }
                         Primitive r;
                         r.kind = Primitive::Kind::Rect;
                         r.role = "bar";
@@ -1600,10 +2399,17 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                         if (el.exterior) {
                             r.stroke = constantColor(el.exterior, {0, 0, 0, 1});
                             r.strokeWidth = 1;
+                        } else if (m->binned) {
+                            r.stroke = {1, 1, 1, 1};  // neighbouring bins stay apart
+                            r.strokeWidth = 0.75;
                         }
-                        r.category = m->x;
+                        r.category = m->binned ? numberKey(m->x0) : m->x;
                         r.group = !m->colorKey.empty() ? m->colorKey : m->cluster;
                         r.value = m->y - (el.modifier == "stack" ? m->y0 : 0);
+                        if (m->ranged) {
+                            r.value = m->y;
+                            r.value2 = m->y0;
+                        }
                         scene.items.push_back(r);
                         if (!m->labelText.empty()) {
                             auto t = tr ? text("value-label", m->labelText, r.x + r.w + 4,
@@ -1682,7 +2488,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                     }
                     for (auto const& k : order) {
                         auto pts = bySeries[k];
-                        if (el.type != "path")
+                        if (el.type != "path" && el.type != "polygon")
                             std::stable_sort(
                                 pts.begin(), pts.end(), [&](Mark const* a, Mark const* b) {
                                     return xCategorical ? xCat.index(a->x) < xCat.index(b->x)
@@ -1704,6 +2510,8 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                             bases.back().push_back(tr ? Point{b, c} : Point{c, b});
                         }
                         Color col = colorOf(*pts.front());
+                        if (el.fitLine && pts.front()->colorKey.empty())
+                            col = kErrorBarColor;
                         for (std::size_t ri = 0; ri < runs.size(); ++ri) {
                             auto const& run = runs[ri];
                             if (run.empty())
@@ -1711,7 +2519,15 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                             Primitive p;
                             p.category = pts.front()->x;
                             p.group = pts.front()->colorKey;
-                            if (el.type == "area") {
+                            if (el.type == "polygon") {
+                                p.kind = Primitive::Kind::Polygon;
+                                p.role = "polygon";
+                                p.points = run;
+                                p.fill = col;
+                                p.fill.a = alpha == 1 ? 0.5 : alpha;
+                                p.stroke = col;
+                                p.strokeWidth = 1.5;
+                            } else if (el.type == "area") {
                                 p.kind = Primitive::Kind::Polygon;
                                 p.role = "area";
                                 p.points = run;
@@ -1739,6 +2555,14 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                                 }
                             }
                             scene.items.push_back(p);
+                            if (el.fitLine && !pts.back()->labelText.empty() && run.size() > 1) {
+                                // The fit's R squared at the right end of its line.
+                                Point e = run.back();
+                                auto t = text("fit-label", pts.back()->labelText, e.x - 2, e.y - 6,
+                                              10, 1, col);
+                                t.group = pts.back()->colorKey;
+                                scene.items.push_back(t);
+                            }
                         }
                     }
                 }

@@ -37,6 +37,7 @@ struct Primitive {
     std::string category;
     std::string group;
     double value = 0;
+    double value2 = 0;  // the other end of an interval, a box or a slice's start angle
 };
 
 struct Scene {

@@ -248,7 +248,7 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
                       "DATA: v=col(source(s), name(\"v\"))\n"
                       "ELEMENT: interval(position(summary.mean(c*v)))\n"
                       "ELEMENT: line(position(c*v))\n"
-                      "ELEMENT: schema(position(c*v))",
+                      "ELEMENT: line(position(smooth.loess(c*v)))",
                   true, true);
     VarDataProcessor vdp;
     double sysmis = -std::numeric_limits<double>::max();
@@ -265,7 +265,8 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     for (auto const* l : s.withRole("line")) linePoints += l->points.size();
     EXPECT_EQ(linePoints, 4u);
     ASSERT_FALSE(s.warnings.empty());
-    EXPECT_NE(s.warnings[0].find("'schema' is not supported yet"), std::string::npos);
+    EXPECT_NE(s.warnings[0].find("'smooth.loess' is not supported yet"), std::string::npos)
+        << s.warnings[0];
 
     XDocument lacking(kHead +
                           "DATA: v=col(source(s), name(\"nothere\"))\n"
