@@ -177,3 +177,16 @@ TEST_F(ChartJobs, TransposedChartNamesItsStatisticsAndVariables) {
     EXPECT_EQ(variable(chart, "lo")["creator"], 0);
     EXPECT_EQ(chart["data"]["t"]["rows"].size(), 2u);
 }
+
+TEST_F(ChartJobs, InfiniteErrorBarsAreDroppedWithAWarning) {
+    run("infinite");
+    ASSERT_EQ(charts_.size(), 1u);
+    EXPECT_EQ(messageTexts(2),
+              std::vector<std::string>{"Infinite error bars have been removed from the chart..."});
+    // The group of the one case without a sex keeps its mean; its interval ends are missing.
+    bool sawMissingEnd = false;
+    for (auto const& row : charts_[0]["data"]["g"]["rows"]) {
+        if (row[2].is_null() || row[3].is_null()) sawMissingEnd = true;
+    }
+    EXPECT_TRUE(sawMissingEnd);
+}
