@@ -13,7 +13,16 @@ if [ ! -f "$csv" ]; then
   "$bench" --generate "$csv" "$rows"
 fi
 ours=$(mktemp)
-trap 'rm -f "$ours"' EXIT
+aggregated=$(mktemp)
+trap 'rm -f "$ours" "$aggregated"' EXIT
 GGRAPH_BENCH_CSV=$csv "$bench" --benchmark_out="$ours" --benchmark_out_format=json
 # Debian's pandas lives with the system interpreter.
 /usr/bin/python3 "$here/pandas_peer.py" "$csv" "$ours"
+
+# The aggregated pass against pandas groupby on the same cases. GGRAPH_AGG_CASES (default
+# 10000000) sets their number.
+agg=$build/bench/aggregation_bench
+cases=$build/aggregation_${GGRAPH_AGG_CASES:-10000000}.f64
+"$agg" --write-data "$cases"  # also our cells of this build, which the peer checks
+"$agg" --benchmark_out="$aggregated" --benchmark_out_format=json
+/usr/bin/python3 "$here/pandas_aggregation_peer.py" "$cases" "$aggregated"

@@ -29,6 +29,25 @@ double percentile(std::span<double const> sorted, double p) {
     return sorted[below] + fraction * (sorted[below + 1] - sorted[below]);
 }
 
+double selectPercentile(std::span<double> values, double p) {
+    std::size_t const n = values.size();
+    if (n == 0)
+        return KWEL_Globals::sysmis();
+    double const rank = (static_cast<double>(n) + 1.0) * p;
+    if (rank <= 1.0)
+        return *std::min_element(values.begin(), values.end());
+    if (rank >= static_cast<double>(n))
+        return *std::max_element(values.begin(), values.end());
+    double const whole = std::floor(rank);
+    double const fraction = rank - whole;
+    std::size_t const below = static_cast<std::size_t>(whole) - 1;
+    auto const at = values.begin() + static_cast<std::ptrdiff_t>(below);
+    std::nth_element(values.begin(), at, values.end());
+    double const low = *at;
+    double const high = *std::min_element(at + 1, values.end());
+    return low + fraction * (high - low);
+}
+
 double groupedPercentile(std::span<double const> sorted, double p) {
     std::size_t const n = sorted.size();
     if (n == 0) return KWEL_Globals::sysmis();

@@ -10,6 +10,9 @@ namespace host::aggregation {
 // The (n+1)p definition: linear interpolation between the order statistics around rank (n+1)p,
 // clamped to the smallest and the largest value. `p` is a fraction.
 double percentile(std::span<double const> sorted, double p);
+// The same value over values in any order, by partial selection instead of a full sort;
+// reorders `values`.
+double selectPercentile(std::span<double> values, double p);
 // The grouped percentile: each distinct value is the midpoint of a class whose bounds lie half
 // way to its neighbours (the outer classes as wide as their inner neighbour), and the value is
 // interpolated within the class where the cumulative count reaches pN.

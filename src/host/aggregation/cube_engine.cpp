@@ -181,6 +181,7 @@ struct CubeAggregator::Engine {
     struct Slot {
         int variable = -1;
         bool keepValues = false;
+        bool keepOrder = false;  // a statistic needs the values sorted, not just selected
     };
     struct LimitRule {
         int slot;
@@ -217,6 +218,21 @@ struct CubeAggregator::Engine {
         std::vector<Member> members;  // dichotomy sets
         std::vector<char> scratch;    // a category-set value padded to the key width
     };
+    // The common shape of a pass (numeric break variables and summary variables read straight
+    // from the host's columns) skips the general look-ups: small integer values map to their
+    // category through a table filled as they are met.
+    struct FastBreak {
+        OBS const* cells;
+        TableDimension::Data* data;
+        KWEL_Variable::Data const* record;
+        bool exclude;
+        std::vector<std::int32_t> ids;  // value -> category + 1; -1 excluded; 0 not met yet
+    };
+    struct FastSlot {
+        OBS const* cells;
+        KWEL_Variable::Data const* record;
+        bool userMissing;  // the variable declares missing values beyond the system one
+    };
 
     Engine(KWEL_InputCaseIterator& it, bool byVariable)
         : iterator(it), hostIterator(dynamic_cast<ProcDSIterator*>(&it)), variablewise(byVariable) {}
@@ -252,11 +268,34 @@ struct CubeAggregator::Engine {
     std::unordered_map<std::string, std::uint32_t, StringHash, std::equal_to<>> cellMap;
     std::string key;
 
+    bool fast = false;
+    bool plainSums = false;  // one slot, no limits, no stored values
+    double sysmis = 0.0;
+    std::vector<FastBreak> fastBreaks;
+    std::vector<FastSlot> fastSlots;
+
     static constexpr int kGridBits = 22;
 
     void bind();
+    void bindFast();
     void reset();
     void addCase();
+    void addCaseFast(std::int64_t row);
+    static void add(Sums& acc, double x) {
+        if (acc.n == 0.0) {
+            acc.shift = x;
+            acc.min = x;
+            acc.max = x;
+        } else {
+            acc.min = x < acc.min ? x : acc.min;
+            acc.max = x > acc.max ? x : acc.max;
+        }
+        acc.n += 1.0;
+        double const dx = x - acc.shift;
+        acc.shifted += dx;
+        acc.squares += dx * dx;
+        acc.sum += x;
+    }
     OBS const* cellOf(int index, std::int64_t row) const {
         if (index < 0) return nullptr;
         if (static_cast<std::size_t>(index) < columns.size() && columns[static_cast<std::size_t>(index)].cells) {
@@ -277,6 +316,7 @@ struct CubeAggregator::Engine {
     long findCell(std::uint32_t const* ids);
     void regrid();
     void accumulate(std::uint32_t cell, double responses);
+    void accumulateValues(std::uint32_t cell);
     StatValues* values(std::uint32_t cell);
     AggregationResult compute(std::size_t statistic, std::uint32_t cell);
 };
@@ -310,12 +350,15 @@ void CubeAggregator::Engine::bind() {
         statisticSlot[i] = slot;
         switch (statistic.GetSummaryStatistic()) {
             case Codes::STAT_MEDIAN:
+            case Codes::STAT_PTILE:
+                found->keepValues = true;
+                break;
             case Codes::STAT_GMEDIAN:
             case Codes::STAT_MODE:
-            case Codes::STAT_PTILE:
             case Codes::STAT_GPTILE:
             case Codes::STAT_MEDIAN_CI:
                 found->keepValues = true;
+                found->keepOrder = true;
                 break;
             case Codes::STAT_PCT_LT: case Codes::STAT_N_LT: case Codes::STAT_PCT_LE: case Codes::STAT_N_LE:
             case Codes::STAT_PCT_GT: case Codes::STAT_N_GT: case Codes::STAT_PCT_GE: case Codes::STAT_N_GE:
@@ -367,11 +410,46 @@ void CubeAggregator::Engine::bind() {
             }
         }
     }
+    bindFast();
     reset();
+}
+
+void CubeAggregator::Engine::bindFast() {
+    sysmis = KWEL_Globals::sysmis();
+    fast = hostIterator != nullptr && !columns.empty();
+    for (Dimension const& dimension : dimensions) {
+        Column const* info = dimension.variable->GetIndices().empty()
+                                 ? nullptr
+                                 : column(dimension.variable->GetIndices()[0]);
+        fast = fast && dimension.variable->GetKind() == AggregationVariable::Kind::Variable &&
+               info != nullptr && info->width == 0 && !dimension.data->isString;
+        if (!fast)
+            break;
+        fastBreaks.push_back({info->cells,
+                              dimension.data,
+                              info->record,
+                              dimension.variable->GetExcludeMissing(),
+                              {}});
+    }
+    for (Slot const& slot : slots) {
+        Column const* info = column(slot.variable);
+        fast = fast && info != nullptr && info->width == 0;
+        if (!fast)
+            break;
+        fastSlots.push_back(
+            {info->cells, info->record,
+             !info->record->missingNumbers.empty() || info->record->hasMissingRange});
+    }
+    if (!fast) {
+        fastBreaks.clear();
+        fastSlots.clear();
+    }
+    plainSums = fast && slots.size() == 1 && limits.empty() && !slots[0].keepValues;
 }
 
 void CubeAggregator::Engine::reset() {
     for (Dimension& dimension : dimensions) dimension.data->clear();
+    for (FastBreak& fastBreak : fastBreaks) fastBreak.ids.assign(kSmallIntegers, 0);
     cellIds.clear();
     cells.clear();
     sums.clear();
@@ -543,27 +621,20 @@ void CubeAggregator::Engine::accumulate(std::uint32_t cellIndex, double response
     cell.cases += 1.0;
     cell.responses += responses;
     totalResponses += responses;
-    if (cell.values) cell.values.reset();
+    if (cell.values)
+        cell.values.reset();
+    accumulateValues(cellIndex);
+}
+
+void CubeAggregator::Engine::accumulateValues(std::uint32_t cellIndex) {
     std::size_t const nSlots = slots.size();
     Sums* sum = sums.data() + cellIndex * nSlots;
     for (std::size_t s = 0; s < nSlots; ++s) {
         if (!caseValid[s]) continue;
         double const x = caseValues[s];
-        Sums& acc = sum[s];
-        if (acc.n == 0.0) {
-            acc.shift = x;
-            acc.min = x;
-            acc.max = x;
-        } else {
-            acc.min = x < acc.min ? x : acc.min;
-            acc.max = x > acc.max ? x : acc.max;
-        }
-        acc.n += 1.0;
-        double const dx = x - acc.shift;
-        acc.shifted += dx;
-        acc.squares += dx * dx;
-        acc.sum += x;
-        if (slots[s].keepValues) stored[cellIndex * nSlots + s].push_back(x);
+        add(sum[s], x);
+        if (slots[s].keepValues)
+            stored[cellIndex * nSlots + s].push_back(x);
     }
     double* counts = limitCounts.data() + cellIndex * limits.size();
     for (std::size_t l = 0; l < limits.size(); ++l) {
@@ -584,12 +655,74 @@ void CubeAggregator::Engine::accumulate(std::uint32_t cellIndex, double response
     }
 }
 
+void CubeAggregator::Engine::addCaseFast(std::int64_t row) {
+    std::size_t const nSlots = fastSlots.size();
+    bool anyMissing = false;
+    for (std::size_t s = 0; s < nSlots; ++s) {
+        FastSlot const& slot = fastSlots[s];
+        double const x = slot.cells[row];
+        bool const valid = x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+        caseValid[s] = valid;
+        caseValues[s] = valid ? x : 0.0;
+        anyMissing |= !valid;
+    }
+    if (anyMissing && !variablewise)
+        return;  // listwise: out of every statistic
+
+    std::size_t const n = fastBreaks.size();
+    FastBreak* const breaks = fastBreaks.data();
+    int const* const width = bits.data();
+    std::uint32_t* const ids = caseIds.data();
+    std::size_t index = 0;
+    bool onGrid = !hashed;
+    for (std::size_t d = 0; d < n; ++d) {
+        FastBreak& fastBreak = breaks[d];
+        double const value = fastBreak.cells[row];
+        std::int32_t code = 0;
+        bool const small = value >= 0.0 && value < kSmallIntegers &&
+                           value == static_cast<double>(static_cast<int>(value));
+        if (small)
+            code = fastBreak.ids[static_cast<std::size_t>(value)];
+        if (code == 0) [[unlikely]] {
+            std::uint32_t const id = numberCategory(*fastBreak.data, value, fastBreak.record);
+            bool const excluded = fastBreak.exclude && fastBreak.data->records[id].missing;
+            code = excluded ? -1 : static_cast<std::int32_t>(id) + 1;
+            if (small)
+                fastBreak.ids[static_cast<std::size_t>(value)] = code;
+        }
+        if (code < 0)
+            return;
+        auto const id = static_cast<std::uint32_t>(code - 1);
+        ids[d] = id;
+        onGrid = onGrid && (id >> width[d]) == 0;
+        index = (index << width[d]) | id;
+    }
+    std::uint32_t const found = onGrid ? grid[index] : 0;
+    std::uint32_t const cell = found != 0 ? found - 1 : findOrCreateCell(ids);
+    Cell& record = cells[cell];
+    record.cases += 1.0;
+    record.responses += 1.0;
+    totalResponses += 1.0;
+    if (record.values)
+        record.values.reset();
+    if (plainSums) {
+        if (!anyMissing)
+            add(sums[cell], caseValues[0]);
+        return;
+    }
+    accumulateValues(cell);
+}
+
 void CubeAggregator::Engine::addCase() {
     if (!bound) bind();
     std::int64_t row = 0;
     if (hostIterator != nullptr) {
         row = hostIterator->CurrentRow();
         if (row < 0) return;
+    }
+    if (fast) {
+        addCaseFast(row);
+        return;
     }
     bool anyMissing = false;
     for (std::size_t s = 0; s < slots.size(); ++s) {
@@ -663,23 +796,40 @@ AggregationResult CubeAggregator::Engine::compute(std::size_t statisticIndex, st
     double variance = missing;
     if (n > 1.0) variance = std::max(0.0, (acc.squares - acc.shifted * acc.shifted / n) / (n - 1.0));
     std::vector<double>& values = stored[at];
-    if (slots[static_cast<std::size_t>(slot)].keepValues && !std::is_sorted(values.begin(), values.end()))
+    bool const keepOrder = slots[static_cast<std::size_t>(slot)].keepOrder;
+    if (keepOrder && !std::is_sorted(values.begin(), values.end()))
         std::sort(values.begin(), values.end());
+    // Without a statistic that needs the whole order, a percentile is found by selection.
+    auto const percentile = [&](double p) {
+        return keepOrder ? host::aggregation::percentile(values, p)
+                         : host::aggregation::selectPercentile(values, p);
+    };
     int const limit = statisticLimit[statisticIndex];
     switch (code) {
-        case Codes::STAT_VALIDN: return AggregationResult(n);
-        case Codes::STAT_SUM: return AggregationResult(n > 0.0 ? acc.sum : missing);
-        case Codes::STAT_MEAN: return AggregationResult(n > 0.0 ? acc.shift + acc.shifted / n : missing);
-        case Codes::STAT_MINIMUM: return AggregationResult(n > 0.0 ? acc.min : missing);
-        case Codes::STAT_MAXIMUM: return AggregationResult(n > 0.0 ? acc.max : missing);
-        case Codes::STAT_VARIANCE: return AggregationResult(variance);
-        case Codes::STAT_STDDEV: return AggregationResult(n > 1.0 ? std::sqrt(variance) : missing);
-        case Codes::STAT_SEMEAN: return AggregationResult(n > 1.0 ? std::sqrt(variance / n) : missing);
-        case Codes::STAT_MODE: return AggregationResult(host::aggregation::mode(values));
-        case Codes::STAT_MEDIAN: return AggregationResult(host::aggregation::percentile(values, 0.5));
+        case Codes::STAT_VALIDN:
+            return AggregationResult(n);
+        case Codes::STAT_SUM:
+            return AggregationResult(n > 0.0 ? acc.sum : missing);
+        case Codes::STAT_MEAN:
+            return AggregationResult(n > 0.0 ? acc.shift + acc.shifted / n : missing);
+        case Codes::STAT_MINIMUM:
+            return AggregationResult(n > 0.0 ? acc.min : missing);
+        case Codes::STAT_MAXIMUM:
+            return AggregationResult(n > 0.0 ? acc.max : missing);
+        case Codes::STAT_VARIANCE:
+            return AggregationResult(variance);
+        case Codes::STAT_STDDEV:
+            return AggregationResult(n > 1.0 ? std::sqrt(variance) : missing);
+        case Codes::STAT_SEMEAN:
+            return AggregationResult(n > 1.0 ? std::sqrt(variance / n) : missing);
+        case Codes::STAT_MODE:
+            return AggregationResult(host::aggregation::mode(values));
+        case Codes::STAT_MEDIAN:
+            return AggregationResult(percentile(0.5));
         case Codes::STAT_PTILE:
-            return AggregationResult(host::aggregation::percentile(values, statistic.GetPTileCutPoint() / 100.0));
-        case Codes::STAT_GMEDIAN: return AggregationResult(host::aggregation::groupedPercentile(values, 0.5));
+            return AggregationResult(percentile(statistic.GetPTileCutPoint() / 100.0));
+        case Codes::STAT_GMEDIAN:
+            return AggregationResult(host::aggregation::groupedPercentile(values, 0.5));
         case Codes::STAT_GPTILE:
             return AggregationResult(
                 host::aggregation::groupedPercentile(values, statistic.GetPTileCutPoint() / 100.0));

@@ -1,7 +1,9 @@
 // The aggregation cube: categories, cells, missing values and every statistic code.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
 
 #include "host/aggregation/cell_statistics.h"
@@ -225,4 +227,74 @@ TEST(CubeEngine, SetsCountCasesAndResponsesWithAndWithoutDuplicates) {
     EXPECT_EQ(members[1]->memberIndex, d2);
     EXPECT_EQ(cube.cell({members[0]})->GetStatValue(0), 2.0);
     EXPECT_EQ(cube.cell({members[1]})->GetStatValue(0), 2.0);
+}
+
+TEST(CubeEngine, ManyCategoriesOfAnyValueMatchAPlainGrouping) {
+    // Break values beyond the small integers (negative, fractional, large), enough categories
+    // that the cells outgrow a dense grid, user-missing and system-missing breaks left out, and
+    // one crowded cell for the order statistics.
+    // Expected: the cases grouped by (g, h) in a std::map, the median and the 10th percentile
+    // from the sorted values of each group.
+    std::int64_t const n = 12000;
+    std::vector<double> gs, hs, xs;
+    std::uint64_t state = 88172645463325252ull;
+    auto next = [&] {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        return state;
+    };
+    for (std::int64_t i = 0; i < n; ++i) {
+        std::uint64_t const r = next();
+        double g = static_cast<double>(r % 6000);
+        double h = static_cast<double>((r >> 20) % 600);
+        if (r % 7 == 0)
+            g = -g / 4.0;  // negatives and fractions
+        if (r % 97 == 0)
+            g = kSys;
+        if (r % 5 == 0)
+            g = h = 1.0;  // one crowded cell
+        gs.push_back(g);
+        hs.push_back(h);
+        xs.push_back((r >> 32) % 50 == 0 ? kSys : static_cast<double>((r >> 32) % 1000) / 10.0);
+    }
+    test::CaseBuilder data(n);
+    int g = data.numeric("g", gs);
+    int h = data.numeric("h", hs);
+    int x = data.numeric("x", xs);
+    data.variable(h).missingNumbers = {7};
+
+    std::map<std::pair<double, double>, std::vector<double>> groups;
+    for (std::int64_t i = 0; i < n; ++i) {
+        if (gs[i] == kSys || hs[i] == 7 || xs[i] == kSys)
+            continue;
+        groups[{gs[i], hs[i]}].push_back(xs[i]);
+    }
+
+    AggregationStatistic tenth = stat(Codes::STAT_PTILE, x);
+    tenth.SetPTileCutPoint(10.0);
+    AggregationVariable byG(g, "g"), byH(h, "h");
+    Cube cube(data, {&byG, &byH},
+              {stat(Codes::STAT_COUNT, -1), stat(Codes::STAT_MEAN, x), stat(Codes::STAT_MEDIAN, x), tenth,
+               stat(Codes::STAT_PCTRESPONSES, -1)});
+    double total = 0;
+    for (auto const& group : groups) total += static_cast<double>(group.second.size());
+    std::map<double, AggregationCategory const*> byValue[2];
+    for (std::size_t d = 0; d < 2; ++d)
+        for (auto const* category : cube.categories(d)) byValue[d][*category->value] = category;
+    EXPECT_EQ(byValue[1].count(7.0), 0u);
+    for (auto const& [key, values] : groups) {
+        StatValues* v = cube.cell({byValue[0][key.first], byValue[1][key.second]});
+        ASSERT_NE(v, nullptr);
+        std::vector<double> sorted = values;
+        std::sort(sorted.begin(), sorted.end());
+        double sum = 0;
+        for (double value : sorted) sum += value;
+        EXPECT_EQ(v->GetStatValue(0), static_cast<double>(sorted.size()));
+        EXPECT_NEAR(v->GetStatValue(1), sum / static_cast<double>(sorted.size()), 1e-9);
+        EXPECT_EQ(v->GetStatValue(2), host::aggregation::percentile(sorted, 0.5));
+        EXPECT_EQ(v->GetStatValue(3), host::aggregation::percentile(sorted, 0.1));
+        // Cases left out for a missing break value are no responses either.
+        EXPECT_NEAR(v->GetStatValue(4), 100.0 * static_cast<double>(sorted.size()) / total, 1e-9);
+    }
 }
