@@ -190,3 +190,12 @@ TEST_F(ChartJobs, InfiniteErrorBarsAreDroppedWithAWarning) {
     }
     EXPECT_TRUE(sawMissingEnd);
 }
+
+TEST_F(ChartJobs, TheSpreadOfATimeVariableTakesTheDurationFormat) {
+    run("duration");
+    ASSERT_EQ(charts_.size(), 1u);
+    // The day-and-time format word (type 25, width 0, 12 decimals).
+    EXPECT_EQ(variable(charts_[0], "STDDEV_shift")["format"]["packed"], 0x19000C);
+    // A mean keeps the variable's own time format.
+    EXPECT_EQ(variable(charts_[0], "MEAN_shift")["format"]["packed"].get<int>() >> 16, 21);
+}
