@@ -199,3 +199,14 @@ TEST_F(ChartJobs, TheSpreadOfATimeVariableTakesTheDurationFormat) {
     // A mean keeps the variable's own time format.
     EXPECT_EQ(variable(charts_[0], "MEAN_shift")["format"]["packed"].get<int>() >> 16, 21);
 }
+
+TEST_F(ChartJobs, SplitAndUnsplitDataSetsDoNotMix) {
+    auto other = host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/e2e/data/staff.csv");
+    ASSERT_TRUE(other.ok());
+    host::dictionary::addNamedDataset("other", other.dataset);
+    run("mixed");
+    EXPECT_EQ(messageTexts(3),
+              std::vector<std::string>{"Can not mix graph data sets if one graph data set has a split file active."});
+    // The first data set decides: the chart goes out once per split group.
+    EXPECT_EQ(charts_.size(), 2u);
+}
