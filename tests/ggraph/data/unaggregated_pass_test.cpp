@@ -4,6 +4,8 @@
 
 #include "ggraph/variables/relabel_string.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -283,4 +285,27 @@ TEST_F(UnaggregatedPass, CaseLimitCountsKeptRowsAndWarnsOnlyTwoCasesBeyond) {
     auto kept = inlinePass("VARIABLES=x CASELIMIT=3");
     EXPECT_EQ(kept.only(), "x=1 $CASENUM=1\nx=2 $CASENUM=2\nx=4 $CASENUM=4\n");
     EXPECT_EQ(kept.messages(2).size(), 1u);
+}
+
+TEST_F(UnaggregatedPass, CaseValueChartShowsTheCasesThroughTheirRelabels) {
+    auto run = test::runJob(
+        "GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=x CASEVALUE(y) /GRAPHSPEC SOURCE=INLINE.\n"
+        "BEGIN GPL\nSOURCE: s=userSource(id(\"g\"))\nDATA: x=col(source(s), name(\"x\"))\n"
+        "DATA: CASEVALUE_y=col(source(s), name(\"CASEVALUE_y\"), unit.category())\n"
+        "ELEMENT: point(position(x*CASEVALUE_y))\nEND GPL.\n");
+    host::output::Item const* chart = nullptr;
+    for (auto const* item : run->flat())
+        if (item->kind == host::output::ItemKind::Chart) chart = item;
+    ASSERT_NE(chart, nullptr);
+    nlohmann::json const& payload = *chart->payload;
+    nlohmann::json relabels;
+    for (auto const& variable : payload["variables"])
+        if (variable["name"] == "CASEVALUE_y") relabels = variable["relabels"];
+    // Case 2 is user-missing and has none; case 3 is charted nowhere (x is missing) but its
+    // value was met, and its value label takes the place of its text.
+    nlohmann::json const expected = nlohmann::json::parse(R"([
+        {"value": "1", "label": "10"}, {"value": "3", "label": "thirty"},
+        {"value": "4", "label": "40"}, {"value": "5", "label": "50"}, {"value": "6", "label": "60"}])");
+    EXPECT_EQ(relabels, expected) << payload["variables"].dump();
+    EXPECT_EQ(payload["data"]["g"]["rows"].size(), 5u) << payload["data"].dump();
 }
