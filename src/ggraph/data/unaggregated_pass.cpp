@@ -140,11 +140,11 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
             if (resolver == nullptr) {
                 if (!variable->isCaseNumVariable())
                     continue;
-                std::string const column = variable->GetVariableUnicodeName();
                 if (!transposed) {
-                    vdp->SetVariableValue(name, column, row,
-                                          static_cast<double>(iterator->CaseNumber()));
+                    // The column was added by addVDPVariable: its handle saves a look-up by name.
+                    variable->setNumericValue(static_cast<double>(iterator->CaseNumber()), row);
                 } else {
+                    std::string const column = variable->GetVariableUnicodeName();
                     for (unsigned int k = 0; k < rowsPerCase; ++k)
                         vdp->SetVariableValue(name, column, rowsPerCase * row + k,
                                               static_cast<double>(iterator->CaseNumber()));
