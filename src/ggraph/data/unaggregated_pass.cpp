@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ggraph/data/data_messages.h"
 #include "ggraph/data/ggraph_data_set.h"
@@ -39,18 +40,21 @@ bool isColumnVariable(GGraphVariable const* variable) {
            resolver->getVariableType() == VariableResolver::DICTIONARY_VARIABLE;
 }
 
-// A string value's bytes: the print width, never more than the cells hold. Trailing blanks are
-// cut only behind a non-blank, so an all-blank value keeps its width (and a blank of width 1 is
-// what the missing test below recognises).
-std::string caseText(KWEL_Variable const& variable, OBS const* cell) {
+// The bytes a string value shows: its print width, never more than its cells hold.
+int textWidth(KWEL_Variable const* variable) {
+    if (variable == nullptr)
+        return 0;
     FormatType type{};
     int width = 0, decimals = 0;
-    variable.GetFormatEx(type, width, decimals);
-    int const stored = variable.GetType();
-    if (stored > 0 && width > stored)
-        width = stored;
-    std::string text(reinterpret_cast<char const*>(cell),
-                     static_cast<std::size_t>(width > 0 ? width : 0));
+    variable->GetFormatEx(type, width, decimals);
+    int const stored = variable->GetType();
+    return stored > 0 && width > stored ? stored : (width > 0 ? width : 0);
+}
+
+// Trailing blanks are cut only behind a non-blank, so an all-blank value keeps its width (and a
+// blank of width 1 is what the missing test recognises).
+std::string caseText(OBS const* cell, int width) {
+    std::string text(reinterpret_cast<char const*>(cell), static_cast<std::size_t>(width));
     std::size_t const last = text.find_last_not_of(' ');
     if (text.size() >= 2 && last != std::string::npos && last + 1 < text.size())
         text.resize(last + 1);
@@ -73,6 +77,28 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
     bool const transposed = data.isVarsToCases();
     std::string const summary = data.summaryName.toUTF8();
     std::string const index = data.indexName.toUTF8();
+
+    // What each column variable needs per case, looked up once for the whole pass.
+    struct Column {
+        GGraphVariable* variable;
+        unsigned int position;  // in `variables`: the row offset of a transposed case
+        KWEL_Variable const* dictionary;
+        int index;
+        bool isString;
+        int width;
+    };
+    std::vector<Column> columns;
+    for (std::size_t i = 0; i < data.variables.size(); ++i) {
+        GGraphVariable* variable = data.variables[i];
+        if (!isColumnVariable(variable))
+            continue;
+        VariableResolver const* resolver = variable->getVariableResolver();
+        int const varIndex = resolver != nullptr ? resolver->getVariableIndex() : -1;
+        columns.push_back({variable, static_cast<unsigned int>(i),
+                           resolver != nullptr ? source->GetVariable(varIndex) : nullptr, varIndex,
+                           variable->isString(), 0});
+        columns.back().width = textWidth(columns.back().dictionary);
+    }
     // $CASENUM, appended last but one or last, gets no row of its own.
     auto const rowsPerCase =
         data.variables.empty() ? 0u : static_cast<unsigned int>(data.variables.size()) - 1u;
@@ -131,22 +157,19 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
             rowDeleted = true;
         };
 
-        for (std::size_t i = 0; i < data.variables.size(); ++i) {
-            GGraphVariable* variable = data.variables[i];
-            if (!isColumnVariable(variable))
-                continue;
-            auto const position = static_cast<unsigned int>(i);
-            VariableResolver const* resolver = variable->getVariableResolver();
-            if (resolver == nullptr) {
+        for (Column const& column : columns) {
+            GGraphVariable* variable = column.variable;
+            unsigned int const position = column.position;
+            if (column.index < 0) {
                 if (!variable->isCaseNumVariable())
                     continue;
                 if (!transposed) {
                     // The column was added by addVDPVariable: its handle saves a look-up by name.
                     variable->setNumericValue(static_cast<double>(iterator->CaseNumber()), row);
                 } else {
-                    std::string const column = variable->GetVariableUnicodeName();
+                    std::string const columnName = variable->GetVariableUnicodeName();
                     for (unsigned int k = 0; k < rowsPerCase; ++k)
-                        vdp->SetVariableValue(name, column, rowsPerCase * row + k,
+                        vdp->SetVariableValue(name, columnName, rowsPerCase * row + k,
                                               static_cast<double>(iterator->CaseNumber()));
                 }
                 continue;
@@ -155,17 +178,17 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
             if (transposed && position >= rowsPerCase)
                 continue;
             unsigned int const transposedRow = rowsPerCase * row + position;
-            int const varIndex = resolver->getVariableIndex();
-            OBS const* obs = iterator->GetObsPointer(static_cast<unsigned int>(varIndex));
+            OBS const* obs = iterator->GetObsPointer(static_cast<unsigned int>(column.index));
+            KWEL_Variable const* dictVariable = column.dictionary;
+            bool const isString = column.isString;
             std::string text;
             bool writeMissing = false;
             if (obs != nullptr) {
-                KWEL_Variable const* dictVariable = source->GetVariable(varIndex);
-                if (variable->isString() && dictVariable != nullptr)
-                    text = caseText(*dictVariable, obs);
+                if (isString)
+                    text = caseText(obs, column.width);
                 bool const missing =
                     (dictVariable != nullptr && dictVariable->IsMissing(obs) == 1) ||
-                    (variable->isString() && (text.empty() || text == " "));
+                    (isString && (text.empty() || text == " "));
                 if (missing) {
                     if (!data.reportMissing) {
                         if (data.listwise && !variable->isMRChild()) {
@@ -182,7 +205,7 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
                 }
             }
             // A number the source could not give is written as missing rather than read.
-            if (obs == nullptr && !variable->isString())
+            if (obs == nullptr && !isString)
                 writeMissing = true;
             if (writeMissing) {
                 if (!transposed) {
@@ -196,13 +219,13 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
                 continue;
             }
             if (!transposed) {
-                if (variable->isString())
+                if (isString)
                     variable->setStringValue(XUtility::ChartStringFromLocalCodePage(text).toUTF8(),
                                              row);
                 else
                     variable->setNumericValue(*obs, row);
             } else {
-                if (variable->isString())
+                if (isString)
                     vdp->SetStringVariableValue(name, summary, transposedRow, text);
                 else
                     vdp->SetVariableValue(name, summary, transposedRow, *obs);
