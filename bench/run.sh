@@ -17,3 +17,8 @@ trap 'rm -f "$ours"' EXIT
 GGRAPH_BENCH_CSV=$csv "$bench" --benchmark_out="$ours" --benchmark_out_format=json
 # Debian's pandas lives with the system interpreter.
 /usr/bin/python3 "$here/pandas_peer.py" "$csv" "$ours"
+
+# The unaggregated pass over 10 million cases, and a scatter of 1 million cases from CSV to PNG
+# next to pandas with matplotlib.
+"$build/bench/unaggregated_bench"
+/usr/bin/python3 "$here/scatter_peer.py" "$build/src/cli/ggraph" "${GGRAPH_SCATTER_ROWS:-1000000}" "$build/scatter"
