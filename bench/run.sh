@@ -26,3 +26,8 @@ cases=$build/aggregation_${GGRAPH_AGG_CASES:-10000000}.f64
 "$agg" --write-data "$cases"  # also our cells of this build, which the peer checks
 "$agg" --benchmark_out="$aggregated" --benchmark_out_format=json
 /usr/bin/python3 "$here/pandas_aggregation_peer.py" "$cases" "$aggregated"
+
+# The unaggregated pass over 10 million cases, and a scatter of 1 million cases from CSV to PNG
+# next to pandas with matplotlib.
+"$build/bench/unaggregated_bench"
+/usr/bin/python3 "$here/scatter_peer.py" "$build/src/cli/ggraph" "${GGRAPH_SCATTER_ROWS:-1000000}" "$build/scatter"

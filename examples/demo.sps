@@ -88,7 +88,31 @@ BEGIN GPL
   ELEMENT: interval(position(region.spread.range(which*(low+high))), shape(shape.ibeam))
 END GPL.
 
-* 7. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 7. Current against beginning salary: no summary function, so one point per employee.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=salbegin salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Current by beginning salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: salbegin = col(source(s), name("salbegin"))
+  DATA: salary = col(source(s), name("salary"))
+  ELEMENT: point(position(salbegin*salary))
+END GPL.
+
+* 8. Salary by years of education, from the cases, one chart per gender.
+SPLIT FILE BY gender.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=educ salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Salary by education".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: educ = col(source(s), name("educ"))
+  DATA: salary = col(source(s), name("salary"))
+  ELEMENT: point(position(educ*salary))
+END GPL.
+SPLIT FILE OFF.
+
+* 9. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

@@ -17,8 +17,5 @@ inline constexpr char kFilterValueNotFound[] =
     "found in the data.";
 // The message-table key of the text that stands for a missing split value.
 inline constexpr char kMissingSplitValue[] = "E60712";
-inline constexpr char kCaseLevelNotFilled[] =
-    "The cases of GRAPHDATASET ^1 are not charted: this build does not fill data sets without "
-    "summary functions yet.";
 
 }  // namespace ggraph::data_messages

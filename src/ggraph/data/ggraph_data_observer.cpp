@@ -2,13 +2,9 @@
 
 #include <memory>
 
-#include "ggraph/data/data_messages.h"
 #include "ggraph/data/ggraph_data_set.h"
 #include "ggraph/model/ggraph_settings.h"
-#include "ggraph/procedure/report.h"
 #include "platform/data_source.h"
-
-namespace msg = ggraph::data_messages;
 
 struct GGraphDataObserver::GGraphDataObserverData {
     ProcedureDataSource* dataSource;
@@ -21,7 +17,7 @@ GGraphDataObserver::GGraphDataObserver(GGraphSettings& settings, ProcedureDataSo
 
 GGraphDataObserver::~GGraphDataObserver() = default;
 
-bool GGraphDataObserver::populateData(RelabelString& /*relabel*/) {
+bool GGraphDataObserver::populateData(RelabelString& relabel) {
     bool hasData = false;
     for (GGraphDataSet* dataSet : d->settings->GetAggregatedDataSets()) {
         // A CSV-fed data set, or one whose handle is unknown, has no source to read here.
@@ -36,9 +32,8 @@ bool GGraphDataObserver::populateData(RelabelString& /*relabel*/) {
     for (GGraphDataSet* dataSet : d->settings->GetUnAggregatedDataSets()) {
         if (dataSet->usesCSVFile()) {
             hasData = true;  // needs no pass and counts as having data
-        } else {
-            // The case-level pass is not built yet: say so rather than chart nothing silently.
-            ggraph::report(ggraph::kWarning, msg::kCaseLevelNotFilled, {dataSet->GetSourceName()});
+        } else if (dataSet->populateUnAggregatedData(relabel) != 0) {
+            hasData = true;
         }
         d->dataSets.push_back(dataSet);
     }

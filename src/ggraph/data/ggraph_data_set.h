@@ -17,6 +17,7 @@ class KWEL_DataSource;
 class KWEL_InputCaseIterator;
 class ProcDSIterator;
 class ProcedureDataSource;
+class RelabelString;
 class VarDataProcessor;
 
 class GGraphDataSet {
@@ -74,6 +75,9 @@ public:
     // Gives the number of rows written.
     unsigned int populateAggregatedData(KWEL_InputCaseIterator* iterator);
     void populateVDP(unsigned int depth, std::vector<AggregationCategory const*>& categories);
+    // The unaggregated pass: one row per case that stays, for each split group; case values of
+    // CASEVALUE statistics go to `relabel`. Gives the rows of the last group.
+    unsigned int populateUnAggregatedData(RelabelString& relabel);
 
     bool isTransposed() const;
     void setTranspose(std::string const& summary, std::string const& index, std::string const& low,

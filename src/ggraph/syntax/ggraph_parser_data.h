@@ -6,11 +6,13 @@
 
 #include "ggraph/data/ggraph_data_set.h"
 #include "ggraph/model/ggraph_settings.h"
+#include "ggraph/model/viz_template_mapping.h"
 #include "ggraph/syntax/ggraph_parser.h"
 #include "platform/tokens.h"
 
 class FacSTDictionary;
 class GGraphStatistic;
+class GGraphVariable;
 class GGraphVariableFilter;
 class GraphSpec;
 class ProcedureDataSource;
@@ -72,8 +74,12 @@ struct GGraphParser::GGraphParserData {
     // The inline GPL block behind the command.
     bool ReadGPL(GraphSpec* spec);
 
-    // The checks after parsing.
+    // The checks after parsing, and the completion of template mappings.
     bool CompleteAndValidate();
+    // Adds the members of the mapping's multiple-response set to the data set and lists them in
+    // the mapping. The result is always empty.
+    std::vector<ViZTemplateMapping> serializeMRSet(GGraphVariable* variable, GGraphDataSet* dataSet,
+                                                   ViZTemplateMapping& mapping);
 };
 
 namespace ggraph {
