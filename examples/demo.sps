@@ -91,7 +91,8 @@ END GPL.
 * 7. Current against beginning salary: no summary function, so one point per employee.
 GGRAPH
   /GRAPHDATASET NAME="cases" VARIABLES=salbegin salary
-  /GRAPHSPEC SOURCE=INLINE LABEL="Current by beginning salary".
+  /GRAPHSPEC SOURCE=INLINE LABEL="Current by beginning salary"
+  /FITLINE TOTAL=YES.
 BEGIN GPL
   SOURCE: s = userSource(id("cases"))
   DATA: salbegin = col(source(s), name("salbegin"))
@@ -112,7 +113,31 @@ BEGIN GPL
 END GPL.
 SPLIT FILE OFF.
 
-* 9. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 9. Salary by employment category as box plots, the outliers labelled by their case number.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=jobcat salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Salary by employment category".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: salary = col(source(s), name("salary"))
+  DATA: id = col(source(s), name("$CASENUM"), unit.category())
+  ELEMENT: schema(position(bin.quantile.letter(jobcat*salary)), label(id))
+END GPL.
+
+* 10. The distribution of salaries, with the normal curve of the same mean and spread.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Distribution of current salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: salary = col(source(s), name("salary"))
+  GUIDE: axis(dim(2), label("Frequency"))
+  ELEMENT: interval(position(summary.count(bin.rect(salary))))
+  ELEMENT: line(position(density.normal(salary)), color(color.black))
+END GPL.
+
+* 11. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

@@ -31,9 +31,10 @@ for f in demo/report.html demo/output.json all/report.html all/output.json; do
 done
 grep -q '"format": "ggraph-output/1"' "$out/demo/output.json" ||
   { echo "FAIL output.json format tag"; failures=$((failures + 1)); }
-# Six charts, the fifth once per region: nine PNG files, and no warning on the way.
-[ "$(ls "$out/demo/charts/"*.png 2>/dev/null | wc -l)" -eq 9 ] ||
-  { echo "FAIL the demo draws nine charts"; failures=$((failures + 1)); }
+# Ten charts, the fifth once per region and the eighth once per gender: fourteen PNG files, and
+# no warning on the way.
+[ "$(ls "$out/demo/charts/"*.png 2>/dev/null | wc -l)" -eq 14 ] ||
+  { echo "FAIL the demo draws fourteen charts"; failures=$((failures + 1)); }
 grep -q '"level": 2' "$out/demo/output.json" &&
   { echo "FAIL the demo reports a warning"; failures=$((failures + 1)); }
 grep -q 'Unknown token STYLE' "$out/demo/report.html" ||

@@ -1971,6 +1971,11 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     } else {
         bottom -= 4;
     }
+    if (!hHidden && !hCategorical && !hTicks.empty()) {
+        // The last tick label is centred under the plot's right end: keep it on the page.
+        double half = measurer.measure(hTicks.back().text, kTickFont, false).width / 2;
+        right -= std::max(0.0, half - margin + 2);
+    }
     double panelHeader = panels ? kTickFont * 1.6 : 0;
     double gapBetween = panels ? 12 : 0;
     double panelW =
