@@ -227,7 +227,7 @@ bool GGraphParser::GGraphParserData::CompleteAndValidate() {
     for (GraphSpec* spec : specs) {
         if (spec->getSource() != GraphSpec::SOURCE_VIZTEMPLATE) {
             // Only a template can chart a multiple-response set case by case; this holds for
-            // every unaggregated data set, whether the spec uses it or not.
+            // every unaggregated data set, whether the graph uses it or not.
             for (GGraphDataSet* dataSet : *context.unaggregated) {
                 for (GGraphVariable* variable : dataSet->GetVariables()) {
                     VariableResolver const* resolver = variable->getVariableResolver();
