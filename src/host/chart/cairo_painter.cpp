@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <memory>
+#include <vector>
 
 #include <cairo-pdf.h>
 #include <cairo.h>
@@ -40,12 +41,88 @@ PangoLayout* layoutFor(cairo_t* cr, std::string const& text, double size, bool b
     return layout;
 }
 
+void drawCircle(cairo_t* cr, Primitive const& p, double x, double y) {
+    cairo_arc(cr, x, y, p.w, 0, 2 * M_PI);
+    if (p.fill.a > 0) {
+        setColor(cr, p.fill);
+        cairo_fill_preserve(cr);
+    }
+    strokePath(cr, p);
+}
+
+// Many points of one look are stamped from one small image drawn once, which is far quicker
+// than rasterising each circle; below this count each is drawn for itself.
+constexpr std::size_t kStampedCircles = 5000;
+
+class CircleStamps {
+public:
+    CircleStamps(cairo_t* cr) {
+        cairo_surface_t* target = cairo_get_target(cr);
+        enabled_ = cairo_surface_get_type(target) == CAIRO_SURFACE_TYPE_IMAGE;
+        cairo_surface_get_device_scale(target, &scaleX_, &scaleY_);
+    }
+    ~CircleStamps() {
+        for (auto& stamp : stamps_) cairo_surface_destroy(stamp.surface);
+    }
+    bool enabled() const { return enabled_; }
+
+    void paint(cairo_t* cr, Primitive const& p) {
+        Stamp const& stamp = stampFor(p);
+        // On whole device pixels, unfiltered: a smeared stamp would grow every point's edge.
+        double const x = std::round((p.x - stamp.half) * scaleX_) / scaleX_;
+        double const y = std::round((p.y - stamp.half) * scaleY_) / scaleY_;
+        cairo_set_source_surface(cr, stamp.surface, x, y);
+        cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
+        cairo_paint(cr);
+    }
+
+private:
+    struct Stamp {
+        double radius, strokeWidth;
+        Color fill, stroke;
+        cairo_surface_t* surface;
+        double half;
+    };
+    static bool same(Color const& a, Color const& b) {
+        return a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a;
+    }
+    Stamp const& stampFor(Primitive const& p) {
+        for (auto const& stamp : stamps_) {
+            if (stamp.radius == p.w && stamp.strokeWidth == p.strokeWidth && same(stamp.fill, p.fill) &&
+                same(stamp.stroke, p.stroke))
+                return stamp;
+        }
+        double const half = p.w + p.strokeWidth + 1;
+        int const width = static_cast<int>(std::ceil(2 * half * scaleX_));
+        int const height = static_cast<int>(std::ceil(2 * half * scaleY_));
+        cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+        cairo_surface_set_device_scale(surface, scaleX_, scaleY_);
+        cairo_t* stampCr = cairo_create(surface);
+        drawCircle(stampCr, p, half, half);
+        cairo_destroy(stampCr);
+        stamps_.push_back({p.w, p.strokeWidth, p.fill, p.stroke, surface, half});
+        return stamps_.back();
+    }
+
+    bool enabled_ = false;
+    double scaleX_ = 1, scaleY_ = 1;
+    std::vector<Stamp> stamps_;
+};
+
 void paintScene(cairo_t* cr, Scene const& scene) {
     cairo_set_source_rgb(cr, 1, 1, 1);
     cairo_paint(cr);
     cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+    std::size_t circles = 0;
+    for (auto const& p : scene.items) circles += p.kind == Primitive::Kind::Circle && p.dash.empty();
+    CircleStamps stamps(cr);
+    bool const stamped = stamps.enabled() && circles >= kStampedCircles;
     for (auto const& p : scene.items) {
         cairo_new_path(cr);
+        if (stamped && p.kind == Primitive::Kind::Circle && p.dash.empty()) {
+            stamps.paint(cr, p);
+            continue;
+        }
         switch (p.kind) {
             case Primitive::Kind::Rect:
                 cairo_rectangle(cr, p.x, p.y, p.w, p.h);
@@ -56,12 +133,7 @@ void paintScene(cairo_t* cr, Scene const& scene) {
                 strokePath(cr, p);
                 break;
             case Primitive::Kind::Circle:
-                cairo_arc(cr, p.x, p.y, p.w, 0, 2 * M_PI);
-                if (p.fill.a > 0) {
-                    setColor(cr, p.fill);
-                    cairo_fill_preserve(cr);
-                }
-                strokePath(cr, p);
+                drawCircle(cr, p, p.x, p.y);
                 break;
             case Primitive::Kind::Polyline:
             case Primitive::Kind::Polygon:
