@@ -59,7 +59,14 @@ public:
     CircleStamps(cairo_t* cr) {
         cairo_surface_t* target = cairo_get_target(cr);
         enabled_ = cairo_surface_get_type(target) == CAIRO_SURFACE_TYPE_IMAGE;
-        cairo_surface_get_device_scale(target, &scaleX_, &scaleY_);
+        // Device pixels per scene pixel, from the surface and the drawing's own scale.
+        double deviceX = 1, deviceY = 1;
+        cairo_surface_get_device_scale(target, &deviceX, &deviceY);
+        cairo_matrix_t matrix;
+        cairo_get_matrix(cr, &matrix);
+        scaleX_ = deviceX * matrix.xx;
+        scaleY_ = deviceY * matrix.yy;
+        enabled_ = enabled_ && matrix.xy == 0 && matrix.yx == 0 && scaleX_ > 0 && scaleY_ > 0;
     }
     ~CircleStamps() {
         for (auto& stamp : stamps_) cairo_surface_destroy(stamp.surface);
@@ -213,6 +220,24 @@ bool writePng(Scene const& scene, std::string const& path, double scale, std::st
         return false;
     }
     return true;
+}
+
+std::string pngBytes(Scene const& scene, double scale) {
+    int w = static_cast<int>(std::ceil(scene.width * scale));
+    int h = static_cast<int>(std::ceil(scene.height * scale));
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
+    cairo_t* cr = cairo_create(surface);
+    cairo_scale(cr, scale, scale);
+    paintScene(cr, scene);
+    cairo_destroy(cr);
+    std::string bytes;
+    auto append = [](void* closure, unsigned char const* data, unsigned int length) {
+        static_cast<std::string*>(closure)->append(reinterpret_cast<char const*>(data), length);
+        return CAIRO_STATUS_SUCCESS;
+    };
+    if (cairo_surface_write_to_png_stream(surface, append, &bytes) != CAIRO_STATUS_SUCCESS) bytes.clear();
+    cairo_surface_destroy(surface);
+    return bytes;
 }
 
 bool writePdf(Scene const& scene, std::string const& path, std::string& error) {

@@ -11,10 +11,16 @@
 #include "host/chart/chart_render.h"
 #include "host/chart/chart_xml.h"
 #include "host/chart/renderers.h"
+#include "host/files/base64.h"
 #include "host/output/document.h"
 #include "platform/var_data_processor.h"
 
 namespace host::chart {
+
+namespace {
+// Marks above which the report shows a chart as a PNG picture rather than inline SVG.
+constexpr std::size_t kInlineSvgLimit = 20000;
+}  // namespace
 
 namespace {
 
@@ -130,10 +136,14 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
     auto& out = output::current();
     ++model.sendCount;
     Scene scene = renderModel(model);
-    std::string svg = writeSvg(scene);
+    // A chart of very many marks goes into the report as a picture: as SVG it would make the
+    // report too large to open.
+    bool const asPicture = scene.items.size() > kInlineSvgLimit;
+    auto const& options = state().options;
+    bool const svgFile = !options.folder.empty() && options.svg;
+    std::string const svg = !asPicture || svgFile ? writeSvg(scene) : std::string();
 
     nlohmann::json files = nlohmann::json::array();
-    auto const& options = state().options;
     if (!options.folder.empty()) {
         namespace fs = std::filesystem;
         std::error_code ec;
@@ -178,8 +188,11 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
          {{"owner", model.defaultTemplateOwner}, {"off", model.noDefaultTemplates}}},
         {"dataHandles", model.dataHandles},
         {"warnings", scene.warnings},
-        {"svg", svg},
     };
+    if (asPicture)
+        payload["png"] = "data:image/png;base64," + files::base64(pngBytes(scene, 1));
+    else
+        payload["svg"] = svg;
     output::Item item;
     item.kind = output::ItemKind::Chart;
     item.text = model.description;

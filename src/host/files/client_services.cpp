@@ -4,37 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/files/base64.h"
 #include "host/files/file_io.h"
 #include "host/output/document.h"
 #include "platform/chart_string.h"
 
 namespace {
-
-std::string base64(std::string const& bytes) {
-    static constexpr char kDigits[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    out.reserve((bytes.size() + 2) / 3 * 4);
-    std::size_t i = 0;
-    for (; i + 2 < bytes.size(); i += 3) {
-        unsigned v = (static_cast<unsigned char>(bytes[i]) << 16) |
-                     (static_cast<unsigned char>(bytes[i + 1]) << 8) |
-                     static_cast<unsigned char>(bytes[i + 2]);
-        out += kDigits[(v >> 18) & 63];
-        out += kDigits[(v >> 12) & 63];
-        out += kDigits[(v >> 6) & 63];
-        out += kDigits[v & 63];
-    }
-    if (i < bytes.size()) {
-        unsigned v = static_cast<unsigned char>(bytes[i]) << 16;
-        if (i + 1 < bytes.size()) v |= static_cast<unsigned char>(bytes[i + 1]) << 8;
-        out += kDigits[(v >> 18) & 63];
-        out += kDigits[(v >> 12) & 63];
-        out += i + 1 < bytes.size() ? kDigits[(v >> 6) & 63] : '=';
-        out += '=';
-    }
-    return out;
-}
 
 // The kind of image the bytes hold, from their signature; the declared type when unknown.
 char const* mediaType(std::string const& bytes, ChartXMLContentSubType declared) {
@@ -77,7 +52,7 @@ void XImage::sendImage() const {
     auto payload = std::make_shared<nlohmann::json>();
     (*payload)["description"] = description;
     (*payload)["mediaType"] = mediaType(content_, type_);
-    (*payload)["dataUri"] = std::string("data:") + mediaType(content_, type_) + ";base64," + base64(content_);
+    (*payload)["dataUri"] = std::string("data:") + mediaType(content_, type_) + ";base64," + host::files::base64(content_);
     item.payload = payload;
     host::output::current().add(std::move(item));
 }

@@ -222,8 +222,14 @@ private:
         body_ << "<figure class=\"chart\" id=\"" << id << "\">\n";
         if (!description.empty())
             body_ << "<figcaption>" << escapeHtml(description) << "</figcaption>\n";
-        if (!inlineSvg(it))
+        auto const picture = payloadText(it, "png");
+        if (inlineSvg(it)) {
+        } else if (picture.rfind("data:image/png;base64,", 0) == 0) {
+            // Charts of very many marks come as a picture.
+            body_ << "<img alt=\"" << escapeHtml(description) << "\" src=\"" << picture << "\">\n";
+        } else {
             body_ << "<p class=\"placeholder\">This chart has no drawing.</p>\n";
+        }
         body_ << "</figure>\n";
     }
 
