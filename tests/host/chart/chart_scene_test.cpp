@@ -276,3 +276,25 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     ASSERT_FALSE(w.warnings.empty());
     EXPECT_NE(w.warnings[0].find("no column 'nothere'"), std::string::npos) << w.warnings[0];
 }
+
+TEST(ChartScene, RoundTicksShowNoMoreDecimalsThanTheirStep) {
+    XDocument doc(kHead +
+                      "DATA: x=col(source(s), name(\"x\"))\n"
+                      "DATA: y=col(source(s), name(\"y\"))\n"
+                      "ELEMENT: point(position(x*y))",
+                  true, true);
+    // The variables print with three decimals (F8.3), as an inferred column of such data does.
+    XGraph& graph = *doc.getGraph();
+    graph.getVariable(XUtility::ChartStringFromLocalCodePage("y"), 0).setFormatWord((5u << 16) | (8u << 8) | 3u);
+    graph.getVariable(XUtility::ChartStringFromLocalCodePage("x"), 0).setFormatWord((5u << 16) | (8u << 8) | 3u);
+    VarDataProcessor vdp;
+    fill(vdp, "g", {"x", "y"}, {{0.125, 0.0}, {0.75, 100.0}, {0.5, 50.5}});
+    hc::Scene s = scene(doc, &vdp);
+    for (auto const& label : texts(s, "tick-label-2"))
+        EXPECT_EQ(label.find('.'), std::string::npos) << label;
+    // A step of 0.1 or 0.2 keeps one decimal, not three.
+    for (auto const& label : texts(s, "tick-label-1")) {
+        auto dot = label.find('.');
+        EXPECT_TRUE(dot == std::string::npos || label.size() - dot - 1 <= 2) << label;
+    }
+}
