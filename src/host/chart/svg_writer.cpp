@@ -1,4 +1,5 @@
 #include "host/chart/renderers.h"
+#include "host/output/writers.h"
 
 #include <fmt/format.h>
 
@@ -8,32 +9,8 @@ namespace host::chart {
 
 namespace {
 
-std::string escape(std::string const& s) {
-    std::string out;
-    for (char c : s) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            default:
-                // Control characters are not allowed in XML text.
-                if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n')
-                    out += ' ';
-                else
-                    out += c;
-        }
-    }
-    return out;
-}
+// SVG text is escaped as the report escapes its own text.
+std::string escape(std::string const& s) { return host::output::escapeHtml(s); }
 
 std::string paint(char const* attribute, Color const& c) {
     if (c.a <= 0)

@@ -335,7 +335,11 @@ std::string escapeHtml(std::string const& text) {
                 out += "&#39;";
                 break;
             default:
-                out += c;
+                // Control characters are not allowed in HTML or XML text.
+                if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r')
+                    out += ' ';
+                else
+                    out += c;
         }
     }
     return out;

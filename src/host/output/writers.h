@@ -44,7 +44,8 @@ files::WriteResult writeHtmlFile(Document const& document, std::filesystem::path
 files::WriteResult writeOutputs(Document const& document, std::filesystem::path const& folder,
                                 HtmlOptions const& options = {});
 
-// Text made safe for HTML element content and attribute values.
+// Text made safe for HTML and XML element content and attribute values; control characters
+// other than tab and line ends become blanks.
 std::string escapeHtml(std::string const& text);
 
 }  // namespace host::output
