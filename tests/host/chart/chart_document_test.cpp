@@ -220,3 +220,32 @@ TEST(ChartDocument, SendPutsTheChartAndItsFilesIntoTheOutput) {
     EXPECT_NE((*out.items()[1].payload)["files"][0], j["files"][0]);
     fs::remove_all(dir);
 }
+
+TEST(ChartDocument, AChartOfVeryManyMarksReachesTheReportAsAPicture) {
+    XDocument doc("SOURCE: s=userSource(id(\"g\"))\nDATA: x=col(source(s), name(\"x\"))\n"
+                  "DATA: y=col(source(s), name(\"y\"))\nELEMENT: point(position(x*y))\n",
+                  true, true);
+    ASSERT_TRUE(doc.implementationExists());
+    VarDataProcessor rows;
+    rows.AddDataSource("g", 30000);
+    rows.AddVariable("g", "x", nullptr);
+    rows.AddVariable("g", "y", nullptr);
+    for (unsigned i = 0; i < 25000; ++i) {
+        rows.SetVariableValue("g", "x", i, i % 500);
+        rows.SetVariableValue("g", "y", i, (i * 7) % 311);
+    }
+    doc.SetChartData(&rows);
+    host::output::Document out;
+    {
+        host::output::ScopedDocument scope(out);
+        host::chart::setOutputOptions({});  // no files: the report is all there is
+        doc.Send(true, false, false);
+    }
+    ASSERT_EQ(out.items().size(), 1u);
+    auto const& payload = *out.items()[0].payload;
+    EXPECT_FALSE(payload.contains("svg"));
+    ASSERT_TRUE(payload.contains("png"));
+    std::string const png = payload["png"];
+    EXPECT_EQ(png.rfind("data:image/png;base64,iVBORw0KGgo", 0), 0u);
+    EXPECT_LT(png.size(), 2'000'000u);
+}

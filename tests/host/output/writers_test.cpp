@@ -152,3 +152,22 @@ TEST(OutputWriters, FilesAreReplacedWholeOrNotAtAll) {
     EXPECT_NE(missing.error.find("output.json"), std::string::npos);
     std::filesystem::remove_all(folder);
 }
+
+TEST(OutputWriters, HtmlJoinsEchoedLinesAndShowsPictureCharts) {
+    Document document;
+    document.addCommand("GGRAPH /GRAPHSPEC.", 1);
+    document.addCommand("BEGIN GPL", 2);
+    document.addCommand("END GPL.", 3);
+    Item chart;
+    chart.kind = ItemKind::Chart;
+    chart.payload = std::make_shared<nlohmann::json const>(
+        nlohmann::json{{"description", "Many points"}, {"png", "data:image/png;base64,AAAA"}});
+    document.add(chart);
+    std::ostringstream html;
+    writeHtml(document, html);
+    std::string const page = html.str();
+    // The three echoed lines stand in one listing.
+    EXPECT_NE(page.find("GGRAPH /GRAPHSPEC.\nBEGIN GPL\nEND GPL."), std::string::npos);
+    EXPECT_NE(page.find("<img alt=\"Many points\" src=\"data:image/png;base64,AAAA\">"), std::string::npos);
+    EXPECT_EQ(page.find("This chart has no drawing"), std::string::npos);
+}
