@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "host/dictionary/loader.h"
 #include "host/dictionary/registry.h"
@@ -123,5 +124,28 @@ TEST(JobRunner, RunJobFileWritesBothOutputsAndTellsTheExitStatus) {
 
     options.jobPath = folder / "missing.sps";
     EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitCannotRun);
+    fs::remove_all(folder);
+}
+
+TEST(JobRunner, DataThatCannotBeReadIsReportedAndTheJobStillRuns) {
+    namespace fs = std::filesystem;
+    fs::path folder = fs::temp_directory_path() / "ggraph_runner_data_test";
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    std::ofstream(folder / "job.sps") << "GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=x COUNT() /GRAPHSPEC.\n";
+    host::runner::RunOptions options;
+    options.jobPath = folder / "job.sps";
+    options.dataPath = (folder / "absent.csv").string();
+    options.quiet = true;
+    // The data is missing: said at the top of the output; the command then finds no variable x.
+    EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitErrors);
+    std::ifstream json(folder / "job_output" / "output.json");
+    std::stringstream text;
+    text << json.rdbuf();
+    std::string const output = text.str();
+    std::size_t const dataMessage = output.find("absent.csv");
+    ASSERT_NE(dataMessage, std::string::npos);
+    EXPECT_LT(dataMessage, output.find("GGRAPH"));
+    host::dictionary::resetDatasets();
     fs::remove_all(folder);
 }
