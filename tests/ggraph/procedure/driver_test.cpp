@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/host_procedure.h"
+#include "support/employees.h"
 #include "support/job_harness.h"
 
 using host::output::Item;
@@ -138,4 +139,62 @@ TEST(Driver, StrayBlockIsSwallowedWholeAndReportedAsHostError99) {
     EXPECT_NE(run->messages(3)[0].find("BEGIN GPL must follow a GGRAPH command"), std::string::npos);
     // The GGRAPH command behind the block still ran.
     EXPECT_EQ(run->texts(ItemKind::Trace).size(), 2u);
+}
+
+namespace {
+
+class DriverWithData : public test::EmployeesTest {};
+
+constexpr char kChart[] =
+    "BEGIN GPL\nSOURCE: s=userSource(id(\"a\"))\n"
+    "DATA: jobcat=col(source(s), name(\"jobcat\"), unit.category())\n"
+    "DATA: n=col(source(s), name(\"COUNT\"))\nELEMENT: interval(position(jobcat*n))\nEND GPL.\n";
+
+std::vector<std::string> kinds(test::JobRun const& run, ItemKind kind) { return run.texts(kind); }
+
+}  // namespace
+
+TEST_F(DriverWithData, NoValidCasesEndsTheRunEarly) {
+    // Every case is filtered out: the run ends after the data phase, without the description
+    // table and without its last debug line.
+    auto none = test::runJob(
+        "GGRAPH /GRAPHDATASET NAME=\"a\" VARIABLES=jobcat COUNT() "
+        "DATAFILTER=jobcat(VALUES=9 UNLABELED=EXCLUDE) /GRAPHSPEC SOURCE=INLINE /DESCRIPTION TEXT=SCATTER.\n" +
+            std::string(kChart),
+        test::rfm());
+    EXPECT_EQ(none->messages(2).back(), "There are no valid cases...");
+    EXPECT_EQ(kinds(*none, ItemKind::Trace), (std::vector<std::string>{"Starting GGraph Procedure"}));
+    for (auto const* item : none->flat()) {
+        EXPECT_NE(item->kind, ItemKind::Table);
+        EXPECT_NE(item->kind, ItemKind::Chart);
+    }
+
+    // One data set with data is enough: the chart is drawn from it, once per region, since the
+    // employees are split by region.
+    auto one = test::runJob(
+        "GGRAPH /GRAPHDATASET NAME=\"a\" VARIABLES=jobcat COUNT() "
+        "/GRAPHDATASET NAME=\"b\" VARIABLES=jobcat COUNT() DATAFILTER=jobcat(VALUES=9 UNLABELED=EXCLUDE) "
+        "/GRAPHSPEC SOURCE=INLINE.\n" +
+        std::string(kChart));
+    for (auto const& text : one->messages(2)) EXPECT_NE(text, "There are no valid cases...");
+    std::size_t charts = 0;
+    for (auto const* item : one->flat()) charts += item->kind == ItemKind::Chart;
+    EXPECT_EQ(charts, 2u);
+
+    // Without any GRAPHDATASET there is no data phase at all, and a chart that needs a data set
+    // says which one it misses.
+    auto without = test::runJob("GGRAPH /GRAPHSPEC SOURCE=INLINE.\n" + std::string(kChart));
+    for (auto const& text : without->messages(2)) EXPECT_NE(text, "There are no valid cases...");
+    EXPECT_EQ(without->messages(3), (std::vector<std::string>{
+                                        "A graph specification refers to graph data set a, but graph "
+                                        "data set a does not exist."}));
+    EXPECT_EQ(kinds(*without, ItemKind::Trace).back(), "Ending GGraph Procedure");
+}
+
+TEST_F(DriverWithData, ACsvDataSetCountsAsHavingData) {
+    auto run = test::runJob(
+        "GGRAPH /GRAPHDATASET NAME=\"a\" CSVFILE=\"elsewhere.csv\" VARIABLES=whatever "
+        "/GRAPHSPEC SOURCE=INLINE.\nBEGIN GPL\nELEMENT: point(position(summary.count()))\nEND GPL.\n");
+    for (auto const& text : run->messages(2)) EXPECT_NE(text, "There are no valid cases...");
+    EXPECT_EQ(run->texts(ItemKind::Trace).back(), "Ending GGraph Procedure");
 }
