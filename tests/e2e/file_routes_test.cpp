@@ -27,7 +27,9 @@ constexpr char kGpl[] =
 class FileRoutes : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder_ = fs::temp_directory_path() / "ggraph_file_routes";
+        // One folder per test: CTest runs tests side by side.
+        folder_ = fs::temp_directory_path() /
+                  (std::string("ggraph_file_routes_") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(folder_);
         fs::create_directories(folder_);
         write("chart.gpl", kGpl);

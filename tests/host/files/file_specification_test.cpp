@@ -24,7 +24,9 @@ struct Check {
 class FileSpecification : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder = std::filesystem::temp_directory_path() / "ggraph-filespec-test";
+        // One folder per test: CTest runs tests side by side.
+        folder = std::filesystem::temp_directory_path() /
+                 (std::string("ggraph-filespec-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         std::filesystem::remove_all(folder);
         std::filesystem::create_directories(folder / "sub");
         std::ofstream(folder / "data.csv") << std::string(1500, 'a');
