@@ -1927,14 +1927,14 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
             NumberFormat ff = f;
             if (ff.decimals < 0 || !ff.set)
                 ff.set = false;
-            // Round ticks need no more decimals than their step has: 25 reads "25", not
-            // "25.000", whatever the variable's own decimals.
+            // A tick shows the decimals its step has, whatever the variable's own: 25 reads "25",
+            // not "25.000", and 10.5 is not rounded to "10".
             if (ff.set && !s.log && s.step > 0) {
                 int stepDecimals = 0;
                 for (double v = s.step; stepDecimals < 12 && std::fabs(v - std::round(v)) > v * 1e-6 + 1e-12;
                      v *= 10)
                     ++stepDecimals;
-                ff.decimals = std::min(ff.decimals, stepDecimals);
+                ff.decimals = stepDecimals;
             }
             std::string label =
                 s.log ? formatNumber(t, ff, t >= 1 ? 1 : t) : formatNumber(t, ff, s.step);

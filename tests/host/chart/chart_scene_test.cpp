@@ -277,7 +277,7 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     EXPECT_NE(w.warnings[0].find("no column 'nothere'"), std::string::npos) << w.warnings[0];
 }
 
-TEST(ChartScene, RoundTicksShowNoMoreDecimalsThanTheirStep) {
+TEST(ChartScene, TicksShowTheDecimalsOfTheirStep) {
     XDocument doc(kHead +
                       "DATA: x=col(source(s), name(\"x\"))\n"
                       "DATA: y=col(source(s), name(\"y\"))\n"
@@ -297,4 +297,21 @@ TEST(ChartScene, RoundTicksShowNoMoreDecimalsThanTheirStep) {
         auto dot = label.find('.');
         EXPECT_TRUE(dot == std::string::npos || label.size() - dot - 1 <= 2) << label;
     }
+}
+
+TEST(ChartScene, TicksBetweenWholeNumbersAreNotRoundedAway) {
+    XDocument doc(kHead +
+                      "DATA: x=col(source(s), name(\"x\"))\n"
+                      "DATA: y=col(source(s), name(\"y\"))\n"
+                      "ELEMENT: point(position(x*y))",
+                  true, true);
+    // Whole numbers (F8.0) whose round step is 2.5.
+    doc.getGraph()->getVariable(XUtility::ChartStringFromLocalCodePage("x"), 0).setFormatWord((5u << 16) | (8u << 8));
+    VarDataProcessor vdp;
+    fill(vdp, "g", {"x", "y"}, {{8.0, 1.0}, {21.0, 2.0}, {14.0, 3.0}});
+    hc::Scene s = scene(doc, &vdp);
+    std::vector<std::string> labels = texts(s, "tick-label-1");
+    for (std::size_t i = 1; i < labels.size(); ++i) EXPECT_NE(labels[i], labels[i - 1]);
+    for (auto const* t : s.withRole("tick-label-1"))
+        EXPECT_NEAR(std::stod(t->text), t->value, 1e-9) << t->text;
 }
