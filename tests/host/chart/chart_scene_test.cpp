@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "host/chart/chart_render.h"
+#include "support/scene_rows.h"
 #include "platform/chart.h"
 #include "platform/var_data_processor.h"
 
@@ -13,32 +14,9 @@ namespace hc = host::chart;
 
 namespace {
 
-struct Cell {
-    bool text;
-    double number;
-    std::string s;
-    Cell(double v) : text(false), number(v) {}
-    Cell(char const* v) : text(true), number(0), s(v) {}
-};
-
-// A store with one source of the given columns and rows.
-void fill(VarDataProcessor& vdp, std::string const& source, std::vector<std::string> const& cols,
-          std::vector<std::vector<Cell>> const& rows) {
-    vdp.AddDataSource(source, 10);
-    for (auto const& c : cols) vdp.AddVariable(source, c, nullptr);
-    for (unsigned r = 0; r < rows.size(); ++r)
-        for (std::size_t c = 0; c < cols.size(); ++c)
-            if (rows[r][c].text)
-                vdp.SetStringVariableValue(source, cols[c], r, rows[r][c].s);
-            else
-                vdp.SetVariableValue(source, cols[c], r, rows[r][c].number);
-}
-
-hc::Scene scene(XDocument& doc, VarDataProcessor* vdp) {
-    EXPECT_TRUE(doc.implementationExists()) << doc.errorText();
-    hc::FixedTextMeasurer fixed;
-    return hc::buildScene(doc.model(), vdp, fixed);
-}
+using test::Cell;
+using test::fill;
+using test::scene;
 
 std::string const kHead = "SOURCE: s=userSource(id(\"g\"))\n";
 
