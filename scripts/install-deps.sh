@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake ninja-build pkg-config
+  build-essential cmake ninja-build pkg-config ccache
   libcairo2-dev libpango1.0-dev fonts-dejavu-core
   libpugixml-dev nlohmann-json3-dev libboost-math-dev
   libfast-float-dev libutfcpp-dev libcli11-dev libfmt-dev
