@@ -361,8 +361,9 @@ TEST(ChartStatisticsScene, HeatMapCellsCountTheirCases) {
     EXPECT_EQ(count["1,0"], 1);
     EXPECT_EQ(count["0,1"], 2);
     for (auto const& c : cells) {
-        if (c.value == 3)
+        if (c.value == 3) {
             EXPECT_EQ(c.fill.hex(), "#08519C");  // the fullest cell is the darkest
+        }
     }
     EXPECT_EQ(test::marks(s, "legend-title")[0].text, "Count");
     AxisMap x = axisMap(s, 1, false);

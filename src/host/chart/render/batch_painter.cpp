@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <deque>
 #include <vector>
 
 #include "host/chart/layout/text_metrics.h"
@@ -81,6 +83,8 @@ private:
         cairo_surface_t* surface = nullptr;
         int width = 0, height = 0;
         double half = 0;
+        // Per row: the columns that hold ink, and within them the run that is opaque.
+        std::vector<std::pair<int, int>> spans, solid;
     };
     Stamp const& stampFor(Batch const& b, Color const& fill, double radius);
     void blit(Stamp const& s, double x, double y, unsigned char* data, int stride, int width,
@@ -89,7 +93,7 @@ private:
     cairo_surface_t* target_;
     bool enabled_ = false;
     double sx_ = 1, sy_ = 1, tx_ = 0, ty_ = 0;
-    std::vector<Stamp> stamps_;
+    std::deque<Stamp> stamps_;  // a deque: stamps found earlier stay where they are
 };
 
 Stamper::Stamp const& Stamper::stampFor(Batch const& b, Color const& fill, double radius) {
@@ -99,7 +103,9 @@ Stamper::Stamp const& Stamper::stampFor(Batch const& b, Color const& fill, doubl
     Stamp s;
     s.fill = fill;
     s.radius = radius;
-    s.half = radius * 1.35 + b.style.strokeWidth + 1;  // room for the pointiest marker
+    // Room for the mark and its antialiased edge; markers reach further than their radius.
+    bool circle = b.kind == MarkKind::Circle || b.style.shape == MarkerShape::Circle;
+    s.half = radius * (circle ? 1 : 1.35) + b.style.strokeWidth + 1;
     s.width = static_cast<int>(std::ceil(2 * s.half * sx_));
     s.height = static_cast<int>(std::ceil(2 * s.half * sy_));
     s.surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, s.width, s.height);
@@ -108,7 +114,25 @@ Stamper::Stamp const& Stamper::stampFor(Batch const& b, Color const& fill, doubl
     drawMarker(cr, b, s.half, s.half, radius, fill);
     cairo_destroy(cr);
     cairo_surface_flush(s.surface);
-    stamps_.push_back(s);
+    unsigned char const* data = cairo_image_surface_get_data(s.surface);
+    int stride = cairo_image_surface_get_stride(s.surface);
+    for (int row = 0; row < s.height; ++row) {
+        auto const* p = reinterpret_cast<std::uint32_t const*>(data + row * stride);
+        int first = 0, last = s.width;
+        while (first < last && (p[first] >> 24) == 0) ++first;
+        while (last > first && (p[last - 1] >> 24) == 0) --last;
+        s.spans.emplace_back(first, last);
+        int a = first, e = first;  // the longest opaque run
+        for (int col = first; col < last;) {
+            int end = col;
+            while (end < last && (p[end] >> 24) == 255) ++end;
+            if (end - col > e - a)
+                a = col, e = end;
+            col = end + 1;
+        }
+        s.solid.emplace_back(a, e);
+    }
+    stamps_.push_back(std::move(s));
     return stamps_.back();
 }
 
@@ -122,27 +146,34 @@ void Stamper::blit(Stamp const& s, double x, double y, unsigned char* data, int 
     int x0 = static_cast<int>(fx), y0 = static_cast<int>(fy);
     unsigned char const* src = cairo_image_surface_get_data(s.surface);
     int srcStride = cairo_image_surface_get_stride(s.surface);
-    int cx0 = std::max(0, -x0), cx1 = std::min(s.width, width - x0);
     int cy0 = std::max(0, -y0), cy1 = std::min(s.height, height - y0);
     for (int row = cy0; row < cy1; ++row) {
         auto const* sp = reinterpret_cast<std::uint32_t const*>(src + row * srcStride);
         auto* dp = reinterpret_cast<std::uint32_t*>(data + (y0 + row) * stride) + x0;
+        int cx0 = std::max(s.spans[std::size_t(row)].first, -x0);
+        int cx1 = std::min(s.spans[std::size_t(row)].second, width - x0);
+        int s0 = std::max(s.solid[std::size_t(row)].first, cx0);
+        int s1 = std::min(s.solid[std::size_t(row)].second, cx1);
+        if (s1 > s0)
+            std::memcpy(dp + s0, sp + s0, std::size_t(s1 - s0) * 4);
         for (int col = cx0; col < cx1; ++col) {
+            if (col == s0 && s1 > s0) {
+                col = s1 - 1;
+                continue;
+            }
             std::uint32_t p = sp[col];
             std::uint32_t a = p >> 24;
-            if (a == 0)
-                continue;
             if (a == 255) {
                 dp[col] = p;
                 continue;
             }
-            std::uint32_t d = dp[col], inv = 255 - a, out = 0;
-            for (int shift = 0; shift < 32; shift += 8) {
-                std::uint32_t c = ((d >> shift) & 255) * inv;
-                c = (c + 128 + ((c + 128) >> 8)) >> 8;  // c / 255, rounded
-                out |= std::min<std::uint32_t>(255, ((p >> shift) & 255) + c) << shift;
-            }
-            dp[col] = out;
+            // Two channels at a time: d * (255 - a) / 255, rounded, plus the source.
+            std::uint32_t d = dp[col], inv = 255 - a;
+            std::uint32_t rb = (d & 0x00FF00FFu) * inv + 0x00800080u;
+            std::uint32_t ag = ((d >> 8) & 0x00FF00FFu) * inv + 0x00800080u;
+            rb = ((rb + ((rb >> 8) & 0x00FF00FFu)) >> 8) & 0x00FF00FFu;
+            ag = ((ag + ((ag >> 8) & 0x00FF00FFu)) >> 8) & 0x00FF00FFu;
+            dp[col] = p + (rb | (ag << 8));
         }
     }
 }

@@ -15,6 +15,8 @@ namespace {
 template <typename Code>
 void seen(KeyTable const& table, std::vector<Row> const& rows, Code code,
           std::vector<std::string>& out) {
+    if (table.keys.empty())
+        return;
     std::vector<char> used(table.keys.size(), 0);
     for (auto const& r : rows) {
         std::int32_t c = code(r);
