@@ -124,6 +124,8 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
         warnings_.push_back(p.pos.error);
         return std::nullopt;
     }
+    if (!p.pos.warning.empty())
+        warnings_.push_back(p.pos.warning);
     if (spec_.polar && element.type != "interval") {
         warn(element,
              fmt::format("only interval is drawn in polar.theta coordinates; '{}' is left out",

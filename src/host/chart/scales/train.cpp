@@ -95,8 +95,8 @@ std::string scaleLimits(Scales const& s, Layers const& ls) {
         std::max<std::size_t>(1, s.panelCol.size()) * std::max<std::size_t>(1, s.panelRow.size());
     if (panels > kMaxPanels)
         return fmt::format(
-            "line {}: the chart would have {} panels, more than the {} a page can show; it is "
-            "not drawn",
+            "line {}: the page is too small for {} panels (a chart shows at most {}); the chart "
+            "is not drawn",
             line, counted(panels), counted(kMaxPanels));
     if (s.color.size() > kMaxAxisCategories)
         return fmt::format(

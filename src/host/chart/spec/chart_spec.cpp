@@ -149,6 +149,12 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
     s.type = b.key();
     s.hasMin = finiteArgument(b.find("min"), s.min, line, warnings);
     s.hasMax = finiteArgument(b.find("max"), s.max, line, warnings);
+    if (s.hasMin && s.hasMax && !(s.min < s.max)) {
+        warnings.push_back(fmt::format(
+            "line {}: the scale's min({:g}) is not below its max({:g}); both are ignored", line,
+            s.min, s.max));
+        s.hasMin = s.hasMax = false;
+    }
     if (auto const* inc = b.find("include")) {
         for (auto const& a : inc->args) {
             if (a.kind == Node::Kind::Number && std::isfinite(a.number))
@@ -161,10 +167,16 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
         for (auto const& a : sv->args)
             s.sortValues.push_back(a.kind == Node::Kind::String ? a.value : numberKey(a.number));
     s.reverse = b.find("reverse") != nullptr;
-    if (auto const* base = b.find("base"); base && !base->args.empty())
-        s.base = base->args[0].number > 1 && std::isfinite(base->args[0].number)
-                     ? base->args[0].number
-                     : 10;
+    if (auto const* base = b.find("base"); base && !base->args.empty()) {
+        double v = base->args[0].number;
+        if (v > 1 && std::isfinite(v))
+            s.base = v;
+        else
+            warnings.push_back(fmt::format(
+                "line {}: the base of a log scale must be a number above 1, not {:g}; base 10 is "
+                "used",
+                line, v));
+    }
     spec.scales[dim] = s;
 }
 

@@ -1,5 +1,7 @@
 #include "host/chart/spec/position_algebra.h"
 
+#include <cmath>
+
 #include <fmt/format.h>
 
 #include "host/chart/spec/chart_spec.h"
@@ -30,6 +32,33 @@ void blendNames(Node const& n, std::vector<std::string>& out, std::string& error
     }
 }
 
+// bin.rect's options; false with the error when one is unusable.
+bool readBins(Node const& call, Position& p) {
+    p.binned = true;
+    double count = numberOption(&call, "bincount", 0);
+    p.bin.width = numberOption(&call, "binwidth", 0);
+    if (call.find("binstart")) {
+        p.bin.hasStart = true;
+        p.bin.start = numberOption(&call, "binstart", 0);
+    }
+    bool countGiven = call.find("bincount") != nullptr,
+         widthGiven = call.find("binwidth") != nullptr;
+    if ((countGiven && !(count > 0)) || (widthGiven && !(p.bin.width > 0)) ||
+        !std::isfinite(p.bin.width)) {
+        p.error = fmt::format("line {}: binCount and binWidth must be positive", call.line);
+        return false;
+    }
+    if (count > kMaxBins) {
+        p.warning = fmt::format(
+            "line {}: binCount({:g}) asks for more bins than a chart can show; at most {:g} "
+            "are drawn",
+            call.line, count, kMaxBins);
+        count = kMaxBins;
+    }
+    p.bin.count = static_cast<int>(count);
+    return true;
+}
+
 }  // namespace
 
 Position readPosition(Node const& position) {
@@ -48,20 +77,8 @@ Position readPosition(Node const& position) {
                                   algebra->name);
             return p;
         }
-        if (def->kind == StatKind::Bin) {
-            p.binned = true;
-            p.bin.count = static_cast<int>(numberOption(algebra, "bincount", 0));
-            p.bin.width = numberOption(algebra, "binwidth", 0);
-            if (algebra->find("binstart")) {
-                p.bin.hasStart = true;
-                p.bin.start = numberOption(algebra, "binstart", 0);
-            }
-            if (p.bin.count < 0 || p.bin.width < 0) {
-                p.error =
-                    fmt::format("line {}: binCount and binWidth must be positive", algebra->line);
-                return p;
-            }
-        }
+        if (def->kind == StatKind::Bin && !readBins(*algebra, p))
+            return p;
         if (p.statistic.empty() && def->kind != StatKind::Bin) {
             p.statistic = k;
             p.kind = def->kind;

@@ -24,6 +24,7 @@ struct Position {
     std::vector<Factor> factors;
     std::vector<Factor> nests;  // the right sides of '/', in order: panels
     std::string error;
+    std::string warning;  // something asked for that is drawn otherwise
 };
 
 Position readPosition(gpl::Node const& position);
