@@ -1,5 +1,6 @@
 #include "host/chart/gpl_syntax.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <optional>
@@ -24,6 +25,7 @@ enum class Msg {
     MissingClose,
     SurplusClose,
     TooDeep,
+    TooLong,
     EmptyStatement,
     EmptyProgram,
     BadCharacter,
@@ -52,12 +54,16 @@ constexpr MsgDef kMessages[] = {
     {Msg::MissingClose, Diagnostic::Level::Warning, "missing ')' for {} added at the end"},
     {Msg::SurplusClose, Diagnostic::Level::Warning, "surplus ')' ignored"},
     {Msg::TooDeep, Diagnostic::Level::Error, "parentheses nested too deeply (more than {})"},
+    {Msg::TooLong, Diagnostic::Level::Error,
+     "the expression is too deep: more than {} operators and calls inside one another"},
     {Msg::EmptyStatement, Diagnostic::Level::Error, "{} statement has no body"},
     {Msg::EmptyProgram, Diagnostic::Level::Error, "the GPL text is empty"},
     {Msg::BadCharacter, Diagnostic::Level::Error, "unexpected character '{}'"},
 };
 
 constexpr int kMaxDepth = 256;
+// A chain a*b*c... is a tree as deep as it is long, and what reads the tree walks it recursively.
+constexpr int kMaxHeight = 1024;
 
 constexpr char const* kKeywords[] = {"COMMENT", "PAGE",  "GRAPH", "SOURCE", "DATA",
                                      "TRANS",   "SCALE", "COORD", "GUIDE",  "ELEMENT"};
@@ -371,12 +377,18 @@ private:
         auto left = operand();
         if (!left)
             return left;
+        int height = height_;
         while (cur().kind == ops[level]) {
             Token op = cur();
             ++p_;
             auto right = operand();
             if (!right)
                 return right;
+            height = std::max(height, height_) + 1;
+            if (height > kMaxHeight) {
+                report(diags_, Msg::TooLong, op.line, op.column, kMaxHeight);
+                return std::nullopt;
+            }
             Node n = make(kinds[level], op);
             n.line = left->line;
             n.column = left->column;
@@ -384,6 +396,7 @@ private:
             n.args.push_back(std::move(*right));
             left = std::move(n);
         }
+        height_ = height;
         return left;
     }
 
@@ -393,6 +406,7 @@ private:
             return std::nullopt;
         }
         Token const& t = cur();
+        height_ = 1;
         switch (t.kind) {
             case Tok::String: {
                 Node n = make(Node::Kind::String, t);
@@ -436,6 +450,7 @@ private:
                 }
                 if (items.size() == 1)
                     return std::move(items.front());
+                ++height_;
                 Node n = make(Node::Kind::Tuple, open);
                 n.args = std::move(items);
                 return n;
@@ -457,6 +472,7 @@ private:
                     n.name = name.text;
                     if (!arguments(n.args, depth + 1, "'" + name.text + "'", name))
                         return std::nullopt;
+                    ++height_;
                     return n;
                 }
                 Node n = make(Node::Kind::Name, name);
@@ -473,8 +489,16 @@ private:
         return std::nullopt;
     }
 
-    // After '(' up to and including ')'.
+    // After '(' up to and including ')'; leaves in height_ the height of the highest argument.
     bool arguments(std::vector<Node>& out, int depth, std::string const& what, Token const& open) {
+        int highest = 0;
+        bool const ok = argumentList(out, depth, what, open, highest);
+        height_ = highest;
+        return ok;
+    }
+
+    bool argumentList(std::vector<Node>& out, int depth, std::string const& what,
+                      Token const& open, int& highest) {
         if (cur().kind == Tok::RParen) {
             ++p_;
             return true;
@@ -487,6 +511,7 @@ private:
             auto arg = expression(depth);
             if (!arg)
                 return false;
+            highest = std::max(highest, height_);
             out.push_back(std::move(*arg));
             if (cur().kind == Tok::Comma) {
                 ++p_;
@@ -512,6 +537,7 @@ private:
 
     std::vector<Token> t_;
     std::size_t p_ = 0;
+    int height_ = 0;  // of the node the last parse step returned
     std::vector<Diagnostic>& diags_;
 };
 

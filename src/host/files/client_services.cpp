@@ -30,8 +30,16 @@ char const* mediaType(std::string const& bytes, ChartXMLContentSubType declared)
 
 std::string FetchFile::fetch(std::string const& name, bool, bool) const {
     if (name.empty()) return {};
-    host::files::ReadResult read = host::files::readFile(host::files::resolve(name));
-    return read.ok ? read.bytes : std::string();
+    auto const path = host::files::resolve(name);
+    host::files::ReadResult read = host::files::readFile(path);
+    // The command says only that it found nothing it could use; this says why.
+    if (!read.ok) {
+        host::output::current().addMessage(2, read.error);
+        return {};
+    }
+    if (read.bytes.empty()) host::output::current().addMessage(2, "file \"" + path.string() + "\" is empty");
+    host::files::noteFetched(path, read.bytes);
+    return std::move(read.bytes);
 }
 
 void XImage::setImageInline(ChartXMLContentSubType type, std::string const& content) {
