@@ -21,19 +21,27 @@ using nlohmann::json;
 // value is found by searching for its own text behind the place of the object it belongs to.
 class Locator {
 public:
-    explicit Locator(std::string const& text) : text_(text) {}
+    explicit Locator(std::string const& text) : text_(text) {
+        lineStarts_.push_back(0);
+        for (std::size_t i = 0; i < text.size(); ++i)
+            if (text[i] == '\n')
+                lineStarts_.push_back(i + 1);
+    }
 
     std::size_t find(std::string const& needle, std::size_t from) const {
         auto const at = text_.find(needle, from);
         return at == std::string::npos ? from : at;
     }
     DictPlace place(std::size_t offset) const {
-        auto const at = host::files::placeOf(text_, offset);
-        return {at.line, at.column};
+        offset = std::min(offset, text_.size());
+        auto const next = std::upper_bound(lineStarts_.begin(), lineStarts_.end(), offset);
+        auto const line = static_cast<std::int64_t>(next - lineStarts_.begin());
+        return {line, static_cast<std::int64_t>(offset - *(next - 1)) + 1};
     }
 
 private:
     std::string const& text_;
+    std::vector<std::size_t> lineStarts_;
 };
 
 class Reader {
@@ -190,12 +198,15 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
         if (!categories.is_array()) {
             error(at(categories, offset), what + ": categories must be a list");
         } else {
+            // Each category is looked for behind the one before: a list of many stays linear.
+            std::size_t cursor = offset;
             for (auto const& category : categories) {
-                std::size_t const here = at(category, offset);
                 if (!category.is_object() || !category.contains("value")) {
-                    error(here, what + ": a category needs a \"value\"");
+                    error(at(category, cursor), what + ": a category needs a \"value\"");
                     continue;
                 }
+                std::size_t const here = locator_.find("\"value\"", cursor);
+                cursor = here + 1;
                 DictValue value;
                 if (!readValue(category["value"], value, here, what))
                     continue;
