@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "host/syntax/utf8_chars.h"
+
 namespace host::chart::gpl {
 
 namespace {
@@ -68,11 +70,28 @@ constexpr int kMaxHeight = 1024;
 constexpr char const* kKeywords[] = {"COMMENT", "PAGE",  "GRAPH", "SOURCE", "DATA",
                                      "TRANS",   "SCALE", "COORD", "GUIDE",  "ELEMENT"};
 
+// A message quotes the program, which may be any bytes: control characters and bytes that are
+// no UTF-8 are shown as \xNN, so that a terminal or a report shows what is there.
+std::string printable(std::string const& text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        auto const c = host::syntax::decodeUtf8(text, i);
+        if (!c.valid || c.code < 0x20 || c.code == 0x7F)
+            out += fmt::format("\\x{:02X}", static_cast<unsigned char>(text[i]));
+        else
+            out.append(text, i, static_cast<std::size_t>(c.length));
+        i += static_cast<std::size_t>(c.length);
+    }
+    return out;
+}
+
 template <typename... Args>
 void report(std::vector<Diagnostic>& out, Msg id, int line, int column, Args const&... args) {
     for (auto const& m : kMessages)
         if (m.id == id) {
-            out.push_back({m.level, line, column, fmt::format(fmt::runtime(m.text), args...)});
+            out.push_back(
+                {m.level, line, column, printable(fmt::format(fmt::runtime(m.text), args...))});
             return;
         }
 }
