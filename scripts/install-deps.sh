@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the demo need, but only those missing.
-# Usage: scripts/install-deps.sh [--bench] [--browser]
+# Usage: scripts/install-deps.sh [--bench] [--browser] [--pdf] [--fuzz]
 set -euo pipefail
 
 packages=(
@@ -15,6 +15,7 @@ for arg in "$@"; do
     --bench) packages+=(python3-pandas python3-matplotlib) ;;
     --browser) packages+=(chromium) ;;
     --pdf) packages+=(poppler-utils) ;;
+    --fuzz) packages+=(clang libclang-rt-14-dev) ;;
   esac
 done
 

@@ -124,7 +124,7 @@ int main(int argc, char** argv) {
         std::string xml, rows;
         if (!readInput(chartFile, xml)) return host::runner::kExitCannotRun;
         if (!rowsFile.empty() && !readInput(rowsFile, rows)) return host::runner::kExitCannotRun;
-        return finish(host::chart::renderChart(xml, rows, renderOut, renderFormats));
+        return finish(host::chart::renderChart(xml, rows, renderOut, renderFormats, rowsFile));
     }
     return host::runner::kExitCannotRun;
 }

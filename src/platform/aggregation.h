@@ -209,6 +209,9 @@ public:
     // The values of the cell with these categories, one per break variable in cube order; null
     // when no case fell into it. The object stays valid until ResetAggregator.
     StatValues* GetStatValues(std::vector<AggregationCategory const*> const& cell, int layer);
+    // Whether some cell has these categories for its first break variables: a reader walking
+    // the categories passes over the rest of a combination that holds no cell.
+    bool HasCellsUnder(std::vector<AggregationCategory const*> const& prefix);
 
 private:
     Engine& engine_;

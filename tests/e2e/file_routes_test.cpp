@@ -1,6 +1,7 @@
 // Graph specifications fed from files: GPL and VizML files join the chart route, images and PMML
 // go out as they are, and a file without access is a warning that skips its specification only.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -87,10 +88,13 @@ TEST_F(FileRoutes, GplAndVizmlFilesMakeChartsAndAMissingFileSkipsOnlyItsSpecific
     EXPECT_EQ(charts[1]["description"], "Graph");
     // Completed like an inline chart: the department is labelled from the dictionary.
     EXPECT_EQ(charts[1]["data"]["g"]["rows"].size(), 3u);
+    // The host says why, then the command says what it skipped.
     auto messages = ofKind(items, "message");
-    ASSERT_EQ(messages.size(), 1u);
+    ASSERT_EQ(messages.size(), 2u);
     EXPECT_EQ(messages[0]["level"], 2);
-    EXPECT_EQ(messages[0]["text"], "File missing.gpl has no access...");
+    EXPECT_EQ(messages[0]["text"], "file \"" + (folder_ / "missing.gpl").string() + "\" does not exist");
+    EXPECT_EQ(messages[1]["level"], 2);
+    EXPECT_EQ(messages[1]["text"], "File missing.gpl has no access...");
 }
 
 TEST_F(FileRoutes, ImagesAndPmmlGoOutAsTheyAre) {
@@ -111,6 +115,48 @@ TEST_F(FileRoutes, ImagesAndPmmlGoOutAsTheyAre) {
     json missing = run("/GRAPHSPEC SOURCE=PMMLFILE(\"model.xml,none.xml\")");
     EXPECT_TRUE(ofKind(missing, "clientMessage").empty());
     auto warnings = ofKind(missing, "message");
-    ASSERT_EQ(warnings.size(), 1u);
-    EXPECT_EQ(warnings[0]["text"], "File model.xml,none.xml has no access...");
+    ASSERT_EQ(warnings.size(), 2u);
+    EXPECT_NE(warnings[0]["text"].get<std::string>().find("none.xml\" does not exist"), std::string::npos);
+    EXPECT_EQ(warnings[1]["text"], "File model.xml,none.xml has no access...");
+}
+
+TEST_F(FileRoutes, FilesThatAreNoChartOrNoImageAreErrorsNamingTheFileAndTheJobGoesOn) {
+    // Each case: the GRAPHSPEC, the level of the message that must name the file, and a part of
+    // its text.
+    write("root.xml", "<notachart/>");
+    write("cut.xml", "<chart version=\"1\"><gpl>");
+    write("nogpl.xml", "<chart version=\"99\"></chart>");
+    write("bad.gpl", "ELEMENT: point(position(x*y)) \x01\xff");
+    write("text.png", "just some text");
+    write("empty.gpl", "");
+    ASSERT_EQ(::mkfifo((folder_ / "pipe.gpl").c_str(), 0600), 0);
+    struct Case {
+        char const* spec;
+        char const* file;
+        int level;
+        char const* text;
+    } const cases[] = {
+        {"VIZMLFILE(\"root.xml\")", "root.xml", 3, "the root element is not <chart>"},
+        {"VIZMLFILE(\"cut.xml\")", "cut.xml", 3, "chart XML: "},
+        {"VIZMLFILE(\"nogpl.xml\")", "nogpl.xml", 3, "has no <gpl> element"},
+        {"GPLFILE(\"bad.gpl\")", "bad.gpl", 3, "GPL error at line 1"},
+        {"IMAGEFILE(\"text.png\")", "text.png", 2, "is not a PNG, JPEG, BMP, GIF or SVG image"},
+        {"GPLFILE(\"empty.gpl\")", "empty.gpl", 2, "is empty"},
+        // Neither blocks nor fills memory: a FIFO nobody writes to and an endless device.
+        {"GPLFILE(\"pipe.gpl\")", "pipe.gpl", 2, "is not a regular file (a FIFO)"},
+        {"VIZMLFILE(\"/dev/zero\")", "/dev/zero", 2, "is not a regular file (a character device)"},
+    };
+    for (auto const& c : cases) {
+        json items = run(std::string("/GRAPHSPEC SOURCE=") + c.spec + " /GRAPHSPEC SOURCE=GPLFILE(\"chart.gpl\")");
+        EXPECT_EQ(ofKind(items, "chart").size(), 1u) << c.spec;
+        bool named = false;
+        for (auto const& m : ofKind(items, "message")) {
+            std::string const text = m["text"];
+            named |= m["level"] == c.level && text.find(c.file) != std::string::npos &&
+                     text.find(c.text) != std::string::npos;
+            // What the file holds is quoted safely.
+            EXPECT_EQ(text.find_first_of("\x01\xff"), std::string::npos) << text;
+        }
+        EXPECT_TRUE(named) << c.spec << "\n" << items.dump(1);
+    }
 }

@@ -152,10 +152,12 @@ unsigned int GGraphDataSet::populateAggregatedData(KWEL_InputCaseIterator* itera
 void GGraphDataSet::populateVDP(unsigned int depth, std::vector<AggregationCategory const*>& categories) {
     auto& data = *d;
     if (depth < data.aggregationVariables.size()) {
-        // An empty dimension gives no rows.
+        // An empty dimension gives no rows. Combinations no case fell into give none either, so
+        // they are passed over early: the walk costs what the cells are, not their cross product.
+        std::vector<CubeAggregator*> const aggregators = data.aggregationTable->GetCubeAggregators();
         for (AggregationCategory const* category : data.aggregationVariables[depth]->GetDimension()->GetCategories()) {
             categories.push_back(category);
-            populateVDP(depth + 1, categories);
+            if (aggregators.empty() || aggregators.front()->HasCellsUnder(categories)) populateVDP(depth + 1, categories);
             categories.pop_back();
         }
         return;

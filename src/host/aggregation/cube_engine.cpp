@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "host/aggregation/cell_statistics.h"
 #include "host/dictionary/dataset.h"
@@ -262,6 +263,11 @@ struct CubeAggregator::Engine {
     std::vector<double> limitCounts;          // cells x limits
     double totalResponses = 0.0;
 
+    // Per length k from 1 to dimensions - 1: the first k categories of every cell, for readers
+    // that walk the categories and pass over what holds no cell. Built when first asked for.
+    std::vector<std::unordered_set<std::string>> prefixes;
+    bool prefixesBuilt = false;
+
     std::vector<int> bits;     // per dimension: the grid holds 2^bits categories
     std::vector<std::uint32_t> grid;  // cell + 1, 0 for none
     bool hashed = false;
@@ -314,6 +320,7 @@ struct CubeAggregator::Engine {
                                Column const* column);
     std::uint32_t findOrCreateCell(std::uint32_t const* ids);
     long findCell(std::uint32_t const* ids);
+    bool hasPrefix(std::uint32_t const* ids, std::size_t length);
     void regrid();
     void accumulate(std::uint32_t cell, double responses);
     void accumulateValues(std::uint32_t cell);
@@ -459,6 +466,8 @@ void CubeAggregator::Engine::reset() {
     std::fill(bits.begin(), bits.end(), 4);
     hashed = false;
     cellMap.clear();
+    prefixes.clear();
+    prefixesBuilt = false;
     regrid();
 }
 
@@ -586,6 +595,24 @@ long CubeAggregator::Engine::findCell(std::uint32_t const* ids) {
     return static_cast<long>(grid[index]) - 1;
 }
 
+bool CubeAggregator::Engine::hasPrefix(std::uint32_t const* ids, std::size_t length) {
+    std::size_t const n = dimensions.size();
+    if (length == 0)
+        return !cells.empty();
+    if (length >= n)
+        return findCell(ids) >= 0;
+    if (!prefixesBuilt) {
+        prefixes.assign(n, {});
+        for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+            auto const* first = reinterpret_cast<char const*>(cellIds.data() + cell * n);
+            for (std::size_t k = 1; k < n; ++k) prefixes[k].emplace(first, k * 4);
+        }
+        prefixesBuilt = true;
+    }
+    key.assign(reinterpret_cast<char const*>(ids), length * 4);
+    return prefixes[length].count(key) != 0;
+}
+
 std::uint32_t CubeAggregator::Engine::findOrCreateCell(std::uint32_t const* ids) {
     std::size_t const n = dimensions.size();
     if (!hashed) {
@@ -603,6 +630,7 @@ std::uint32_t CubeAggregator::Engine::findOrCreateCell(std::uint32_t const* ids)
     auto const cell = static_cast<std::uint32_t>(cells.size());
     cellIds.insert(cellIds.end(), ids, ids + n);
     cells.emplace_back();
+    prefixesBuilt = false;
     sums.resize(sums.size() + slots.size());
     stored.resize(stored.size() + slots.size());
     limitCounts.resize(limitCounts.size() + limits.size(), 0.0);
@@ -875,6 +903,18 @@ StatValues* CubeAggregator::GetStatValues(std::vector<AggregationCategory const*
     }
     long const found = engine_.findCell(ids.data());
     return found < 0 ? nullptr : engine_.values(static_cast<std::uint32_t>(found));
+}
+
+bool CubeAggregator::HasCellsUnder(std::vector<AggregationCategory const*> const& prefix) {
+    if (!engine_.bound) engine_.bind();
+    std::size_t const n = engine_.dimensions.size();
+    if (prefix.size() > n) return false;
+    std::vector<std::uint32_t> ids(prefix.size());
+    for (std::size_t d = 0; d < prefix.size(); ++d) {
+        if (prefix[d] == nullptr || prefix[d]->id >= engine_.dimensions[d].data->records.size()) return false;
+        ids[d] = prefix[d]->id;
+    }
+    return engine_.hasPrefix(ids.data(), ids.size());
 }
 
 AggregationCube::AggregationCube(KWEL_InputCaseIterator& iterator, bool variablewise)

@@ -2,9 +2,11 @@
 
 #include <filesystem>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "host/chart/chart_send.h"
+#include "host/files/json_text.h"
 #include "host/output/document.h"
 #include "platform/chart.h"
 #include "platform/var_data_processor.h"
@@ -29,8 +31,76 @@ CliResult gplToXml(std::string const& gpl) {
     return r;
 }
 
+namespace {
+
+// Rows as JSON into `rows`; an error text naming the file, line and column when they cannot be
+// used, and warnings for rows that do not fit their columns.
+bool readRows(std::string const& text, std::string const& name, VarDataProcessor& rows,
+              std::string& messages) {
+    std::string const file = name.empty() ? std::string("the rows") : name;
+    auto parsed = files::readJsonText(text);
+    for (auto const& problem : parsed.problems) {
+        auto const place = files::placeOf(text, problem.offset);
+        messages += fmt::format("{}:{}:{}: error: {}\n", file, place.line, place.column,
+                                problem.text);
+    }
+    if (!parsed.problems.empty())
+        return false;
+    if (!parsed.value.is_object()) {
+        messages += file + ": error: the rows must be a JSON object of sources\n";
+        return false;
+    }
+    for (auto const& [source, table] : parsed.value.items()) {
+        if (!table.is_object() || !table.contains("columns") || !table.contains("rows") ||
+            !table["columns"].is_array() || !table["rows"].is_array()) {
+            messages += "source '" + source + "' of the rows file needs columns and rows\n";
+            return false;
+        }
+        auto const& columns = table["columns"];
+        for (auto const& c : columns) {
+            if (!c.is_string()) {
+                messages += fmt::format("{}: error: the columns of source '{}' must be names\n",
+                                        file, source);
+                return false;
+            }
+        }
+        rows.AddDataSource(source, static_cast<unsigned>(table["rows"].size()));
+        for (auto const& c : columns) rows.AddVariable(source, c.get<std::string>(), nullptr);
+        unsigned row = 0;
+        std::size_t ragged = 0, unusable = 0;
+        for (auto const& values : table["rows"]) {
+            if (!values.is_array() || values.size() != columns.size())
+                ++ragged;
+            for (std::size_t i = 0; values.is_array() && i < columns.size() && i < values.size(); ++i) {
+                auto const& column = columns[i].get_ref<std::string const&>();
+                if (values[i].is_number())
+                    rows.SetVariableValue(source, column, row, values[i].get<double>());
+                else if (values[i].is_string())
+                    rows.SetStringVariableValue(source, column, row, values[i].get<std::string>());
+                else if (!values[i].is_null())
+                    ++unusable;
+            }
+            ++row;
+        }
+        if (ragged > 0)
+            messages += fmt::format(
+                "{}: warning: {} row(s) of source '{}' do not hold one value per column ({}); "
+                "missing values are empty, surplus ones are left out\n",
+                file, ragged, source, columns.size());
+        if (unusable > 0)
+            messages += fmt::format(
+                "{}: warning: {} value(s) of source '{}' are neither numbers nor texts; they are "
+                "read as empty\n",
+                file, unusable, source);
+    }
+    return true;
+}
+
+}  // namespace
+
 CliResult renderChart(std::string const& xml, std::string const& rowsJson,
-                      std::string const& outDir, std::string const& formats) {
+                      std::string const& outDir, std::string const& formats,
+                      std::string const& rowsName) {
     CliResult r;
     XDocument doc(xml);
     if (!doc.implementationExists()) {
@@ -39,35 +109,10 @@ CliResult renderChart(std::string const& xml, std::string const& rowsJson,
         return r;
     }
     VarDataProcessor rows;
-    if (!rowsJson.empty()) {
-        auto json = nlohmann::json::parse(rowsJson, nullptr, false);
-        if (json.is_discarded() || !json.is_object()) {
+    if (!rowsJson.empty() || !rowsName.empty()) {
+        if (!readRows(rowsJson, rowsName, rows, r.error)) {
             r.exitCode = 1;
-            r.error = "the rows file is not a JSON object of sources\n";
             return r;
-        }
-        for (auto const& [source, table] : json.items()) {
-            if (!table.contains("columns") || !table.contains("rows") ||
-                !table["columns"].is_array() || !table["rows"].is_array()) {
-                r.exitCode = 1;
-                r.error = "source '" + source + "' of the rows file needs columns and rows\n";
-                return r;
-            }
-            auto const& columns = table["columns"];
-            rows.AddDataSource(source, static_cast<unsigned>(table["rows"].size()));
-            for (auto const& c : columns) rows.AddVariable(source, c.get<std::string>(), nullptr);
-            unsigned row = 0;
-            for (auto const& values : table["rows"]) {
-                for (std::size_t i = 0; i < columns.size() && i < values.size(); ++i) {
-                    auto const& name = columns[i].get_ref<std::string const&>();
-                    if (values[i].is_number())
-                        rows.SetVariableValue(source, name, row, values[i].get<double>());
-                    else if (values[i].is_string())
-                        rows.SetStringVariableValue(source, name, row,
-                                                    values[i].get<std::string>());
-                }
-                ++row;
-            }
         }
         doc.SetChartData(&rows);
     }

@@ -15,8 +15,10 @@ struct CliResult {
 CliResult gplToXml(std::string const& gpl);
 
 // Chart XML (and optional rows as JSON: {"source": {"columns": [...], "rows": [[...], ...]}})
-// to files in `outDir`/charts; formats from "svg,png,pdf".
+// to files in `outDir`/charts; formats from "svg,png,pdf". `rowsName` names the rows file in
+// messages; when it is given, an empty rows text is an error rather than no rows.
 CliResult renderChart(std::string const& xml, std::string const& rowsJson,
-                      std::string const& outDir, std::string const& formats = "svg,png");
+                      std::string const& outDir, std::string const& formats = "svg,png",
+                      std::string const& rowsName = "");
 
 }  // namespace host::chart

@@ -254,6 +254,8 @@ void buildFromGpl(ChartModel& model, std::string const& gpl) {
     model.gpl = gpl;
     model.program = gpl::parse(gpl);
     auto warnings = checkFunctions(model.program);
+    auto options = checkOptions(model.program);
+    warnings.insert(warnings.end(), options.begin(), options.end());
     model.program.diagnostics.insert(model.program.diagnostics.end(), warnings.begin(),
                                      warnings.end());
     auto& diags = model.program.diagnostics;

@@ -94,5 +94,8 @@ void buildFromGpl(ChartModel& model, std::string const& gpl);
 // Functions of GPL that the engine knows but does not draw yet, and those it doesn't know at
 // all, as warnings naming the function and its line.
 std::vector<gpl::Diagnostic> checkFunctions(gpl::Program const& program);
+// The numeric options (binCount, alpha, a log scale's base, ...) and declarations that no chart
+// can use; a bin count past what can be drawn is lowered in the program.
+std::vector<gpl::Diagnostic> checkOptions(gpl::Program& program);
 
 }  // namespace host::chart

@@ -1,10 +1,13 @@
 #include "host/chart/gpl_syntax.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <optional>
 
 #include <fmt/format.h>
+
+#include "host/syntax/utf8_chars.h"
 
 namespace host::chart::gpl {
 
@@ -24,6 +27,7 @@ enum class Msg {
     MissingClose,
     SurplusClose,
     TooDeep,
+    TooLong,
     EmptyStatement,
     EmptyProgram,
     BadCharacter,
@@ -52,21 +56,42 @@ constexpr MsgDef kMessages[] = {
     {Msg::MissingClose, Diagnostic::Level::Warning, "missing ')' for {} added at the end"},
     {Msg::SurplusClose, Diagnostic::Level::Warning, "surplus ')' ignored"},
     {Msg::TooDeep, Diagnostic::Level::Error, "parentheses nested too deeply (more than {})"},
+    {Msg::TooLong, Diagnostic::Level::Error,
+     "the expression is too deep: more than {} operators and calls inside one another"},
     {Msg::EmptyStatement, Diagnostic::Level::Error, "{} statement has no body"},
     {Msg::EmptyProgram, Diagnostic::Level::Error, "the GPL text is empty"},
     {Msg::BadCharacter, Diagnostic::Level::Error, "unexpected character '{}'"},
 };
 
 constexpr int kMaxDepth = 256;
+// A chain a*b*c... is a tree as deep as it is long, and what reads the tree walks it recursively.
+constexpr int kMaxHeight = 1024;
 
 constexpr char const* kKeywords[] = {"COMMENT", "PAGE",  "GRAPH", "SOURCE", "DATA",
                                      "TRANS",   "SCALE", "COORD", "GUIDE",  "ELEMENT"};
+
+// A message quotes the program, which may be any bytes: control characters and bytes that are
+// no UTF-8 are shown as \xNN, so that a terminal or a report shows what is there.
+std::string printable(std::string const& text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        auto const c = host::syntax::decodeUtf8(text, i);
+        if (!c.valid || c.code < 0x20 || c.code == 0x7F)
+            out += fmt::format("\\x{:02X}", static_cast<unsigned char>(text[i]));
+        else
+            out.append(text, i, static_cast<std::size_t>(c.length));
+        i += static_cast<std::size_t>(c.length);
+    }
+    return out;
+}
 
 template <typename... Args>
 void report(std::vector<Diagnostic>& out, Msg id, int line, int column, Args const&... args) {
     for (auto const& m : kMessages)
         if (m.id == id) {
-            out.push_back({m.level, line, column, fmt::format(fmt::runtime(m.text), args...)});
+            out.push_back(
+                {m.level, line, column, printable(fmt::format(fmt::runtime(m.text), args...))});
             return;
         }
 }
@@ -371,12 +396,18 @@ private:
         auto left = operand();
         if (!left)
             return left;
+        int height = height_;
         while (cur().kind == ops[level]) {
             Token op = cur();
             ++p_;
             auto right = operand();
             if (!right)
                 return right;
+            height = std::max(height, height_) + 1;
+            if (height > kMaxHeight) {
+                report(diags_, Msg::TooLong, op.line, op.column, kMaxHeight);
+                return std::nullopt;
+            }
             Node n = make(kinds[level], op);
             n.line = left->line;
             n.column = left->column;
@@ -384,6 +415,7 @@ private:
             n.args.push_back(std::move(*right));
             left = std::move(n);
         }
+        height_ = height;
         return left;
     }
 
@@ -393,6 +425,7 @@ private:
             return std::nullopt;
         }
         Token const& t = cur();
+        height_ = 1;
         switch (t.kind) {
             case Tok::String: {
                 Node n = make(Node::Kind::String, t);
@@ -436,6 +469,7 @@ private:
                 }
                 if (items.size() == 1)
                     return std::move(items.front());
+                ++height_;
                 Node n = make(Node::Kind::Tuple, open);
                 n.args = std::move(items);
                 return n;
@@ -457,6 +491,7 @@ private:
                     n.name = name.text;
                     if (!arguments(n.args, depth + 1, "'" + name.text + "'", name))
                         return std::nullopt;
+                    ++height_;
                     return n;
                 }
                 Node n = make(Node::Kind::Name, name);
@@ -473,8 +508,16 @@ private:
         return std::nullopt;
     }
 
-    // After '(' up to and including ')'.
+    // After '(' up to and including ')'; leaves in height_ the height of the highest argument.
     bool arguments(std::vector<Node>& out, int depth, std::string const& what, Token const& open) {
+        int highest = 0;
+        bool const ok = argumentList(out, depth, what, open, highest);
+        height_ = highest;
+        return ok;
+    }
+
+    bool argumentList(std::vector<Node>& out, int depth, std::string const& what,
+                      Token const& open, int& highest) {
         if (cur().kind == Tok::RParen) {
             ++p_;
             return true;
@@ -487,6 +530,7 @@ private:
             auto arg = expression(depth);
             if (!arg)
                 return false;
+            highest = std::max(highest, height_);
             out.push_back(std::move(*arg));
             if (cur().kind == Tok::Comma) {
                 ++p_;
@@ -512,6 +556,7 @@ private:
 
     std::vector<Token> t_;
     std::size_t p_ = 0;
+    int height_ = 0;  // of the node the last parse step returned
     std::vector<Diagnostic>& diags_;
 };
 

@@ -5,6 +5,7 @@
 
 #include "host/chart/chart_model.h"
 #include "host/chart/chart_send.h"
+#include "host/files/file_io.h"
 #include "host/chart/chart_xml.h"
 
 namespace {
@@ -229,13 +230,24 @@ void XGraph::tweakExpressionVars() {
 
 // --- XDocument
 
+namespace {
+
+// A chart that cannot be made is an error of the job, which goes on with its next command. The
+// text of a file names the file.
+void reportNotMade(std::string const& text, std::string const& why) {
+    auto const file = host::files::fetchedFileOf(text);
+    std::string const where = file.empty() ? "" : "\"" + file.string() + "\": ";
+    BpError(BpString("The chart was not made: " + where + why, false), BP_SHOW_OUTPUT,
+            BP_LEVEL_ERROR);
+}
+
+}  // namespace
+
 XDocument::XDocument(std::string const& gpl, bool, bool)
     : m_(new host::chart::ChartModel), graph_(m_) {
     host::chart::buildFromGpl(*m_, gpl);
-    // A GPL error is a warning: the chart is not made, and the job goes on.
     if (!m_->ok)
-        BpError(BpString("The chart was not made: " + m_->error, false), BP_SHOW_OUTPUT,
-                BP_LEVEL_WARNING);
+        reportNotMade(gpl, m_->error);
 }
 
 XDocument::XDocument(std::string const& xml) : m_(new host::chart::ChartModel), graph_(m_) {
@@ -243,6 +255,7 @@ XDocument::XDocument(std::string const& xml) : m_(new host::chart::ChartModel), 
     if (!host::chart::readChartXml(xml, *m_, error)) {
         m_->ok = false;
         m_->error = error;
+        reportNotMade(xml, error);
     }
 }
 

@@ -1,10 +1,47 @@
 // The platform's data sources, iterators and dataset handles over the host's datasets.
 #include "platform/data_source.h"
 
+#include <fmt/format.h>
+
 #include "host/dictionary/dataset.h"
 #include "host/dictionary/registry.h"
+#include "host/output/document.h"
 
 namespace hd = host::dictionary;
+
+namespace {
+
+// Each split group is a chart of its own, and each chart holds its own scene and fonts: past
+// this many groups a job runs out of memory long before anyone could read the charts, so the
+// split is set aside and the cases are drawn together.
+constexpr std::size_t kMaxSplitGroups = 1000;
+
+bool tooManyGroups(KWEL_DataSource::Data const& data) {
+    if (data.split.empty())
+        return false;
+    // The groups are computed on the dataset itself, so that later iterators reuse them.
+    return hd::splitGroups(const_cast<KWEL_DataSource::Data&>(data))->ends.size() > kMaxSplitGroups;
+}
+
+// All cases as one group, with a warning once per command and dataset.
+std::shared_ptr<ProcDSIterator::Groups const> oneGroup(KWEL_DataSource::Data const& data,
+                                                       std::size_t groupCount) {
+    static std::pair<void const*, int> reported{nullptr, -1};
+    auto& document = host::output::current();
+    if (reported != std::make_pair(static_cast<void const*>(&data), document.currentLine())) {
+        reported = {&data, document.currentLine()};
+        document.addMessage(
+            2, fmt::format("SPLIT FILE makes {} groups, more than the {} charts one command may "
+                           "make; the split is set aside and the cases are drawn together.",
+                           groupCount, kMaxSplitGroups));
+    }
+    auto all = std::make_shared<ProcDSIterator::Groups>();
+    if (data.cases > 0)
+        all->ends.push_back(data.cases);
+    return all;
+}
+
+}  // namespace
 
 // ---- KWEL_DataSource
 
@@ -36,7 +73,7 @@ KWEL_InputCaseIterator* KWEL_DataSource::CreateInputCaseIterator(int) const {
 }
 
 int KWEL_DataSource::SplitVariableCount() const {
-    return static_cast<int>(d_->split.size());
+    return tooManyGroups(*d_) ? 0 : static_cast<int>(d_->split.size());
 }
 
 int KWEL_DataSource::SplitVariableIndex(unsigned position) const {
@@ -55,6 +92,8 @@ ProcDSIterator::ProcDSIterator(std::shared_ptr<KWEL_DataSource::Data const> data
     : data_(std::move(data)) {
     // The groups are computed on the dataset itself, so that later iterators reuse them.
     groups_ = hd::splitGroups(const_cast<KWEL_DataSource::Data&>(*data_));
+    if (groups_->ends.size() > kMaxSplitGroups)
+        groups_ = oneGroup(*data_, groups_->ends.size());
 }
 
 ProcDSIterator::~ProcDSIterator() = default;

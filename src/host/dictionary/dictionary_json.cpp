@@ -1,5 +1,6 @@
 #include "host/dictionary/dictionary_json.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -8,6 +9,7 @@
 
 #include "host/dictionary/dataset.h"
 #include "host/dictionary/formats.h"
+#include "host/files/json_text.h"
 
 namespace host::dictionary {
 
@@ -19,27 +21,27 @@ using nlohmann::json;
 // value is found by searching for its own text behind the place of the object it belongs to.
 class Locator {
 public:
-    explicit Locator(std::string const& text) : text_(text) {}
+    explicit Locator(std::string const& text) : text_(text) {
+        lineStarts_.push_back(0);
+        for (std::size_t i = 0; i < text.size(); ++i)
+            if (text[i] == '\n')
+                lineStarts_.push_back(i + 1);
+    }
 
     std::size_t find(std::string const& needle, std::size_t from) const {
         auto const at = text_.find(needle, from);
         return at == std::string::npos ? from : at;
     }
     DictPlace place(std::size_t offset) const {
-        DictPlace result{1, 1};
-        for (std::size_t i = 0; i < offset && i < text_.size(); ++i) {
-            if (text_[i] == '\n') {
-                ++result.line;
-                result.column = 1;
-            } else {
-                ++result.column;
-            }
-        }
-        return result;
+        offset = std::min(offset, text_.size());
+        auto const next = std::upper_bound(lineStarts_.begin(), lineStarts_.end(), offset);
+        auto const line = static_cast<std::int64_t>(next - lineStarts_.begin());
+        return {line, static_cast<std::int64_t>(offset - *(next - 1)) + 1};
     }
 
 private:
     std::string const& text_;
+    std::vector<std::size_t> lineStarts_;
 };
 
 class Reader {
@@ -64,8 +66,14 @@ private:
     }
     // The offset of a value's text behind `from`, for messages.
     std::size_t at(json const& value, std::size_t from) const {
-        return locator_.find(value.dump(), from);
+        return locator_.find(value.dump(-1, ' ', false, json::error_handler_t::replace), from);
     }
+    // A text member of an object: empty when absent, reported when it is not a text.
+    std::string textMember(json const& object, char const* key, std::size_t where,
+                           std::string const& what);
+    void readMissing(json const& missing, std::size_t where, std::string const& what,
+                     DictField& out);
+    void readCurrencies(json const& currencies, Dictionary& dictionary);
     bool readValue(json const& value, DictValue& out, std::size_t where, std::string const& what);
     void readField(json const& field, std::size_t where, Dictionary& dictionary);
     void readMrSet(json const& set, std::size_t where, Dictionary& dictionary);
@@ -75,7 +83,20 @@ private:
     std::string const& file_;
     Locator locator_;
     std::vector<Diagnostic>& messages_;
+    std::vector<std::size_t> nulledNumbers_;  // where a number out of range was read as null
 };
+
+std::string Reader::textMember(json const& object, char const* key, std::size_t where,
+                               std::string const& what) {
+    if (!object.contains(key))
+        return {};
+    auto const& value = object[key];
+    if (value.is_string())
+        return value.get<std::string>();
+    error(at(value, where), what + ": \"" + key + "\" must be a text, not " +
+                                host::files::briefJson(value));
+    return {};
+}
 
 bool Reader::readValue(json const& value, DictValue& out, std::size_t where,
                        std::string const& what) {
@@ -90,7 +111,12 @@ bool Reader::readValue(json const& value, DictValue& out, std::size_t where,
         out.text = value.get<std::string>();
         return true;
     }
-    error(at(value, where), what + ": " + value.dump() + " is neither a number nor a text");
+    std::size_t const here = at(value, where);
+    // A number out of range has been reported where it stands.
+    if (value.is_null() &&
+        std::find(nulledNumbers_.begin(), nulledNumbers_.end(), here) != nulledNumbers_.end())
+        return false;
+    error(here, what + ": " + host::files::briefJson(value) + " is neither a number nor a text");
     return false;
 }
 
@@ -105,7 +131,7 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
         auto const& type = field["type"];
         out.type = type.is_string() ? type.get<std::string>() : "";
         if (out.type != "number" && out.type != "integer" && out.type != "string") {
-            error(at(type, offset), what + ": unknown type " + type.dump() +
+            error(at(type, offset), what + ": unknown type " + host::files::briefJson(type) +
                                         "; expected \"number\", \"integer\" or \"string\"");
             out.type.clear();
         }
@@ -115,7 +141,7 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
         if (!width.is_number_integer() || width.get<long long>() < 1 ||
             width.get<long long>() > 32767) {
             error(at(width, offset),
-                  what + ": width " + width.dump() + " is not a whole number from 1 to 32767");
+                  what + ": width " + host::files::briefJson(width) + " is not a whole number from 1 to 32767");
         } else {
             out.width = width.get<int>();
         }
@@ -137,21 +163,29 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
         } else if (equalsNoCase(name, "scale")) {
             out.measure = MEASURE_SCALE;
         } else {
-            error(at(measure, offset), what + ": unknown measure " + measure.dump() +
+            error(at(measure, offset), what + ": unknown measure " + host::files::briefJson(measure) +
                                            "; expected \"nominal\", \"ordinal\" or \"scale\"");
         }
     }
     if (field.contains("printFormat")) {
         auto const& format = field["printFormat"];
         std::size_t const here = at(format, offset);
-        std::string const type = format.is_object() ? format.value("type", "") : "";
+        std::string const type =
+            format.is_object() ? textMember(format, "type", here, what + ": print format") : "";
         out.formatType = formatTypeByName(type);
         if (out.formatType == 0) {
             error(locator_.find("\"" + type + "\"", here),
                   what + ": unknown print format type \"" + type + "\"");
         } else {
-            out.formatWidth = format.value("width", 0);
-            out.formatDecimals = format.value("decimals", 0);
+            auto const whole = [&](char const* key) -> long long {
+                if (!format.contains(key))
+                    return 0;
+                return format[key].is_number_integer() ? format[key].get<long long>() : -1;
+            };
+            long long const width = whole("width");
+            long long const decimals = whole("decimals");
+            out.formatWidth = static_cast<int>(std::clamp(width, -1LL, 256LL));
+            out.formatDecimals = static_cast<int>(std::clamp(decimals, -1LL, 17LL));
             if (out.formatWidth < 0 || out.formatWidth > 255 || out.formatDecimals < 0 ||
                 out.formatDecimals > 16) {
                 error(here, what + ": print format width or decimals out of range");
@@ -164,12 +198,15 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
         if (!categories.is_array()) {
             error(at(categories, offset), what + ": categories must be a list");
         } else {
+            // Each category is looked for behind the one before: a list of many stays linear.
+            std::size_t cursor = offset;
             for (auto const& category : categories) {
-                std::size_t const here = at(category, offset);
                 if (!category.is_object() || !category.contains("value")) {
-                    error(here, what + ": a category needs a \"value\"");
+                    error(at(category, cursor), what + ": a category needs a \"value\"");
                     continue;
                 }
+                std::size_t const here = locator_.find("\"value\"", cursor);
+                cursor = here + 1;
                 DictValue value;
                 if (!readValue(category["value"], value, here, what))
                     continue;
@@ -181,38 +218,81 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
             }
         }
     }
-    if (field.contains("missingValues")) {
-        auto const& missing = field["missingValues"];
-        if (!missing.is_array()) {
-            error(at(missing, offset), what + ": missingValues must be a list");
-        } else {
-            for (auto const& entry : missing) {
-                if (entry.is_object()) {
-                    out.hasMissingRange = true;
-                    out.missingLow = entry.contains("low") && entry["low"].is_number()
-                                         ? entry["low"].get<double>()
-                                         : std::numeric_limits<double>::lowest();
-                    out.missingHigh = entry.contains("high") && entry["high"].is_number()
-                                          ? entry["high"].get<double>()
-                                          : std::numeric_limits<double>::max();
-                    if (out.missingLow > out.missingHigh) {
-                        error(at(entry, offset), what + ": the missing range has low above high");
-                        out.hasMissingRange = false;
-                    }
-                    continue;
-                }
-                DictValue value;
-                if (readValue(entry, value, offset, what))
-                    out.missing.push_back(std::move(value));
-            }
-        }
-    }
+    if (field.contains("missingValues"))
+        readMissing(field["missingValues"], offset, what, out);
     dictionary.fields.push_back(std::move(out));
+}
+
+void Reader::readMissing(json const& missing, std::size_t where, std::string const& what,
+                         DictField& out) {
+    if (!missing.is_array()) {
+        error(at(missing, where), what + ": missingValues must be a list");
+        return;
+    }
+    for (auto const& entry : missing) {
+        if (!entry.is_object()) {
+            DictValue value;
+            if (readValue(entry, value, where, what))
+                out.missing.push_back(std::move(value));
+            continue;
+        }
+        std::size_t const here = at(entry, where);
+        if (out.hasMissingRange) {
+            error(here, what + ": only one missing range can be given; this one is left out");
+            continue;
+        }
+        bool const hasLow = entry.contains("low");
+        bool const hasHigh = entry.contains("high");
+        // Both ends left out would make every value missing: surely not what was meant.
+        if (!hasLow && !hasHigh) {
+            error(here, what + ": a missing range needs \"low\", \"high\" or both");
+            continue;
+        }
+        if ((hasLow && !entry["low"].is_number()) || (hasHigh && !entry["high"].is_number())) {
+            error(here, what + ": the low and high ends of a missing range must be numbers");
+            continue;
+        }
+        double const low =
+            hasLow ? entry["low"].get<double>() : std::numeric_limits<double>::lowest();
+        double const high =
+            hasHigh ? entry["high"].get<double>() : std::numeric_limits<double>::max();
+        if (low > high) {
+            error(here, what + ": the missing range has low above high");
+            continue;
+        }
+        out.hasMissingRange = true;
+        out.missingLow = low;
+        out.missingHigh = high;
+    }
+}
+
+void Reader::readCurrencies(json const& currencies, Dictionary& dictionary) {
+    std::size_t const where = locator_.find("\"currencies\"", 0);
+    if (!currencies.is_array()) {
+        error(where, "\"currencies\" must be a list of {\"prefix\", \"suffix\"}");
+        return;
+    }
+    for (auto const& currency : currencies) {
+        std::size_t const here = at(currency, where);
+        if (dictionary.currencies.size() == 5) {
+            error(here, "at most five currencies can be given; the rest are left out");
+            break;
+        }
+        if (!currency.is_object()) {
+            error(here, "a currency must be {\"prefix\": ..., \"suffix\": ...}, not " +
+                            host::files::briefJson(currency));
+            // Keeps the places of the later ones: the fourth is still CCD.
+            dictionary.currencies.emplace_back();
+            continue;
+        }
+        dictionary.currencies.emplace_back(textMember(currency, "prefix", here, "currency"),
+                                           textMember(currency, "suffix", here, "currency"));
+    }
 }
 
 void Reader::readMrSet(json const& set, std::size_t where, Dictionary& dictionary) {
     DictMrSet out;
-    out.name = set.value("name", "");
+    out.name = textMember(set, "name", where, "a multiple-response set");
     std::size_t const offset = at(json(out.name), where);
     out.place = locator_.place(offset);
     std::string const what = "multiple-response set \"" + out.name + "\"";
@@ -220,7 +300,7 @@ void Reader::readMrSet(json const& set, std::size_t where, Dictionary& dictionar
         error(offset, what + ": the name must start with '$'");
         return;
     }
-    std::string const type = set.value("type", "");
+    std::string const type = textMember(set, "type", offset, what);
     if (type == "category") {
         out.type = VariableSet::CATEGORY_SET;
     } else if (type == "dichotomy") {
@@ -230,7 +310,7 @@ void Reader::readMrSet(json const& set, std::size_t where, Dictionary& dictionar
               what + ": unknown type \"" + type + "\"; expected \"category\" or \"dichotomy\"");
         return;
     }
-    out.label = set.value("label", "");
+    out.label = textMember(set, "label", offset, what);
     if (set.contains("variables") && set["variables"].is_array()) {
         for (auto const& name : set["variables"]) {
             if (name.is_string())
@@ -251,27 +331,25 @@ void Reader::readMrSet(json const& set, std::size_t where, Dictionary& dictionar
             return;
         out.countedValue = counted.text;
     }
-    out.useCategoryLabels = set.value("useCategoryLabels", false);
+    if (set.contains("useCategoryLabels")) {
+        if (set["useCategoryLabels"].is_boolean())
+            out.useCategoryLabels = set["useCategoryLabels"].get<bool>();
+        else
+            error(offset, what + ": \"useCategoryLabels\" must be true or false");
+    }
     dictionary.mrsets.push_back(std::move(out));
 }
 
 std::optional<Dictionary> Reader::read() {
-    json root;
-    try {
-        root = json::parse(text_);
-    } catch (json::parse_error const& e) {
-        // The library's byte position counts from 1 and points just past the bad character.
-        std::size_t const offset = e.byte > 0 ? e.byte - 1 : 0;
-        std::string what = e.what();
-        auto const colon = what.find("syntax error");
-        error(offset, "the dictionary is not valid JSON: " +
-                          (colon == std::string::npos ? what : what.substr(colon)));
+    auto parsed = host::files::readJsonText(text_);
+    for (auto const& problem : parsed.problems)
+        error(problem.offset,
+              problem.text.rfind("not valid JSON", 0) == 0 ? "the dictionary is " + problem.text
+                                                           : problem.text);
+    if (!parsed.ok)
         return std::nullopt;
-    } catch (json::exception const& e) {
-        // E.g. a number too large for a double: the library gives no place for it.
-        error(std::string::npos, std::string("the dictionary cannot be read: ") + e.what());
-        return std::nullopt;
-    }
+    nulledNumbers_ = std::move(parsed.nulledNumbers);
+    json const& root = parsed.value;
     if (!root.is_object()) {
         error(0, "the dictionary must be a JSON object with a \"fields\" list");
         return std::nullopt;
@@ -355,14 +433,8 @@ std::optional<Dictionary> Reader::readRoot(json const& root) {
             }
         }
     }
-    if (root.contains("currencies") && root["currencies"].is_array()) {
-        for (auto const& currency : root["currencies"]) {
-            if (dictionary.currencies.size() == 5)
-                break;
-            dictionary.currencies.emplace_back(currency.value("prefix", ""),
-                                               currency.value("suffix", ""));
-        }
-    }
+    if (root.contains("currencies"))
+        readCurrencies(root["currencies"], dictionary);
     return dictionary;
 }
 

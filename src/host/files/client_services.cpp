@@ -11,27 +11,30 @@
 
 namespace {
 
-// The kind of image the bytes hold, from their signature; the declared type when unknown.
-char const* mediaType(std::string const& bytes, ChartXMLContentSubType declared) {
+// The kind of image the bytes hold, from their signature; null when they hold none we know.
+char const* mediaType(std::string const& bytes) {
     if (bytes.rfind("\x89PNG", 0) == 0) return "image/png";
     if (bytes.rfind("\xFF\xD8\xFF", 0) == 0) return "image/jpeg";
     if (bytes.rfind("BM", 0) == 0) return "image/bmp";
     if (bytes.rfind("GIF8", 0) == 0) return "image/gif";
     if (bytes.find("<svg") != std::string::npos) return "image/svg+xml";
-    switch (declared) {
-        case CONTENT_JPG: return "image/jpeg";
-        case CONTENT_BMP: return "image/bmp";
-        case CONTENT_SVG: return "image/svg+xml";
-        default: return "image/png";
-    }
+    return nullptr;
 }
 
 }  // namespace
 
 std::string FetchFile::fetch(std::string const& name, bool, bool) const {
     if (name.empty()) return {};
-    host::files::ReadResult read = host::files::readFile(host::files::resolve(name));
-    return read.ok ? read.bytes : std::string();
+    auto const path = host::files::resolve(name);
+    host::files::ReadResult read = host::files::readFile(path);
+    // The command says only that it found nothing it could use; this says why.
+    if (!read.ok) {
+        host::output::current().addMessage(2, read.error);
+        return {};
+    }
+    if (read.bytes.empty()) host::output::current().addMessage(2, "file \"" + path.string() + "\" is empty");
+    host::files::noteFetched(path, read.bytes);
+    return std::move(read.bytes);
 }
 
 void XImage::setImageInline(ChartXMLContentSubType type, std::string const& content) {
@@ -45,14 +48,23 @@ void XImage::SetDescription(unsigned short const* text) {
 }
 
 void XImage::sendImage() const {
+    char const* const type = mediaType(content_);
+    // Bytes of no image kind a reader can show would stand in the report as a broken picture.
+    if (type == nullptr) {
+        auto const file = host::files::fetchedFileOf(content_);
+        host::output::current().addMessage(
+            2, "The image " + (file.empty() ? std::string() : "\"" + file.string() + "\" ") +
+                   "is not a PNG, JPEG, BMP, GIF or SVG image; it is left out of the output.");
+        return;
+    }
     host::output::Item item;
     item.kind = host::output::ItemKind::Image;
     std::string const description = ChartString(description_).toUTF8();
     item.text = description;
     auto payload = std::make_shared<nlohmann::json>();
     (*payload)["description"] = description;
-    (*payload)["mediaType"] = mediaType(content_, type_);
-    (*payload)["dataUri"] = std::string("data:") + mediaType(content_, type_) + ";base64," + host::files::base64(content_);
+    (*payload)["mediaType"] = type;
+    (*payload)["dataUri"] = std::string("data:") + type + ";base64," + host::files::base64(content_);
     item.payload = payload;
     host::output::current().add(std::move(item));
 }

@@ -26,8 +26,17 @@ struct ReadResult {
     std::string error;  // why the file could not be read, naming it; empty when ok
 };
 
-// Reads a whole file (no name resolution: give it a resolved path).
-ReadResult readFile(std::filesystem::path const& path);
+// What one file a job names may hold: far more than any job, chart or image needs.
+inline constexpr std::size_t kMaxFileBytes = std::size_t{512} << 20;
+
+// Reads a whole regular file of at most `maxBytes` (no name resolution: give it a resolved
+// path). Devices, FIFOs and sockets are refused without waiting on them.
+ReadResult readFile(std::filesystem::path const& path, std::size_t maxBytes = kMaxFileBytes);
+
+// The file a command fetched last, so that what is made of its text can name the file.
+void noteFetched(std::filesystem::path const& path, std::string_view bytes);
+// The path of the last fetched file if its text is `bytes`; empty otherwise.
+std::filesystem::path fetchedFileOf(std::string_view bytes);
 
 struct WriteResult {
     bool ok = false;

@@ -24,6 +24,7 @@ using host::output::Document;
 using host::syntax::Command;
 
 constexpr char kNotSupported[] = "The {} command is not supported here; it is skipped.";
+constexpr char kStrayEndGpl[] = "END GPL closes no BEGIN GPL block; it is skipped.";
 constexpr char kBlockSkipped[] =
     "This GPL block belongs to the GGRAPH command before it, which ended before reading it; it "
     "is skipped.";
@@ -106,6 +107,15 @@ void runJobText(std::string text, Document& document, JobOptions const& options)
         stopSink.armed = options.stopOnError;
         try {
             if (command->kind == Command::Kind::GplBlock) {
+                if (!command->terminated) {
+                    std::size_t const end = static_cast<std::size_t>(command->lastLine);
+                    document.addMessage(
+                        3, fmt::format("BEGIN GPL at line {} has no END GPL {}; the block is left out.",
+                                       command->firstLine,
+                                       end >= job.lineCount() ? std::string("before the end of the job")
+                                                              : fmt::format("before line {}", end + 1)),
+                        command->firstLine);
+                }
                 if (blocksOfFailedCommand) {
                     document.addMessage(1, kBlockSkipped, command->firstLine);
                 } else {
@@ -116,6 +126,8 @@ void runJobText(std::string text, Document& document, JobOptions const& options)
                 if (command->startsWith({"GGRAPH"})) {
                     ggraph_();
                     blocksOfFailedCommand = host::syntax::currentWorkspace()->cardsRead == 0;
+                } else if (command->startsWith({"END", "GPL"})) {
+                    document.addMessage(3, kStrayEndGpl, command->firstLine);
                 } else if (host::dictionary::isDataCommand(command->words)) {
                     for (auto const& problem : host::dictionary::applyDataCommand(
                              command->words, command->body, command->bodyLine, command->bodyColumn)) {

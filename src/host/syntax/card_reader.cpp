@@ -73,8 +73,44 @@ void KwelWorkspace::start(host::syntax::JobInput const* job, std::size_t line) {
 }
 
 bool KwelWorkspace::atEnd() const {
-    return input == nullptr || nextLine >= input->lineCount();
+    return input == nullptr || nextLine >= input->lineCount() || blockCut;
 }
+
+namespace {
+
+// Follows the GPL block the cards run through. A block left open in front of a line that
+// cannot belong to it (the next GGRAPH, another BEGIN GPL) or at the end of the job is an
+// error of its own; the reader stops there, so that what follows runs as the job says.
+void followBlock(KwelWorkspace& ws) {
+    auto const& job = *ws.input;
+    std::string_view const line = job.line(ws.cardLine);
+    if (ws.cardOffset != 0) {
+        // The rest of a long line: its start was looked at.
+    } else if (ws.openBlockLine == KwelWorkspace::kNoBlock) {
+        if (host::syntax::isBeginGplLine(line) &&
+            !host::syntax::hasEndGpl(line, line.find_first_not_of(" \t") + 9))
+            ws.openBlockLine = ws.cardLine;
+    } else if (host::syntax::hasEndGpl(line)) {
+        ws.openBlockLine = KwelWorkspace::kNoBlock;
+    }
+    if (ws.openBlockLine == KwelWorkspace::kNoBlock || ws.nextOffset != 0)
+        return;
+    std::string where;
+    if (ws.nextLine >= job.lineCount()) {
+        where = "before the end of the job";
+    } else if (host::syntax::endsOpenGplBlock(job.line(ws.nextLine))) {
+        where = "before line " + std::to_string(ws.nextLine + 1);
+        ws.blockCut = true;
+    } else {
+        return;
+    }
+    std::string const text = "BEGIN GPL at line " + std::to_string(ws.openBlockLine + 1) +
+                             " has no END GPL " + where + "; the block is left out.";
+    ws.openBlockLine = KwelWorkspace::kNoBlock;
+    BpError(BpString(text, false), BP_SHOW_OUTPUT, BP_LEVEL_ERROR);
+}
+
+}  // namespace
 
 bool KwelWorkspace::read() {
     if (atEnd()) {
@@ -96,6 +132,7 @@ bool KwelWorkspace::read() {
     } else {
         nextOffset = cardOffset + cardLength;
     }
+    followBlock(*this);
     return true;
 }
 

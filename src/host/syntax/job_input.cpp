@@ -69,7 +69,14 @@ bool endsWithPeriod(std::string_view line) {
             period = (c == '.');
         }
     }
-    return quote == 0 && period;
+    // A quote left open with a period as the line's last character: the period was meant to end
+    // the command, and the tokenizer reports the quote. Running on would swallow the next command.
+    if (quote != 0) {
+        std::size_t last = line.size();
+        while (last > 0 && isSpaceOrTab(line[last - 1])) --last;
+        return last > 0 && line[last - 1] == '.';
+    }
+    return period;
 }
 
 bool lastNonBlankIsPeriod(std::string_view line) {
@@ -85,6 +92,17 @@ bool isCommentStart(std::string_view rest) {
 }
 
 }  // namespace
+
+bool hasEndGpl(std::string_view line, std::size_t from) {
+    return findEndGpl(line, from) != std::string_view::npos;
+}
+
+bool endsOpenGplBlock(std::string_view line) {
+    std::string_view rest = line.substr(firstNonBlank(line));
+    if (startsWithNoCase(rest, "GGRAPH"))
+        return rest.size() == 6 || isSpaceOrTab(rest[6]) || rest[6] == '/' || rest[6] == '.';
+    return isBeginGplLine(line);
+}
 
 bool isBeginGplLine(std::string_view line) {
     // The same test as the GPL reader's: nine characters, any case.
@@ -204,11 +222,17 @@ std::optional<Command> JobInput::commandAt(std::size_t lineIndex) const {
         // The block ends with the line that holds END GPL, also its own first line.
         std::size_t at = first;
         std::size_t from = firstNonBlank(head) + 9;
-        while (at < lines_.size() && findEndGpl(line(at), from) == std::string_view::npos) {
-            ++at, from = 0;
+        bool closed = false;
+        for (; at < lines_.size(); ++at, from = 0) {
+            if (at > first && endsOpenGplBlock(line(at)))
+                break;
+            if (findEndGpl(line(at), from) != std::string_view::npos) {
+                closed = true;
+                break;
+            }
         }
-        command.terminated = at < lines_.size();
-        last = command.terminated ? at : lines_.size() - 1;
+        command.terminated = closed;
+        last = closed ? at : at - 1;
     } else if (rest.substr(0, 2) == "/*") {
         command.kind = Command::Kind::Comment;
         std::size_t at = first;

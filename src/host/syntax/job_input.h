@@ -85,6 +85,11 @@ private:
     KwelWorkspace workspace_;
 };
 
+// True if the line holds "END GPL" (any case) at or behind `from`.
+bool hasEndGpl(std::string_view line, std::size_t from = 0);
+// True if the line cannot belong to a GPL block: it opens another block or starts a GGRAPH
+// command. A block that reaches such a line without its END GPL ends in front of it.
+bool endsOpenGplBlock(std::string_view line);
 // True if the line, behind its leading blanks, opens a GPL block ("BEGIN GPL", any case).
 bool isBeginGplLine(std::string_view line);
 

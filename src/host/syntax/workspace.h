@@ -33,6 +33,12 @@ struct KwelWorkspace {
     int attentionChecks = 0;
     bool skipped = false;
     bool gaveBack = false;
+    // The 0-based BEGIN GPL line of a block whose END GPL has not been read, and whether the
+    // block was cut off in front of a line that cannot belong to it (the reader then is at its
+    // end, and the job goes on at that line).
+    static constexpr std::size_t kNoBlock = static_cast<std::size_t>(-1);
+    std::size_t openBlockLine = kNoBlock;
+    bool blockCut = false;
 
     // Starts reading at the line with 0-based `line` of `job` (null: nothing to read).
     void start(host::syntax::JobInput const* job, std::size_t line);

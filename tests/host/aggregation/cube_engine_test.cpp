@@ -298,3 +298,26 @@ TEST(CubeEngine, ManyCategoriesOfAnyValueMatchAPlainGrouping) {
         EXPECT_NEAR(v->GetStatValue(4), 100.0 * static_cast<double>(sorted.size()) / total, 1e-9);
     }
 }
+
+TEST(CubeEngine, CombinationsAreAskedForByTheirFirstCategories) {
+    test::CaseBuilder data(3);
+    int a = data.numeric("a", {1, 1, 2});
+    int b = data.numeric("b", {10, 20, 10});
+    int c = data.numeric("c", {7, 8, 9});
+    AggregationVariable byA(a, "a"), byB(b, "b"), byC(c, "c");
+    Cube cube(data, {&byA, &byB, &byC}, {stat(Codes::STAT_COUNT, -1)}, false, true);
+    auto* aggregator = cube.table.GetCubeAggregators().front();
+    auto const &as = cube.categories(0), &bs = cube.categories(1), &cs = cube.categories(2);
+    EXPECT_TRUE(aggregator->HasCellsUnder({}));
+    EXPECT_TRUE(aggregator->HasCellsUnder({as[0]}));
+    EXPECT_TRUE(aggregator->HasCellsUnder({as[0], bs[1]}));
+    EXPECT_TRUE(aggregator->HasCellsUnder({as[1], bs[0]}));
+    EXPECT_FALSE(aggregator->HasCellsUnder({as[1], bs[1]}));  // 2 and 20 never met
+    EXPECT_TRUE(aggregator->HasCellsUnder({as[0], bs[0], cs[0]}));
+    EXPECT_FALSE(aggregator->HasCellsUnder({as[0], bs[0], cs[1]}));
+    EXPECT_FALSE(aggregator->HasCellsUnder({as[0], bs[0], cs[0], cs[0]}));  // too long
+
+    // Emptied and filled again: the answers follow the new cells.
+    cube.table.ResetAggregator();
+    EXPECT_FALSE(aggregator->HasCellsUnder({}));
+}

@@ -154,3 +154,28 @@ TEST(GplParser, ErrorsNamePositionAndWhatWasExpected) {
     auto p = gpl::parse("ELEMENT: point(,)\nSCALE: linear(dim(1) dim(2))");
     EXPECT_EQ(p.diagnostics.size(), 2u) << p.describe();
 }
+
+TEST(GplParser, LongOperatorChainsAreRefusedBeforeTheTreeGetsTooDeepToWalk) {
+    auto chain = [](std::string const& op, int n, std::string const& around) {
+        std::string text = "x";
+        for (int i = 1; i < n; ++i) text += op + "x";
+        return "ELEMENT: point(position(" + around.substr(0, around.size() / 2) + text +
+               around.substr(around.size() / 2) + "))";
+    };
+    for (std::string const op : {"*", "+", "/"}) {
+        // As long as any chart could use, and far longer.
+        ok(chain(op, 1000, ""));
+        std::string const message = errors(chain(op, 100000, "()"));
+        EXPECT_NE(message.find("too deep: more than 1024 operators"), std::string::npos) << message;
+    }
+    // Calls inside chains inside calls count together.
+    std::string mixed = "a";
+    for (int i = 0; i < 200; ++i) mixed = "f(" + mixed + "*b*c*d*e*g)";
+    EXPECT_NE(errors("ELEMENT: point(position(" + mixed + "))").find("too deep"), std::string::npos);
+}
+
+TEST(GplParser, MessagesQuoteBytesOfTheProgramSafely) {
+    std::string const message = errors("ELEMENT: point(position(x*y)) \x01\xff\n");
+    EXPECT_NE(message.find("\\x01"), std::string::npos) << message;
+    EXPECT_EQ(message.find_first_of("\x01\xff"), std::string::npos) << message;
+}

@@ -1,4 +1,5 @@
-// The command line's datasets, print formats as text, and split groups over numbers.
+// The command line's datasets, print formats as text, and split groups over numbers and how
+// many of them a command may draw.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -8,6 +9,7 @@
 #include "host/dictionary/formats.h"
 #include "host/dictionary/job_data.h"
 #include "host/dictionary/registry.h"
+#include "host/output/document.h"
 #include "platform/data_source.h"
 
 namespace hd = host::dictionary;
@@ -78,4 +80,45 @@ TEST(JobData, NumericSplitGroupsMeetOnEqualValues) {
                      : std::to_string(it->CaseNumber());
     }
     EXPECT_EQ(trace, "13|24|5|");  // -0 and 0 are one group; system-missing is a group of its own
+}
+
+TEST(JobData, MoreSplitGroupsThanChartsCanBeReadSetTheSplitAsideWithAWarning) {
+    host::output::Document document;
+    host::output::ScopedDocument scope(document);
+    auto splitBy = [](std::int64_t groups) {
+        auto data = std::make_shared<hd::Dataset>();
+        data->cases = 2 * groups;
+        int const g = hd::addVariable(*data, "g", 0);
+        for (std::int64_t i = 0; i < data->cases; ++i)
+            data->columns[static_cast<std::size_t>(g)][static_cast<std::size_t>(i)] = static_cast<double>(i % groups);
+        data->split = {g};
+        return data;
+    };
+    auto count = [](KWEL_DataSource const& source, std::int64_t& cases) {
+        std::unique_ptr<KWEL_InputCaseIterator> it(source.CreateInputCaseIterator(0));
+        int groups = 0;
+        cases = 0;
+        while (it->NextCase()) {
+            if (static_cast<ProcDSIterator*>(it.get())->SplitGroupEnd())
+                ++groups;
+            else
+                ++cases;
+        }
+        return groups;
+    };
+    std::int64_t cases = 0;
+    KWEL_DataSource fits(splitBy(1000));
+    EXPECT_EQ(fits.SplitVariableCount(), 1);
+    EXPECT_EQ(count(fits, cases), 1000);
+    EXPECT_TRUE(document.items().empty());
+
+    // One group more: every case is drawn, together, and the warning says why, once.
+    KWEL_DataSource tooMany(splitBy(1001));
+    EXPECT_EQ(tooMany.SplitVariableCount(), 0);
+    EXPECT_EQ(count(tooMany, cases), 1);
+    EXPECT_EQ(cases, 2002);
+    (void)count(tooMany, cases);
+    ASSERT_EQ(document.items().size(), 1u);
+    EXPECT_EQ(document.items()[0].level, 2);
+    EXPECT_NE(document.items()[0].text.find("SPLIT FILE makes 1001 groups"), std::string::npos);
 }

@@ -156,12 +156,88 @@ TEST(MalformedDictionary, SyntaxErrorsNameLineAndColumn) {
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_NE(messages[0].text.find("width \"8\""), std::string::npos);
 
-    // A number beyond a double is no syntax error to the JSON library, but must not escape.
+    // A number beyond a double is reported where it stands, and the rest is read.
     messages.clear();
-    dict = hd::readDictionaryText("{\"weight\": 9e999}", "d.json", messages);
-    EXPECT_FALSE(dict.has_value());
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_NE(messages[0].text.find("cannot be read"), std::string::npos);
+    dict = hd::readDictionaryText(
+        "{\"fields\": [\n{\"name\": \"x\", \"missingValues\": [1e999, 7]},\n"
+        "{\"name\": \"s\", \"title\": \"kept\"}]}",
+        "d.json", messages);
+    ASSERT_TRUE(dict.has_value());
+    ASSERT_EQ(messages.size(), 1u) << joined(messages);
+    EXPECT_EQ(messages[0].line, 2);
+    EXPECT_EQ(messages[0].column, 33);
+    EXPECT_NE(messages[0].text.find("1e999 is out of range"), std::string::npos);
+    ASSERT_EQ(dict->fields.size(), 2u);
+    ASSERT_EQ(dict->fields[0].missing.size(), 1u);
+    EXPECT_EQ(dict->fields[0].missing[0].number, 7.0);
+    EXPECT_EQ(dict->fields[1].title, "kept");
+}
+
+TEST(MalformedDictionary, ValuesThatWouldCorruptTheDataAreRefusedOneByOne) {
+    struct Case {
+        char const* name;
+        char const* json;
+        char const* message;  // a part of the one message
+    } const cases[] = {
+        {"empty range", R"([{}])", "a missing range needs \"low\", \"high\" or both"},
+        {"text end", R"([{"low": "q"}])", "must be numbers"},
+        {"reversed", R"([{"low": 5, "high": 1}])", "low above high"},
+        {"two ranges", R"([{"low": 1, "high": 2}, {"low": 3, "high": 4}])", "only one missing range"},
+        {"null", R"([null])", "null is neither a number nor a text"},
+    };
+    for (auto const& c : cases) {
+        std::vector<hd::Diagnostic> messages;
+        auto dict = hd::readDictionaryText(
+            std::string(R"({"fields": [{"name": "x", "type": "number", "missingValues": )") + c.json + "}]}",
+            "d.json", messages);
+        ASSERT_TRUE(dict.has_value()) << c.name;
+        ASSERT_EQ(messages.size(), 1u) << c.name << "\n" << joined(messages);
+        EXPECT_NE(messages[0].text.find(c.message), std::string::npos) << messages[0].toString();
+        EXPECT_GT(messages[0].column, 0) << c.name;
+        auto const& field = dict->fields.at(0);
+        // Never every value missing: a range is taken only when it is whole.
+        if (std::string(c.name) == "two ranges") {
+            EXPECT_TRUE(field.hasMissingRange);
+            EXPECT_EQ(field.missingLow, 1.0);
+            EXPECT_EQ(field.missingHigh, 2.0);
+        } else {
+            EXPECT_FALSE(field.hasMissingRange) << c.name;
+        }
+    }
+
+    // A wrong currency or set entry is named where it stands; the fields stay.
+    std::vector<hd::Diagnostic> messages;
+    auto dict = hd::readDictionaryText(
+        R"({"fields": [{"name": "s", "title": "kept"}],
+  "currencies": [1, {"prefix": "$"}, {"suffix": 5}, {}, {}, {}, {}],
+  "mrsets": [{"name": 5, "type": "category", "variables": ["a", "b"]}]})",
+        "d.json", messages);
+    ASSERT_TRUE(dict.has_value());
+    EXPECT_EQ(dict->fields.at(0).title, "kept");
+    ASSERT_EQ(dict->currencies.size(), 5u);
+    EXPECT_EQ(dict->currencies[1].first, "$");
+    std::string const all = joined(messages);
+    EXPECT_NE(all.find("d.json:2:18: error: a currency must be"), std::string::npos) << all;
+    EXPECT_NE(all.find("\"suffix\" must be a text"), std::string::npos) << all;
+    EXPECT_NE(all.find("at most five currencies"), std::string::npos) << all;
+    EXPECT_NE(all.find("\"name\" must be a text"), std::string::npos) << all;
+}
+
+TEST(MalformedDictionary, DeepNestingIsCutAndTheValueReportedForWhatItIs) {
+    std::string const deep = std::string(100000, '[') + std::string(100000, ']');
+    std::vector<hd::Diagnostic> messages;
+    auto dict = hd::readDictionaryText(
+        R"({"zz": )" + deep + R"(, "fields": [{"name": "x", "title": )" + deep + R"(}], "weight": )" + deep + "}",
+        "d.json", messages);
+    ASSERT_TRUE(dict.has_value());
+    std::string const all = joined(messages);
+    EXPECT_NE(all.find("d.json:1:263: error: lists and objects are nested more than 256 deep"),
+              std::string::npos)
+        << all.substr(0, 2000);
+    EXPECT_NE(all.find("field \"x\": the title must be a text"), std::string::npos);
+    EXPECT_NE(all.find("\"weight\" must name a variable"), std::string::npos);
+    // A message quotes a long value only in part.
+    for (auto const& m : messages) EXPECT_LT(m.text.size(), 400u) << m.text.substr(0, 400);
 }
 
 TEST(MalformedDictionary, WrongNamesMeasuresFormatsAndMembers) {

@@ -1,6 +1,7 @@
 // The job runner on jobs as people write them, and on jobs that are broken.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -28,12 +29,12 @@ TEST(JobRunner, PublishedJobFormsRunCleanly) {
         "  ELEMENT: interval(position(région*売上))\r\n"
         "  END GPL. \r\n"
         "\r\n");
-    EXPECT_TRUE(run->messages(3).empty()) << run->messages(3).front();
-    // The only warning is about the GPL, whose variables are never declared: the command and
+    EXPECT_TRUE(run->messages(2).empty()) << run->messages(2).front();
+    // The only message is about the GPL, whose variables are never declared: the command and
     // its block were read as written.
-    ASSERT_EQ(run->messages(2).size(), 1u);
-    EXPECT_NE(run->messages(2)[0].find("'région' is used but never declared"), std::string::npos)
-        << run->messages(2)[0];
+    ASSERT_EQ(run->messages(3).size(), 1u);
+    EXPECT_NE(run->messages(3)[0].find("'région' is used but never declared"), std::string::npos)
+        << run->messages(3)[0];
     EXPECT_EQ(run->texts(ItemKind::Trace).size(), 2u);
     auto commands = run->texts(ItemKind::Command);
     EXPECT_EQ(commands.back(), "  END GPL.");
@@ -92,7 +93,53 @@ TEST(JobRunner, BrokenJobsEndInMessagesNotCrashes) {
     EXPECT_NE(open->messages(3)[0].find("column 39"), std::string::npos) << open->messages(3)[0];
     auto cut = test::runJob(cases[2].text);
     EXPECT_EQ(cut->messages(3),
-              (std::vector<std::string>{"An inline graph specification was expected but not found."}));
+              (std::vector<std::string>{
+                  "BEGIN GPL at line 2 has no END GPL before the end of the job; the block is left out.",
+                  "An inline graph specification was expected but not found."}));
+}
+
+TEST(JobRunner, GplBlocksOpenOrClosedAmissAreErrorsThatSwallowNothing) {
+    auto loaded = host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/data/dictionary/employees.csv");
+    ASSERT_TRUE(loaded.ok());
+    host::dictionary::setActiveDataset(loaded.dataset);
+    auto labelled = [](std::string const& label) {
+        return "GGRAPH /GRAPHDATASET NAME='d' VARIABLES=id salary /GRAPHSPEC SOURCE=INLINE LABEL='" +
+               label +
+               "'.\nBEGIN GPL\nSOURCE: s=userSource(id(\"d\"))\nDATA: x=col(source(s), name(\"id\"))\n"
+               "DATA: y=col(source(s), name(\"salary\"))\nELEMENT: point(position(x*y))\nEND GPL.\n";
+    };
+    auto charts = [](test::JobRun const& run) {
+        std::vector<std::string> out;
+        for (auto const* item : run.flat())
+            if (item->kind == ItemKind::Chart) out.push_back(item->text);
+        return out;
+    };
+    auto contains = [](std::vector<std::string> const& texts, std::string const& text) {
+        return std::find(texts.begin(), texts.end(), text) != texts.end();
+    };
+    // A block left open runs up to the next GGRAPH, which still makes its chart.
+    auto open = test::runJob("GGRAPH /GRAPHSPEC SOURCE=INLINE LABEL='open'.\nBEGIN GPL\n"
+                             "ELEMENT: point(position(x*y))\n" + labelled("next"));
+    EXPECT_TRUE(contains(open->messages(3),
+                         "BEGIN GPL at line 2 has no END GPL before line 4; the block is left out."));
+    EXPECT_EQ(charts(*open), std::vector<std::string>{"next"});
+
+    // A block inside a block: the outer one is cut where the inner one begins; the closing
+    // END GPL left over is named as what it is.
+    auto nested = test::runJob("GGRAPH /GRAPHSPEC SOURCE=INLINE LABEL='outer'.\nBEGIN GPL\n"
+                               "BEGIN GPL\nELEMENT: point(position(x*y))\nEND GPL\nEND GPL.\n" +
+                               labelled("after"));
+    EXPECT_TRUE(contains(nested->messages(3),
+                         "BEGIN GPL at line 2 has no END GPL before line 3; the block is left out."));
+    EXPECT_TRUE(contains(nested->messages(3), "END GPL closes no BEGIN GPL block; it is skipped."));
+    for (auto const& w : nested->messages(2)) EXPECT_EQ(w.find("The END command"), std::string::npos) << w;
+    EXPECT_EQ(charts(*nested), std::vector<std::string>{"after"});
+
+    // A quote left open before the period ends its command; the next one runs.
+    auto quote = test::runJob("VALUE LABELS id 1 'one.\n" + labelled("kept"));
+    EXPECT_FALSE(quote->messages(3).empty());
+    EXPECT_EQ(charts(*quote), std::vector<std::string>{"kept"});
+    host::dictionary::resetDatasets();
 }
 
 TEST(JobRunner, StopOnErrorEndsTheJobAtTheFirstError) {

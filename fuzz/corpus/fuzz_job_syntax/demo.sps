@@ -1,0 +1,146 @@
+* A first job over the example employees (examples/data/employees.csv with its dictionary).
+* Run it with: make demo. Each GGRAPH command names its data (GRAPHDATASET) and its chart
+* (GRAPHSPEC with a GPL block behind the command).
+
+* 1. Mean salary by employment category, with 95% confidence intervals.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat MEANCI(salary, 95)[NAME="mean" LOW="low" HIGH="high"]
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary by employment category".
+BEGIN GPL
+  SOURCE: s = userSource(id("pay"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: mean = col(source(s), name("mean"))
+  DATA: low = col(source(s), name("low"))
+  DATA: high = col(source(s), name("high"))
+  GUIDE: axis(dim(1), label("Employment category"))
+  GUIDE: axis(dim(2), label("Mean Current salary"))
+  ELEMENT: interval(position(jobcat*mean))
+  ELEMENT: interval(position(region.spread.range(jobcat*(low+high))), shape(shape.ibeam))
+END GPL.
+
+* 2. Clustered bars: mean salary by category and gender.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat gender MEAN(salary)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary by category and gender".
+BEGIN GPL
+  SOURCE: s = userSource(id("pay"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: gender = col(source(s), name("gender"), unit.category())
+  DATA: mean = col(source(s), name("MEAN_salary"))
+  COORD: rect(dim(1,2), cluster(3,0))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Gender"))
+  ELEMENT: interval(position(gender*mean*jobcat), color.interior(gender))
+END GPL.
+
+* 3. Stacked percentages: the share of each gender within each category.
+GGRAPH
+  /GRAPHDATASET NAME="counts" VARIABLES=jobcat gender COUNT()
+  /GRAPHSPEC SOURCE=INLINE LABEL="Gender within employment category".
+BEGIN GPL
+  SOURCE: s = userSource(id("counts"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: gender = col(source(s), name("gender"), unit.category())
+  DATA: count = col(source(s), name("COUNT"))
+  GUIDE: axis(dim(2), label("Percent"))
+  ELEMENT: interval.stack(position(summary.percent(jobcat*count, base.coordinate(dim(1)))),
+           color.interior(gender))
+END GPL.
+
+* 4. A pie of the employment categories.
+GGRAPH
+  /GRAPHDATASET NAME="counts" VARIABLES=jobcat COUNT()
+  /GRAPHSPEC SOURCE=INLINE LABEL="Employees by category".
+BEGIN GPL
+  SOURCE: s = userSource(id("counts"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: count = col(source(s), name("COUNT"))
+  COORD: polar.theta(startAngle(0))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Employment category"))
+  ELEMENT: interval.stack(position(summary.percent(count)), color.interior(jobcat))
+END GPL.
+
+* 5. Mean salary by category, one chart per region.
+SPLIT FILE SEPARATE BY region.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat MEAN(salary)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("pay"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: mean = col(source(s), name("MEAN_salary"))
+  ELEMENT: interval(position(jobcat*mean))
+END GPL.
+SPLIT FILE OFF.
+
+* 6. Beginning and current salary side by side, with confidence intervals, from one row per
+* statistic (TRANSFORM=VARSTOCASES).
+GGRAPH
+  /GRAPHDATASET NAME="both" VARIABLES=MEANCI(salbegin, 95) MEANCI(salary, 95)
+     TRANSFORM=VARSTOCASES(SUMMARY="mean" INDEX="which" LOW="low" HIGH="high")
+  /GRAPHSPEC SOURCE=INLINE LABEL="Beginning and current salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("both"))
+  DATA: which = col(source(s), name("which"), unit.category())
+  DATA: mean = col(source(s), name("mean"))
+  DATA: low = col(source(s), name("low"))
+  DATA: high = col(source(s), name("high"))
+  ELEMENT: point(position(which*mean))
+  ELEMENT: interval(position(region.spread.range(which*(low+high))), shape(shape.ibeam))
+END GPL.
+
+* 7. Current against beginning salary: no summary function, so one point per employee.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=salbegin salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Current by beginning salary"
+  /FITLINE TOTAL=YES.
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: salbegin = col(source(s), name("salbegin"))
+  DATA: salary = col(source(s), name("salary"))
+  ELEMENT: point(position(salbegin*salary))
+END GPL.
+
+* 8. Salary by years of education, from the cases, one chart per gender.
+SPLIT FILE BY gender.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=educ salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Salary by education".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: educ = col(source(s), name("educ"))
+  DATA: salary = col(source(s), name("salary"))
+  ELEMENT: point(position(educ*salary))
+END GPL.
+SPLIT FILE OFF.
+
+* 9. Salary by employment category as box plots, the outliers labelled by their case number.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=jobcat salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Salary by employment category".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: salary = col(source(s), name("salary"))
+  DATA: id = col(source(s), name("$CASENUM"), unit.category())
+  ELEMENT: schema(position(bin.quantile.letter(jobcat*salary)), label(id))
+END GPL.
+
+* 10. The distribution of salaries, with the normal curve of the same mean and spread.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Distribution of current salary".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: salary = col(source(s), name("salary"))
+  GUIDE: axis(dim(2), label("Frequency"))
+  ELEMENT: interval(position(summary.count(bin.rect(salary))))
+  ELEMENT: line(position(density.normal(salary)), color(color.black))
+END GPL.
+
+* 11. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+GGRAPH
+  /GRAPHSPEC SOURCE=INLINE
+  /STYLE COLOR=BLUE.
+BEGIN GPL
+  ELEMENT: point(position(x*y))
+END GPL.
