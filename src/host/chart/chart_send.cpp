@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/chart/chart_data_output.h"
 #include "host/chart/chart_render.h"
 #include "host/chart/chart_xml.h"
 #include "host/chart/renderers.h"
@@ -32,44 +33,6 @@ struct SendState {
 SendState& state() {
     static SendState s;
     return s;
-}
-
-nlohmann::json dataJson(ChartModel const& model) {
-    nlohmann::json out = nlohmann::json::object();
-    VarDataProcessor const* vdp = model.data;
-    if (!vdp)
-        return out;
-    std::vector<std::string> sources;
-    vdp->GetSourceNames(sources);
-    for (auto const& source : sources) {
-        auto names = vdp->GetVariableNames(source);
-        nlohmann::json rows = nlohmann::json::array();
-        unsigned n = vdp->GetRowCount(source);
-        for (unsigned r = 0; r < n; ++r) {
-            nlohmann::json row = nlohmann::json::array();
-            for (int c = 0; c < static_cast<int>(names.size()); ++c) {
-                switch (vdp->GetCellKind(source, c, r)) {
-                    case VarDataProcessor::CellKind::Missing:
-                        row.push_back(nullptr);
-                        break;
-                    case VarDataProcessor::CellKind::Text:
-                        row.push_back(vdp->GetText(source, c, r));
-                        break;
-                    case VarDataProcessor::CellKind::Number: {
-                        double v = vdp->GetNumber(source, c, r);
-                        if (std::isfinite(v))
-                            row.push_back(v);
-                        else
-                            row.push_back(nullptr);
-                        break;
-                    }
-                }
-            }
-            rows.push_back(std::move(row));
-        }
-        out[source] = {{"columns", names}, {"rows", std::move(rows)}};
-    }
-    return out;
 }
 
 nlohmann::json variablesJson(ChartModel const& model) {
@@ -144,12 +107,15 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
     std::string const svg = !asPicture || svgFile ? writeSvg(scene) : std::string();
 
     nlohmann::json files = nlohmann::json::array();
+    DataFiles dataFiles;
+    dataFiles.inlineRows = options.inlineRows;
     if (!options.folder.empty()) {
         namespace fs = std::filesystem;
         std::error_code ec;
         fs::path dir = fs::path(options.folder) / "charts";
         fs::create_directories(dir, ec);
         std::string stem = fmt::format("chart-{:03}", ++state().fileCounter);
+        dataFiles = {dir, "charts/", stem, options.inlineRows};
         std::string error;
         auto note = [&](bool ok, std::string const& name) {
             if (ok)
@@ -172,13 +138,17 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
             out.addMessage(
                 2, fmt::format("GPL warning at line {}, column {}: {}", d.line, d.column, d.text));
     for (auto const& w : scene.warnings) out.addMessage(2, "Chart: " + w);
+    ChartData data = chartData(model.data, dataFiles);
+    for (auto const& problem : data.problems)
+        out.addMessage(2, "The chart's data file could not be written: " + problem);
+    for (auto const& file : data.files) files.push_back(file);
 
     nlohmann::json payload = {
         {"description", model.description},
         {"subtitle", model.subtitleSet ? model.subtitle : std::string()},
         {"send", {first, later, third}},
         {"files", files},
-        {"data", dataJson(model)},
+        {"data", std::move(data.json)},
         {"variables", variablesJson(model)},
         {"templates", model.templateFiles},
         {"inlineTemplates", model.inlineTemplates},
