@@ -51,12 +51,11 @@ host::output::PixelRows rows(cairo_surface_t* s) {
             cairo_image_surface_get_height(s), cairo_image_surface_get_stride(s)};
 }
 
-void ours(benchmark::State& state, Picture const* picture, int level, PngFilter filter,
-          bool runLength) {
+void ours(benchmark::State& state, Picture const* picture, int level, PngFilter filter) {
     std::string bytes, error;
     for (auto _ : state) {
         bytes.clear();
-        if (!host::output::encodePng(rows(picture->surface), bytes, error, {level, filter, runLength}))
+        if (!host::output::encodePng(rows(picture->surface), bytes, error, {level, filter}))
             state.SkipWithError(error.c_str());
     }
     state.counters["KB"] = static_cast<double>(bytes.size()) / 1024.0;
@@ -102,14 +101,12 @@ int main(int argc, char** argv) {
                              {"all", PngFilter::All}};
     for (auto const& picture : pictures()) {
         benchmark::RegisterBenchmark(("cairo/" + picture.name).c_str(), cairos, &picture);
-        for (bool runLength : {false, true})
-            for (int level : {1, 2, 3, 6})
-                for (auto const& f : filters)
-                    benchmark::RegisterBenchmark(
-                        ("ours/level" + std::to_string(level) + (runLength ? "/rle/" : "/") +
-                         f.name + "/" + picture.name)
-                            .c_str(),
-                        ours, &picture, level, f.filter, runLength);
+        for (int level : {1, 2, 3, 6})
+            for (auto const& f : filters)
+                benchmark::RegisterBenchmark(
+                    ("ours/level" + std::to_string(level) + "/" + f.name + "/" + picture.name)
+                        .c_str(),
+                    ours, &picture, level, f.filter);
     }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

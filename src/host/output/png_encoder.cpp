@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include <png.h>
-#include <zlib.h>
 
 namespace host::output {
 namespace {
@@ -74,7 +73,6 @@ bool encode(PixelRows const& pixels, Sink& sink, PngSettings const& settings) {
     }
     png_set_write_fn(png, &sink, onWrite, onFlush);
     png_set_compression_level(png, settings.level < 0 ? 0 : settings.level > 9 ? 9 : settings.level);
-    png_set_compression_strategy(png, settings.runLength ? Z_RLE : Z_DEFAULT_STRATEGY);
     png_set_compression_buffer_size(png, 1 << 16);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, filterMask(settings.filter));
     png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width),

@@ -22,8 +22,6 @@ enum class PngFilter { None, Sub, Up, Paeth, All };
 struct PngSettings {
     int level = 2;  // zlib level, 0 (stored) to 9
     PngFilter filter = PngFilter::Up;
-    // Run-length matches only: much quicker on flat colour, a little larger.
-    bool runLength = false;
 };
 
 // Appends the PNG of `pixels` to `out`. False, with `error` set, when libpng fails.
