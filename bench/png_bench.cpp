@@ -96,9 +96,7 @@ int main(int argc, char** argv) {
     };
     Named const filters[] = {{"none", PngFilter::None},
                              {"sub", PngFilter::Sub},
-                             {"up", PngFilter::Up},
-                             {"paeth", PngFilter::Paeth},
-                             {"all", PngFilter::All}};
+                             {"up", PngFilter::Up}};
     for (auto const& picture : pictures()) {
         benchmark::RegisterBenchmark(("cairo/" + picture.name).c_str(), cairos, &picture);
         for (int level : {1, 2, 3, 6})

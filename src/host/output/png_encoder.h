@@ -1,7 +1,7 @@
 #pragma once
 // PNG files from drawn pixels. Chart pictures are mostly flat colour, so a fast zlib level with
 // a cheap row filter gives files close to the smallest at a fraction of the time that the
-// default settings take.
+// default settings take; a large picture is compressed in two bands at once.
 
 #include <cstddef>
 #include <string>
@@ -17,14 +17,16 @@ struct PixelRows {
     int stride = 0;
 };
 
-enum class PngFilter { None, Sub, Up, Paeth, All };
+// The row filters, by their number in the file.
+enum class PngFilter : unsigned char { None = 0, Sub = 1, Up = 2 };
 
 struct PngSettings {
     int level = 2;  // zlib level, 0 (stored) to 9
     PngFilter filter = PngFilter::Up;
 };
 
-// Appends the PNG of `pixels` to `out`. False, with `error` set, when libpng fails.
+// Appends the PNG of `pixels` to `out`. False, with `error` set, when there is no picture or
+// compression fails.
 bool encodePng(PixelRows const& pixels, std::string& out, std::string& error,
                PngSettings const& settings = {});
 
