@@ -94,9 +94,8 @@ int main(int argc, char** argv) {
         char const* name;
         PngFilter filter;
     };
-    Named const filters[] = {{"none", PngFilter::None},
-                             {"sub", PngFilter::Sub},
-                             {"up", PngFilter::Up}};
+    Named const filters[] = {
+        {"none", PngFilter::None}, {"sub", PngFilter::Sub}, {"up", PngFilter::Up}};
     for (auto const& picture : pictures()) {
         benchmark::RegisterBenchmark(("cairo/" + picture.name).c_str(), cairos, &picture);
         for (int level : {1, 2, 3, 6})

@@ -14,9 +14,9 @@ class VarDataProcessor;
 namespace host::chart {
 
 struct DataFiles {
-    std::filesystem::path folder;  // where the files go (charts/); empty: everything inline
-    std::string prefix;            // the output folder's name for them ("charts/")
-    std::string stem;              // the chart's file stem ("chart-001")
+    std::filesystem::path folder;    // where the files go (charts/); empty: everything inline
+    std::string prefix;              // the output folder's name for them ("charts/")
+    std::string stem;                // the chart's file stem ("chart-001")
     std::size_t inlineRows = 10000;  // sources of more rows go to a file
 };
 

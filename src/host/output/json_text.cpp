@@ -35,9 +35,9 @@ std::size_t sequenceAt(std::string_view text, std::size_t at, std::size_t& valid
         return 0;
     }
     for (std::size_t i = 1; i < length; ++i) {
-        bool const ok = at + i < text.size() &&
-                        (i == 1 ? byte(at + i) >= low && byte(at + i) <= high
-                                : byte(at + i) >= 0x80 && byte(at + i) <= 0xBF);
+        bool const ok =
+            at + i < text.size() && (i == 1 ? byte(at + i) >= low && byte(at + i) <= high
+                                            : byte(at + i) >= 0x80 && byte(at + i) <= 0xBF);
         if (!ok) {
             valid = i;
             return 0;

@@ -32,8 +32,8 @@ struct Band {
 
 // One row as PNG scan line bytes: R G B per pixel from the native 32-bit words.
 void toRgb(PixelRows const& pixels, int y, unsigned char* to) {
-    auto const* from =
-        reinterpret_cast<std::uint32_t const*>(pixels.data + static_cast<std::ptrdiff_t>(y) * pixels.stride);
+    auto const* from = reinterpret_cast<std::uint32_t const*>(
+        pixels.data + static_cast<std::ptrdiff_t>(y) * pixels.stride);
     for (int x = 0; x < pixels.width; ++x) {
         std::uint32_t const word = from[x];
         *to++ = static_cast<unsigned char>(word >> 16);
@@ -99,7 +99,8 @@ void compressBand(PixelRows const& pixels, PngSettings const& settings, bool las
 }
 
 void putBigEndian(std::vector<unsigned char>& out, std::uint32_t value) {
-    for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<unsigned char>(value >> shift));
+    for (int shift = 24; shift >= 0; shift -= 8)
+        out.push_back(static_cast<unsigned char>(value >> shift));
 }
 
 void putChunk(std::vector<unsigned char>& out, char const type[4], unsigned char const* data,
@@ -121,8 +122,8 @@ bool encodeBytes(PixelRows const& pixels, PngSettings const& settings,
         return false;
     }
     long const total = static_cast<long>(pixels.width) * pixels.height;
-    int const bands = static_cast<int>(std::clamp<long>(total / kPixelsPerBand, 1,
-                                                        std::min(kMostBands, pixels.height)));
+    int const bands = static_cast<int>(
+        std::clamp<long>(total / kPixelsPerBand, 1, std::min(kMostBands, pixels.height)));
     std::vector<Band> parts(static_cast<std::size_t>(bands));
     for (int b = 0; b < bands; ++b) {
         parts[b].firstRow = pixels.height * b / bands;

@@ -33,7 +33,9 @@ protected:
     }
     void TearDown() override { fs::remove_all(folder_); }
 
-    DataFiles files(std::size_t inlineRows) const { return {folder_, "charts/", "chart-007", inlineRows}; }
+    DataFiles files(std::size_t inlineRows) const {
+        return {folder_, "charts/", "chart-007", inlineRows};
+    }
 
     fs::path folder_;
 };

@@ -42,8 +42,7 @@ TEST(JsonStream, StringsAreEscapedAsTheReferenceSerialiserDoes) {
         "beyond U+10FFFF \xf4\x90\x80\x80, \xf5\x80",
         "\xff\xfe",
     };
-    for (auto const& text : cases)
-        EXPECT_EQ(host::output::jsonString(text), reference(text));
+    for (auto const& text : cases) EXPECT_EQ(host::output::jsonString(text), reference(text));
 }
 
 TEST(JsonStream, DocumentIsLaidOutAsAnIndentedDumpOfTheSameContent) {
