@@ -1,10 +1,10 @@
 #include "host/chart/chart_data_output.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <set>
 
 #include <fmt/format.h>
@@ -61,6 +61,15 @@ void appendCsvField(fmt::memory_buffer& line, std::string const& text) {
     line.push_back('"');
 }
 
+// The shortest text that reads back as the same double; nothing for a value that is not finite.
+void appendNumber(fmt::memory_buffer& line, double value) {
+    if (!std::isfinite(value))
+        return;
+    char text[32];
+    auto const end = std::to_chars(text, text + sizeof text, value).ptr;
+    line.append(text, end);
+}
+
 // A name for the source's file that no other source of the chart has taken.
 std::string uniqueFileName(DataFiles const& where, std::string const& source,
                            std::set<std::string>& taken) {
@@ -112,12 +121,9 @@ bool writeSourceCsv(VarDataProcessor const& data, std::string const& source,
                 case CellKind::Text:
                     appendCsvField(buffer, data.GetText(source, c, r));
                     break;
-                case CellKind::Number: {
-                    double const v = data.GetNumber(source, c, r);
-                    if (std::isfinite(v))
-                        fmt::format_to(std::back_inserter(buffer), "{}", v);
+                case CellKind::Number:
+                    appendNumber(buffer, data.GetNumber(source, c, r));
                     break;
-                }
             }
         }
         buffer.push_back('\n');

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <limits>
 
 #include <fmt/format.h>
@@ -96,26 +97,32 @@ Scene renderModel(ChartModel const& model) {
 }
 
 void sendChart(ChartModel& model, bool first, bool later, bool third) {
+    namespace fs = std::filesystem;
     auto& out = output::current();
     ++model.sendCount;
+    auto const& options = state().options;
+    fs::path dir;
+    std::string stem;
+    DataFiles dataFiles;
+    dataFiles.inlineRows = options.inlineRows;
+    if (!options.folder.empty()) {
+        std::error_code ec;
+        dir = fs::path(options.folder) / "charts";
+        fs::create_directories(dir, ec);
+        stem = fmt::format("chart-{:03}", ++state().fileCounter);
+        dataFiles = {dir, "charts/", stem, options.inlineRows};
+    }
+    // The rows are written out while the chart is drawn; both only read them.
+    auto pendingData = std::async(std::launch::async, chartData, model.data, dataFiles);
     Scene scene = renderModel(model);
     // A chart of very many marks goes into the report as a picture: as SVG it would make the
     // report too large to open.
     bool const asPicture = scene.items.size() > kInlineSvgLimit;
-    auto const& options = state().options;
     bool const svgFile = !options.folder.empty() && options.svg;
     std::string const svg = !asPicture || svgFile ? writeSvg(scene) : std::string();
 
     nlohmann::json files = nlohmann::json::array();
-    DataFiles dataFiles;
-    dataFiles.inlineRows = options.inlineRows;
     if (!options.folder.empty()) {
-        namespace fs = std::filesystem;
-        std::error_code ec;
-        fs::path dir = fs::path(options.folder) / "charts";
-        fs::create_directories(dir, ec);
-        std::string stem = fmt::format("chart-{:03}", ++state().fileCounter);
-        dataFiles = {dir, "charts/", stem, options.inlineRows};
         std::string error;
         auto note = [&](bool ok, std::string const& name) {
             if (ok)
@@ -138,7 +145,7 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
             out.addMessage(
                 2, fmt::format("GPL warning at line {}, column {}: {}", d.line, d.column, d.text));
     for (auto const& w : scene.warnings) out.addMessage(2, "Chart: " + w);
-    ChartData data = chartData(model.data, dataFiles);
+    ChartData data = pendingData.get();
     for (auto const& problem : data.problems)
         out.addMessage(2, "The chart's data file could not be written: " + problem);
     for (auto const& file : data.files) files.push_back(file);
