@@ -114,7 +114,16 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
     }
     // The rows are written out while the chart is drawn; both only read them.
     auto pendingData = std::async(std::launch::async, chartData, model.data, dataFiles);
-    Scene scene = renderModel(model);
+    Scene scene;
+    try {
+        scene = renderModel(model);
+    } catch (...) {
+        // No chart item will name the data files: they go.
+        std::error_code ignored;
+        for (auto const& file : pendingData.get().files)
+            fs::remove(fs::path(options.folder) / file, ignored);
+        throw;
+    }
     // A chart of very many marks goes into the report as a picture: as SVG it would make the
     // report too large to open.
     bool const asPicture = scene.items.size() > kInlineSvgLimit;
