@@ -27,7 +27,15 @@ cases=$build/aggregation_${GGRAPH_AGG_CASES:-10000000}.f64
 "$agg" --benchmark_out="$aggregated" --benchmark_out_format=json
 /usr/bin/python3 "$here/pandas_aggregation_peer.py" "$cases" "$aggregated"
 
-# The unaggregated pass over 10 million cases, and a scatter of 1 million cases from CSV to PNG
-# next to pandas with matplotlib.
+# The unaggregated pass over 10 million cases.
 "$build/bench/unaggregated_bench"
-/usr/bin/python3 "$here/scatter_peer.py" "$build/src/cli/ggraph" "${GGRAPH_SCATTER_ROWS:-1000000}" "$build/scatter"
+
+# Whole processes next to pandas with matplotlib: scatters of 1 and 10 million cases and a bar
+# chart of means over 10 million, CSV to PNG; then the small job alone, and the PNG encoder's
+# settings on the small job's picture. GGRAPH_CHART_WORKLOADS picks among
+# small scatter1m bar10m scatter10m.
+/usr/bin/python3 "$here/chart_peer.py" "$build/src/cli/ggraph" "$build/charts" ${GGRAPH_CHART_WORKLOADS:-}
+if [ -f "$build/charts/small_out/charts/chart-001.png" ]; then
+  "$build/bench/png_bench" "$build/charts/small_out/charts/chart-001.png" \
+    --benchmark_filter='cairo|level[12]/(none|up)/'
+fi

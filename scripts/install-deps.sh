@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config ccache
-  libcairo2-dev libpango1.0-dev fonts-dejavu-core
+  libcairo2-dev libpango1.0-dev zlib1g-dev fonts-dejavu-core
   libpugixml-dev nlohmann-json3-dev libboost-math-dev
   libfast-float-dev libutfcpp-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev

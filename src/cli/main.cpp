@@ -73,6 +73,16 @@ int main(int argc, char** argv) {
     runCommand->add_flag("--stop-on-error", run.job.stopOnError,
                          "End the job at the first error instead of going on with the next command");
     runCommand->add_flag("--quiet,-q", run.quiet, "Print no messages on stderr");
+    runCommand
+        ->add_option("--inline-rows", run.inlineRows,
+                     "Rows of a chart's data source kept in output.json; a larger source is "
+                     "written to charts/chart-NNN-SOURCE.csv beside the chart (default: 10000)")
+        ->check([](std::string const& value) {
+            bool const count = !value.empty() && value.size() <= 18 &&
+                               value.find_first_not_of("0123456789") == std::string::npos;
+            return count ? std::string()
+                         : "--inline-rows takes a number of rows, 0 or more, not " + value;
+        });
 
     std::string describeData;
     bool describeJson = false;

@@ -10,6 +10,7 @@
 
 #include "host/chart/layout/text_metrics.h"
 #include "host/chart/render/batch_painter.h"
+#include "host/output/png_encoder.h"
 
 namespace host::chart {
 
@@ -43,6 +44,16 @@ std::unique_ptr<TextMeasurer> makePangoMeasurer() {
     return std::make_unique<PangoMeasurer>();
 }
 
+namespace {
+// The pixels of a drawn RGB24 image surface, for the PNG encoder.
+output::PixelRows pixelRows(cairo_surface_t* surface) {
+    cairo_surface_flush(surface);
+    return {cairo_image_surface_get_data(surface), cairo_image_surface_get_width(surface),
+            cairo_image_surface_get_height(surface), cairo_image_surface_get_stride(surface)};
+}
+
+}  // namespace
+
 bool writePng(Scene const& scene, std::string const& path, double scale, std::string& error) {
     int w = static_cast<int>(std::ceil(scene.width * scale));
     int h = static_cast<int>(std::ceil(scene.height * scale));
@@ -51,13 +62,9 @@ bool writePng(Scene const& scene, std::string const& path, double scale, std::st
     cairo_scale(cr, scale, scale);
     paintScene(cr, scene);
     cairo_destroy(cr);
-    cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+    bool const ok = output::writePngFile(pixelRows(surface), path, error);
     cairo_surface_destroy(surface);
-    if (status != CAIRO_STATUS_SUCCESS) {
-        error = "could not write " + path + ": " + cairo_status_to_string(status);
-        return false;
-    }
-    return true;
+    return ok;
 }
 
 std::string pngBytes(Scene const& scene, double scale) {
@@ -68,12 +75,8 @@ std::string pngBytes(Scene const& scene, double scale) {
     cairo_scale(cr, scale, scale);
     paintScene(cr, scene);
     cairo_destroy(cr);
-    std::string bytes;
-    auto append = [](void* closure, unsigned char const* data, unsigned int length) {
-        static_cast<std::string*>(closure)->append(reinterpret_cast<char const*>(data), length);
-        return CAIRO_STATUS_SUCCESS;
-    };
-    if (cairo_surface_write_to_png_stream(surface, append, &bytes) != CAIRO_STATUS_SUCCESS)
+    std::string bytes, error;
+    if (!output::encodePng(pixelRows(surface), bytes, error))
         bytes.clear();
     cairo_surface_destroy(surface);
     return bytes;

@@ -1,6 +1,7 @@
 #include "host/chart/chart_cli.h"
 
 #include <filesystem>
+#include <limits>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -122,6 +123,8 @@ CliResult renderChart(std::string const& xml, std::string const& rowsJson,
     options.png = formats.find("png") != std::string::npos;
     options.pdf = formats.find("pdf") != std::string::npos;
     options.xml = false;
+    // No output.json comes of a render, so the rows need no file of their own.
+    options.inlineRows = std::numeric_limits<std::size_t>::max();
     OutputOptions saved = outputOptions();
     setOutputOptions(options);
     output::Document document;

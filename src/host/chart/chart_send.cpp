@@ -3,11 +3,13 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <limits>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/chart/chart_data_output.h"
 #include "host/chart/chart_render.h"
 #include "host/chart/chart_xml.h"
 #include "host/chart/render/renderers.h"
@@ -32,44 +34,6 @@ struct SendState {
 SendState& state() {
     static SendState s;
     return s;
-}
-
-nlohmann::json dataJson(ChartModel const& model) {
-    nlohmann::json out = nlohmann::json::object();
-    VarDataProcessor const* vdp = model.data;
-    if (!vdp)
-        return out;
-    std::vector<std::string> sources;
-    vdp->GetSourceNames(sources);
-    for (auto const& source : sources) {
-        auto names = vdp->GetVariableNames(source);
-        nlohmann::json rows = nlohmann::json::array();
-        unsigned n = vdp->GetRowCount(source);
-        for (unsigned r = 0; r < n; ++r) {
-            nlohmann::json row = nlohmann::json::array();
-            for (int c = 0; c < static_cast<int>(names.size()); ++c) {
-                switch (vdp->GetCellKind(source, c, r)) {
-                    case VarDataProcessor::CellKind::Missing:
-                        row.push_back(nullptr);
-                        break;
-                    case VarDataProcessor::CellKind::Text:
-                        row.push_back(vdp->GetText(source, c, r));
-                        break;
-                    case VarDataProcessor::CellKind::Number: {
-                        double v = vdp->GetNumber(source, c, r);
-                        if (std::isfinite(v))
-                            row.push_back(v);
-                        else
-                            row.push_back(nullptr);
-                        break;
-                    }
-                }
-            }
-            rows.push_back(std::move(row));
-        }
-        out[source] = {{"columns", names}, {"rows", std::move(rows)}};
-    }
-    return out;
 }
 
 nlohmann::json variablesJson(ChartModel const& model) {
@@ -133,23 +97,41 @@ Scene renderModel(ChartModel const& model) {
 }
 
 void sendChart(ChartModel& model, bool first, bool later, bool third) {
+    namespace fs = std::filesystem;
     auto& out = output::current();
     ++model.sendCount;
-    Scene scene = renderModel(model);
+    auto const& options = state().options;
+    fs::path dir;
+    std::string stem;
+    DataFiles dataFiles;
+    dataFiles.inlineRows = options.inlineRows;
+    if (!options.folder.empty()) {
+        std::error_code ec;
+        dir = fs::path(options.folder) / "charts";
+        fs::create_directories(dir, ec);
+        stem = fmt::format("chart-{:03}", ++state().fileCounter);
+        dataFiles = {dir, "charts/", stem, options.inlineRows};
+    }
+    // The rows are written out while the chart is drawn; both only read them.
+    auto pendingData = std::async(std::launch::async, chartData, model.data, dataFiles);
+    Scene scene;
+    try {
+        scene = renderModel(model);
+    } catch (...) {
+        // No chart item will name the data files: they go.
+        std::error_code ignored;
+        for (auto const& file : pendingData.get().files)
+            fs::remove(fs::path(options.folder) / file, ignored);
+        throw;
+    }
     // A chart of very many marks goes into the report as a picture: as SVG it would make the
     // report too large to open.
     bool const asPicture = scene.markCount() > kInlineSvgLimit;
-    auto const& options = state().options;
     bool const svgFile = !options.folder.empty() && options.svg;
     std::string const svg = !asPicture || svgFile ? writeSvg(scene) : std::string();
 
     nlohmann::json files = nlohmann::json::array();
     if (!options.folder.empty()) {
-        namespace fs = std::filesystem;
-        std::error_code ec;
-        fs::path dir = fs::path(options.folder) / "charts";
-        fs::create_directories(dir, ec);
-        std::string stem = fmt::format("chart-{:03}", ++state().fileCounter);
         std::string error;
         auto note = [&](bool ok, std::string const& name) {
             if (ok)
@@ -172,13 +154,17 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
             out.addMessage(
                 2, fmt::format("GPL warning at line {}, column {}: {}", d.line, d.column, d.text));
     for (auto const& w : scene.warnings) out.addMessage(2, "Chart: " + w);
+    ChartData data = pendingData.get();
+    for (auto const& problem : data.problems)
+        out.addMessage(2, "The chart's data file could not be written: " + problem);
+    for (auto const& file : data.files) files.push_back(file);
 
     nlohmann::json payload = {
         {"description", model.description},
         {"subtitle", model.subtitleSet ? model.subtitle : std::string()},
         {"send", {first, later, third}},
         {"files", files},
-        {"data", dataJson(model)},
+        {"data", std::move(data.json)},
         {"variables", variablesJson(model)},
         {"templates", model.templateFiles},
         {"inlineTemplates", model.inlineTemplates},

@@ -1,6 +1,7 @@
 #pragma once
 // Sending a chart: the item in the output document and its files.
 
+#include <cstddef>
 #include <string>
 
 #include "host/chart/chart_model.h"
@@ -15,6 +16,9 @@ struct OutputOptions {
     bool pdf = false;
     bool xml = true;
     double pngScale = 2;  // device pixels per chart pixel
+    // A source of more rows than this is written to a CSV file beside the chart rather than
+    // into the chart's item.
+    std::size_t inlineRows = 10000;
 };
 
 // The runner sets these for a job.

@@ -11,6 +11,7 @@
 #include "host/dictionary/data_commands.h"
 #include "host/dictionary/job_data.h"
 #include "host/files/file_io.h"
+#include "host/output/output_folder.h"
 #include "host/output/writers.h"
 #include "host/syntax/current_command.h"
 #include "host/syntax/job_input.h"
@@ -178,16 +179,7 @@ int runJobFile(RunOptions const& options) {
     host::output::ConsoleSink console(std::cerr);
     if (!options.quiet) document.addSink(&console);
 
-    // The data comes in before the job runs; what could not be read is said in the output.
-    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets);
-    for (auto const& problem : data.messages) {
-        document.addMessage(problem.level, problem.toString());
-    }
-
-    JobOptions job = options.job;
     std::error_code ec;
-    std::filesystem::path jobFolder = std::filesystem::absolute(options.jobPath, ec).parent_path();
-    if (!ec) job.jobFolder = jobFolder;
     std::filesystem::path out = outputFolder(options);
     std::filesystem::create_directories(out, ec);
     if (ec) {
@@ -195,6 +187,24 @@ int runJobFile(RunOptions const& options) {
                   << "\n";
         return kExitCannotRun;
     }
+    // From here on, nothing of an earlier run in the folder passes for this run's output.
+    host::output::HtmlOptions html;
+    html.title = options.jobPath.filename().string();
+    host::files::WriteResult prepared = host::output::prepareOutputFolder(out, html.title);
+    if (!prepared.ok) {
+        std::cerr << "Error: " << prepared.error << "\n";
+        return kExitCannotRun;
+    }
+
+    // The data comes in before the job runs; what could not be read is said in the output.
+    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets);
+    for (auto const& problem : data.messages) {
+        document.addMessage(problem.level, problem.toString());
+    }
+
+    JobOptions job = options.job;
+    std::filesystem::path jobFolder = std::filesystem::absolute(options.jobPath, ec).parent_path();
+    if (!ec) job.jobFolder = jobFolder;
     host::chart::OutputOptions charts;
     charts.folder = out.string();
     auto wants = [&](char const* format) {
@@ -204,11 +214,10 @@ int runJobFile(RunOptions const& options) {
     charts.svg = wants("svg");
     charts.png = wants("png");
     charts.pdf = wants("pdf");
+    charts.inlineRows = options.inlineRows;
     host::chart::setOutputOptions(charts);
     runJobText(std::move(read.bytes), document, job);
     host::chart::setOutputOptions({});
-    host::output::HtmlOptions html;
-    html.title = options.jobPath.filename().string();
     host::files::WriteResult written = host::output::writeOutputs(document, out, html);
     if (!written.ok) {
         std::cerr << "Error: " << written.error << "\n";

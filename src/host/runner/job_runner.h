@@ -2,6 +2,7 @@
 // The job runner: reads a job, echoes each command, dispatches GGRAPH and stray GPL blocks to the
 // command library, and writes the output document.
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ struct RunOptions {
     std::vector<std::string> datasets;
     // Chart files written beside the report: any of svg, png, pdf.
     std::vector<std::string> chartFormats = {"svg", "png"};
+    // A chart's data source of more rows than this goes to a CSV file beside the chart instead
+    // of into output.json.
+    std::size_t inlineRows = 10000;
 };
 
 // Exit statuses of a run.

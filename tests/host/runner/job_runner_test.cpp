@@ -196,3 +196,53 @@ TEST(JobRunner, DataThatCannotBeReadIsReportedAndTheJobStillRuns) {
     host::dictionary::resetDatasets();
     fs::remove_all(folder);
 }
+
+TEST(JobRunner, LargeChartDataGoesBesideTheChartAndARerunLeavesNothingStale) {
+    namespace fs = std::filesystem;
+    fs::path folder = fs::temp_directory_path() / "ggraph_runner_csv_test";
+    fs::remove_all(folder);
+    fs::create_directories(folder / "out" / "charts");
+    {
+        std::ofstream csv(folder / "data.csv");
+        csv << "x,y\n";
+        for (int i = 0; i < 12; ++i) csv << i << "," << i * 2 << "\n";
+    }
+    std::ofstream(folder / "job.sps")
+        << "GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=x y /GRAPHSPEC SOURCE=INLINE.\n"
+           "BEGIN GPL\n"
+           "SOURCE: s = userSource(id(\"g\"))\n"
+           "DATA: x = col(source(s), name(\"x\"))\n"
+           "DATA: y = col(source(s), name(\"y\"))\n"
+           "ELEMENT: point(position(x*y))\n"
+           "END GPL.\n";
+    // What an earlier run with two charts left behind.
+    std::ofstream(folder / "out" / "charts" / "chart-002.svg") << "<svg/>";
+    std::ofstream(folder / "out" / "output.json") << "{\"stale\": true}";
+
+    host::runner::RunOptions options;
+    options.jobPath = folder / "job.sps";
+    options.dataPath = (folder / "data.csv").string();
+    options.outDir = folder / "out";
+    options.chartFormats = {"svg"};
+    options.inlineRows = 10;
+    options.quiet = true;
+    ASSERT_EQ(host::runner::runJobFile(options), host::runner::kExitOk);
+    host::dictionary::resetDatasets();
+
+    EXPECT_FALSE(fs::exists(folder / "out" / "charts" / "chart-002.svg"));
+    std::ifstream json(folder / "out" / "output.json");
+    std::stringstream text;
+    text << json.rdbuf();
+    std::string const output = text.str();
+    EXPECT_EQ(output.find("stale"), std::string::npos);
+    EXPECT_NE(output.find("\"file\": \"charts/chart-001-g.csv\""), std::string::npos);
+    EXPECT_NE(output.find("\"rowCount\": 12"), std::string::npos);
+    std::ifstream csv(folder / "out" / "charts" / "chart-001-g.csv");
+    std::string header;
+    std::getline(csv, header);
+    EXPECT_EQ(header.rfind("x,y", 0), 0u) << header;
+    int lines = 0;
+    for (std::string line; std::getline(csv, line);) ++lines;
+    EXPECT_EQ(lines, 12);
+    fs::remove_all(folder);
+}
