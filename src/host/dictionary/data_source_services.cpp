@@ -3,6 +3,7 @@
 
 #include "host/dictionary/dataset.h"
 #include "host/dictionary/registry.h"
+#include "host/dictionary/remote_source.h"
 
 namespace hd = host::dictionary;
 
@@ -32,6 +33,8 @@ std::int64_t KWEL_DataSource::CaseCount() const {
 }
 
 KWEL_InputCaseIterator* KWEL_DataSource::CreateInputCaseIterator(int) const {
+    if (d_ && d_->remote)
+        return d_->remote->createIterator(d_);
     return new ProcDSIterator(d_);
 }
 
@@ -58,6 +61,15 @@ ProcDSIterator::ProcDSIterator(std::shared_ptr<KWEL_DataSource::Data const> data
 }
 
 ProcDSIterator::~ProcDSIterator() = default;
+
+void ProcDSIterator::rebind(std::shared_ptr<KWEL_DataSource::Data const> data) {
+    data_ = std::move(data);
+    groups_ = hd::splitGroups(const_cast<KWEL_DataSource::Data&>(*data_));
+    position_ = -1;
+    group_ = 0;
+    groupEnd_ = false;
+    ended_ = false;
+}
 
 int ProcDSIterator::NextCase() {
     if (ended_)

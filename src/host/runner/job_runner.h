@@ -31,6 +31,8 @@ struct RunOptions {
     // NAME=FILE; empty: the active dataset is empty.
     std::string dataPath;
     std::vector<std::string> datasets;
+    // --dict arguments: FILE (the active dataset's dictionary) or NAME=FILE.
+    std::vector<std::string> dictionaries;
     // Chart files written beside the report: any of svg, png, pdf.
     std::vector<std::string> chartFormats = {"svg", "png"};
 };
