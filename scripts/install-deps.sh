@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the demo need, but only those missing.
-# Usage: scripts/install-deps.sh [--bench] [--browser]
+# Usage: scripts/install-deps.sh [--bench] [--browser] [--pdf] [--clickhouse]
 set -euo pipefail
 
 packages=(
@@ -9,12 +9,14 @@ packages=(
   libpugixml-dev nlohmann-json3-dev libboost-math-dev
   libfast-float-dev libutfcpp-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libcurl4-openssl-dev curl
 )
 for arg in "$@"; do
   case "$arg" in
     --bench) packages+=(python3-pandas python3-matplotlib) ;;
     --browser) packages+=(chromium) ;;
     --pdf) packages+=(poppler-utils) ;;
+    --clickhouse) packages+=(clickhouse-server clickhouse-client) ;;
   esac
 done
 
