@@ -164,6 +164,7 @@ load() {
 }
 
 stop_servers() {
+  local pids=()
   for pidfile in "$dir"/shard*/pid; do
     [ -f "$pidfile" ] || continue
     local pid
@@ -171,10 +172,13 @@ stop_servers() {
     # Only a server of ours: its command line names this folder's config.
     if [ -r "/proc/$pid/cmdline" ] && tr '\0' ' ' <"/proc/$pid/cmdline" | grep -q -- "$dir/"; then
       kill "$pid" 2>/dev/null || true
-      for _ in $(seq 1 100); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-      kill -9 "$pid" 2>/dev/null || true
+      pids+=("$pid")
     fi
     rm -f "$pidfile"
+  done
+  for pid in "${pids[@]}"; do
+    for _ in $(seq 1 100); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+    kill -9 "$pid" 2>/dev/null || true
   done
 }
 

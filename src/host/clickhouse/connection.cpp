@@ -123,7 +123,7 @@ Answer Connection::query(std::string const& sql) const {
         answer.error = "the HTTP client could not be started";
         return answer;
     }
-    // The server stops the query itself a little before we stop waiting for it.
+    // The server is asked to stop the query when we stop waiting for it.
     std::string const url = "http://" + address_.host + ":" + std::to_string(address_.port) +
                             "/?max_execution_time=" + std::to_string(timeoutSeconds_);
     char errorText[CURL_ERROR_SIZE] = {0};
@@ -135,7 +135,7 @@ Answer Connection::query(std::string const& sql) const {
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, errorText);
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 5000L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, timeoutSeconds_ + 5);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, timeoutSeconds_);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
     if (!credentials_.user.empty()) {
