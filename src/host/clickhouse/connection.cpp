@@ -3,8 +3,10 @@
 #include <curl/curl.h>
 
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <mutex>
 
 namespace host::clickhouse {
@@ -143,7 +145,13 @@ Answer Connection::query(std::string const& sql) const {
         curl_easy_setopt(curl, CURLOPT_USERNAME, credentials_.user.c_str());
         curl_easy_setopt(curl, CURLOPT_PASSWORD, credentials_.password.c_str());
     }
+    auto const started = std::chrono::steady_clock::now();
     CURLcode const code = curl_easy_perform(curl);
+    if (!environment("GGRAPH_CLICKHOUSE_TRACE").empty()) {
+        std::chrono::duration<double> const took = std::chrono::steady_clock::now() - started;
+        std::cerr << "clickhouse query: " << took.count() << " s, " << answer.body.size() << " bytes: "
+                  << sql.substr(0, 300) << (sql.size() > 300 ? "..." : "") << "\n";
+    }
     long status = 0;
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
     curl_easy_cleanup(curl);

@@ -43,7 +43,8 @@ class Connection {
 public:
     Connection(Address address, Credentials credentials);
     // Sends one query and waits for the whole answer. Never hangs: the connection and the query
-    // have time limits (GGRAPH_CLICKHOUSE_TIMEOUT seconds for a query, 300 unless set).
+    // have time limits (GGRAPH_CLICKHOUSE_TIMEOUT seconds for a query, 300 unless set). With
+    // GGRAPH_CLICKHOUSE_TRACE set, each query and its time are written to stderr.
     Answer query(std::string const& sql) const;
     Address const& address() const { return address_; }
     // `db`.`table`, quoted for SQL.
