@@ -37,6 +37,16 @@ std::optional<std::string> limitTest(AggregationStatistic const& statistic, std:
     }
 }
 
+bool spreads(Codes::StatisticCodes code) {
+    return code == Codes::STAT_VARIANCE || code == Codes::STAT_STDDEV || code == Codes::STAT_SEMEAN;
+}
+
+// An aggregate over the values that pass `when`; the plain form where every value passes.
+std::string aggregate(std::string const& name, std::string const& value, std::string const& when) {
+    if (when == "1") return name + "(" + value + ")";
+    return name + "If(" + value + (value.empty() ? "" : ", ") + when + ")";
+}
+
 bool numericVariable(dictionary::Dataset const& dataset, int index) {
     return index >= 0 && static_cast<std::size_t>(index) < dataset.variables.size() &&
            dataset.variables[static_cast<std::size_t>(index)]->hostData().width == 0;
@@ -62,15 +72,20 @@ GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const
         int const variable = statistic.GetVarIndex();
         if (!numericVariable(dataset, variable)) continue;  // the cube makes no slot for it either
         auto slot = std::find_if(spec.slots.begin(), spec.slots.end(), [&](auto const& s) { return s.variable == variable; });
-        if (slot == spec.slots.end()) slot = spec.slots.insert(spec.slots.end(), {variable, false});
-        slot->keepValues = slot->keepValues || keepsValues(statistic.GetSummaryStatistic());
+        if (slot == spec.slots.end()) slot = spec.slots.insert(spec.slots.end(), {variable});
+        auto const code = statistic.GetSummaryStatistic();
+        slot->keepValues = slot->keepValues || keepsValues(code);
+        slot->spread = slot->spread || spreads(code);
+        slot->range = slot->range || code == Codes::STAT_MINIMUM || code == Codes::STAT_MAXIMUM;
         if (limitTest(statistic, "x")) spec.limitStatistics.push_back(i);
     }
     return spec;
 }
 
 std::string valueExpression(RemoteColumn const& column) {
-    return "toFloat64(assumeNotNull(" + quoteName(column.name) + "))";
+    std::string value = quoteName(column.name);
+    if (column.nullable) value = "assumeNotNull(" + value + ")";
+    return column.isDouble ? value : "toFloat64(" + value + ")";
 }
 
 std::string fetchExpression(RemoteColumn const& column) {
@@ -79,14 +94,19 @@ std::string fetchExpression(RemoteColumn const& column) {
 
 std::string validExpression(RemoteColumn const& column, dictionary::Variable const& variable) {
     std::string const x = valueExpression(column);
-    std::string test = "(isNotNull(" + quoteName(column.name) + ") AND NOT isNaN(" + x + ")";
+    std::vector<std::string> tests;
+    if (column.nullable) tests.push_back("isNotNull(" + quoteName(column.name) + ")");
+    if (column.floating) tests.push_back("NOT isNaN(" + x + ")");
     if (!variable.missingNumbers.empty()) {
         std::string list;
         for (double value : variable.missingNumbers) list += (list.empty() ? "" : ", ") + literal(value);
-        test += " AND " + x + " NOT IN (" + list + ")";
+        tests.push_back(x + " NOT IN (" + list + ")");
     }
     if (variable.hasMissingRange)
-        test += " AND NOT (" + x + " >= " + literal(variable.missingLow) + " AND " + x + " <= " + literal(variable.missingHigh) + ")";
+        tests.push_back("NOT (" + x + " >= " + literal(variable.missingLow) + " AND " + x + " <= " + literal(variable.missingHigh) + ")");
+    if (tests.empty()) return "1";
+    std::string test;
+    for (std::string const& part : tests) test += (test.empty() ? "(" : " AND ") + part;
     return test + ")";
 }
 
@@ -105,33 +125,38 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
     };
     // Listwise, a case counts only where every summary variable is valid.
     std::string all;
-    for (auto const& slot : spec.slots) all += (all.empty() ? "" : " AND ") + valid(slot.variable);
+    for (auto const& slot : spec.slots) {
+        std::string const test = valid(slot.variable);
+        if (test != "1") all += (all.empty() ? "" : " AND ") + test;
+    }
+    if (all.empty()) all = "1";
     std::vector<std::string> parts;
     std::string keys;
     for (int index : spec.keys) {
         parts.push_back(fetchExpression(column(index)));
         keys += (keys.empty() ? "" : ", ") + parts.back();
     }
-    bool const screened = spec.listwise && !all.empty();
+    bool const screened = spec.listwise && all != "1";
     parts.push_back(screened ? "countIf(" + all + ")" : "count()");
     for (std::size_t s = 0; s < spec.slots.size(); ++s) {
-        int const variable = spec.slots[s].variable;
-        std::string const x = valueExpression(column(variable));
-        std::string const when = screened ? all : valid(variable);
+        GroupSpec::Slot const& slot = spec.slots[s];
+        std::string const x = valueExpression(column(slot.variable));
+        std::string const when = spec.listwise ? all : valid(slot.variable);
         std::string const shifted = "(" + x + " - " + literal(shifts[s]) + ")";
-        parts.push_back("countIf(" + when + ")");
-        parts.push_back("sumIf(" + x + ", " + when + ")");
-        parts.push_back("sumIf(" + shifted + ", " + when + ")");
-        parts.push_back("sumIf(" + shifted + " * " + shifted + ", " + when + ")");
-        parts.push_back("minIf(" + x + ", " + when + ")");
-        parts.push_back("maxIf(" + x + ", " + when + ")");
-        if (spec.slots[s].keepValues) parts.push_back("groupArrayIf(" + x + ", " + when + ")");
+        parts.push_back(aggregate("count", "", when));
+        parts.push_back(aggregate("sum", x, when));
+        parts.push_back(slot.spread ? aggregate("sum", shifted, when) : parts.back());
+        parts.push_back(slot.spread ? aggregate("sum", shifted + " * " + shifted, when) : "0");
+        parts.push_back(slot.range ? aggregate("min", x, when) : "0");
+        parts.push_back(slot.range ? aggregate("max", x, when) : "0");
+        if (slot.keepValues) parts.push_back(aggregate("groupArray", x, when));
     }
     for (std::size_t i : spec.limitStatistics) {
         AggregationStatistic const& statistic = plan.statistics[i];
         int const variable = statistic.GetVarIndex();
-        std::string const when = screened ? all : valid(variable);
-        parts.push_back("countIf(" + when + " AND " + *limitTest(statistic, valueExpression(column(variable))) + ")");
+        std::string const when = spec.listwise ? all : valid(variable);
+        std::string const test = *limitTest(statistic, valueExpression(column(variable)));
+        parts.push_back("countIf(" + (when == "1" ? test : when + " AND " + test) + ")");
     }
     std::string sql = "SELECT ";
     for (std::size_t i = 0; i < parts.size(); ++i) sql += (i ? ", " : "") + parts[i];

@@ -16,7 +16,9 @@ namespace host::clickhouse {
 struct GroupSpec {
     struct Slot {
         int variable;
-        bool keepValues;  // an order statistic needs every value
+        bool keepValues = false;  // an order statistic needs every value
+        bool spread = false;      // the variance or a statistic made from it
+        bool range = false;       // the minimum or the maximum
     };
     std::vector<int> keys;  // split variables first, then break and filter variables
     std::vector<Slot> slots;
@@ -32,15 +34,18 @@ GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const
 std::string valueExpression(RemoteColumn const& column);
 // The column as it is fetched: a number (NULL for none) or a text.
 std::string fetchExpression(RemoteColumn const& column);
-// True for a valid value: not NULL, not NaN, and none of the variable's missing values.
+// True for a valid value: not NULL, not NaN, and none of the variable's missing values; "1" when
+// the column's type and the dictionary rule none of these out.
 std::string validExpression(RemoteColumn const& column, dictionary::Variable const& variable);
 
-// One valid value of the slot's variable, which the sums of the group subtract from each value.
+// One valid value of the slot's variable, which the sums of the group subtract from each value
+// where the variance is asked for.
 std::string shiftQuery(RemoteTable const& table, dictionary::Dataset const& dataset, int variable);
 
 // The query giving one row per group: the keys, the group's cases, then per slot n, sum, shifted
 // sum, shifted squares, min, max (and the array of values where kept), then one count per limit
-// statistic. Groups come sorted by the split variables.
+// statistic. What no statistic needs is 0, and without a variance the shifted sum is the sum.
+// Groups come sorted by the split variables.
 std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& dataset,
                        aggregation::CubePlan const& plan, GroupSpec const& spec, std::vector<double> const& shifts);
 

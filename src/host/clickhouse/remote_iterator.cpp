@@ -114,6 +114,10 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
     GroupSpec const spec = groupSpec(plan, *source_, job);
     std::vector<double> shifts;
     for (auto const& slot : spec.slots) {
+        if (!slot.spread) {
+            shifts.push_back(0.0);
+            continue;
+        }
         Answer const answer = table_.connection().query(shiftQuery(table_, *source_, slot.variable));
         if (!answer.ok) {
             fail(answer.error);

@@ -54,7 +54,8 @@ struct ServerColumn {
     int width = 0;
 };
 
-// The widths of the string columns: FixedString gives its own, the others their longest value.
+// The widths of the string columns: FixedString gives its own, the dictionary may declare one,
+// the others are as wide as their longest value.
 bool measureWidths(Connection const& connection, std::vector<ServerColumn>& columns, std::string& error) {
     std::string select;
     std::vector<ServerColumn*> measured;
@@ -65,6 +66,7 @@ bool measureWidths(Connection const& connection, std::vector<ServerColumn>& colu
             column.width = std::atoi(inner.c_str() + 12);
             continue;
         }
+        if (column.width > 0) continue;
         select += (select.empty() ? "" : ", ") + std::string("max(length(toString(") + quoteName(column.name) + ")))";
         measured.push_back(&column);
     }
@@ -98,6 +100,12 @@ ColumnKind columnKind(std::string const& type) {
         inner.rfind("Enum16(", 0) == 0)
         return ColumnKind::String;
     return ColumnKind::Unsupported;
+}
+
+RemoteColumn remoteColumn(std::string const& name, std::string const& type) {
+    std::string const inner = unwrap(unwrap(type, "LowCardinality"), "Nullable");
+    return {name, columnKind(type) == ColumnKind::Number, type.find("Nullable(") != std::string::npos,
+            inner == "Float32" || inner == "Float64", inner == "Float64"};
 }
 
 RemoteTable::RemoteTable(Connection connection, std::vector<RemoteColumn> columns, std::int64_t rows)
@@ -144,8 +152,6 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
         columns.push_back(std::move(column));
     }
     if (columns.empty()) return failure(text, "the table has no column that can be read", std::move(messages));
-    if (!measureWidths(connection, columns, error)) return failure(text, error, std::move(messages));
-
     // The dictionary: the file's, completed by what the server says of each column.
     dictionary::Dictionary dict;
     if (!dictionaryPath.empty()) {
@@ -153,6 +159,13 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
         if (!read) return failure(text, "the dictionary " + dictionaryPath + " cannot be used", std::move(messages));
         dict = std::move(*read);
     }
+    // A width the dictionary declares spares the server a scan of the column.
+    for (ServerColumn& column : columns) {
+        for (auto const& field : dict.fields) {
+            if (field.name == column.name && field.width > 0) column.width = field.width;
+        }
+    }
+    if (!measureWidths(connection, columns, error)) return failure(text, error, std::move(messages));
     std::string header;
     for (ServerColumn const& column : columns) {
         auto field = std::find_if(dict.fields.begin(), dict.fields.end(),
@@ -194,7 +207,7 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
     if (!result.dataset || result.dataset->fatal) return failure(text, "the table's dictionary cannot be built", std::move(result.messages));
 
     std::vector<RemoteColumn> remote;
-    for (ServerColumn const& column : columns) remote.push_back({column.name, column.kind == ColumnKind::Number});
+    for (ServerColumn const& column : columns) remote.push_back(remoteColumn(column.name, column.type));
     result.dataset->path = text;
     result.dataset->columns.assign(result.dataset->variables.size(), {});
     result.dataset->cases = 0;

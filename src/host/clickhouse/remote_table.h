@@ -16,6 +16,9 @@ namespace host::clickhouse {
 struct RemoteColumn {
     std::string name;  // as the server names it
     bool numeric = true;
+    bool nullable = true;  // may hold NULL
+    bool floating = true;  // may hold NaN
+    bool isDouble = false;  // already a Float64
 };
 
 class RemoteTable : public dictionary::RemoteSource {
@@ -38,6 +41,8 @@ private:
 // How the server's type of a column reads here: a number, a string, or not at all.
 enum class ColumnKind { Number, String, Unsupported };
 ColumnKind columnKind(std::string const& type);
+// The column behind a variable, with what its type tells of NULL and NaN.
+RemoteColumn remoteColumn(std::string const& name, std::string const& type);
 
 // Opens the table that `address` (clickhouse://HOST:PORT/DB.TABLE) names. `dictionaryPath`, when
 // not empty, is a dictionary JSON for it. A server that cannot be reached, a table that does not

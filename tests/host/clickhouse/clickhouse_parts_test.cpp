@@ -145,6 +145,10 @@ TEST_F(ClickHouseColumns, ScreenMissingValuesAsTheDictionaryDefinesThem) {
     EXPECT_NE(test.find("isNotNull(`x`)"), std::string::npos) << test;
     EXPECT_NE(test.find("NOT IN (toFloat64(999))"), std::string::npos) << test;
     EXPECT_NE(test.find(">= toFloat64(-99) AND"), std::string::npos) << test;
+    // A column that can hold neither NULL nor NaN, without missing values, needs no test.
+    EXPECT_EQ(hc::validExpression(hc::remoteColumn("k", "Int32"), host::dictionary::Variable{}), "1");
+    EXPECT_EQ(hc::validExpression(hc::remoteColumn("v", "Float64"), host::dictionary::Variable{}),
+              "(NOT isNaN(`v`))");
 
     // The slots are the numeric summary variables, as the cube makes them; keys put splits first.
     host::aggregation::CubePlan plan;
