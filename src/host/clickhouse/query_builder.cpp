@@ -132,9 +132,10 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
     if (all.empty()) all = "1";
     std::vector<std::string> parts;
     std::string keys;
+    // Grouped by the columns as they are, which keeps the server's narrow keys.
     for (int index : spec.keys) {
         parts.push_back(fetchExpression(column(index)));
-        keys += (keys.empty() ? "" : ", ") + parts.back();
+        keys += (keys.empty() ? "" : ", ") + quoteName(column(index).name);
     }
     bool const screened = spec.listwise && all != "1";
     parts.push_back(screened ? "countIf(" + all + ")" : "count()");
@@ -164,7 +165,7 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
     if (!keys.empty()) sql += " GROUP BY " + keys;
     if (!dataset.split.empty()) {
         std::string order;
-        for (int index : dataset.split) order += (order.empty() ? "" : ", ") + fetchExpression(column(index));
+        for (int index : dataset.split) order += (order.empty() ? "" : ", ") + quoteName(column(index).name);
         sql += " ORDER BY " + order;
     }
     return sql + " FORMAT TabSeparated";
