@@ -62,11 +62,16 @@ double RemoteIterator::groupLimitCount(std::int64_t row, std::size_t statistic) 
     return limits_[statistic][static_cast<std::size_t>(row)];
 }
 
-std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t rows) const {
+std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t rows, std::vector<int> const& fetched) {
     auto window = emptyLike(*source_);
     window->cases = rows;
-    for (std::size_t i = 0; i < window->variables.size(); ++i) {
+    fetchedColumns_.assign(window->variables.size(), 0);
+    int widest = 8;
+    for (int index : fetched) {
+        auto const i = static_cast<std::size_t>(index);
+        fetchedColumns_[i] = 1;
         auto const& variable = window->variables[i]->hostData();
+        widest = std::max(widest, variable.width);
         std::size_t const cells = static_cast<std::size_t>(dictionary::cellsPerValue(variable)) * static_cast<std::size_t>(rows);
         if (variable.width == 0) {
             window->columns[i].assign(cells, KWEL_Globals::sysmis());
@@ -75,7 +80,18 @@ std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t row
             std::memset(window->columns[i].data(), ' ', cells * sizeof(OBS));
         }
     }
+    for (auto const& variable : window->variables) widest = std::max(widest, variable->hostData().width);
+    missingCells_.assign(static_cast<std::size_t>(ObsCellsForWidth(widest)), 0.0);
+    std::memset(missingCells_.data(), ' ', missingCells_.size() * sizeof(OBS));
     return window;
+}
+
+OBS const* RemoteIterator::GetObsPointer(unsigned int index) const {
+    OBS const* cell = index < fetchedColumns_.size() && !fetchedColumns_[index] ? nullptr : ProcDSIterator::GetObsPointer(index);
+    if (cell != nullptr || index >= fetchedColumns_.size() || fetchedColumns_[index] || CurrentRow() < 0) return cell;
+    if (source_->variables[index]->hostData().width != 0) return missingCells_.data();
+    static OBS const systemMissing = KWEL_Globals::sysmis();
+    return &systemMissing;
 }
 
 void RemoteIterator::setCell(dictionary::Dataset& window, int variable, std::int64_t row, std::string_view field) const {
@@ -134,7 +150,7 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
     }
     std::int64_t rows = 0;
     for (char c : answer.body) rows += c == '\n';
-    auto window = makeWindow(rows);
+    auto window = makeWindow(rows, spec.keys);
     cases_.assign(static_cast<std::size_t>(rows), 0.0);
     slots_.clear();
     for (auto const& slot : spec.slots) slots_.emplace_back(slot.variable, std::vector<aggregation::SlotPartial>(static_cast<std::size_t>(rows)));
@@ -185,7 +201,7 @@ bool RemoteIterator::fetchCases(JobColumns const& job) {
     }
     std::int64_t rows = 0;
     for (char c : answer.body) rows += c == '\n';
-    auto window = makeWindow(rows);
+    auto window = makeWindow(rows, job.used);
     TsvReader reader(answer.body);
     std::vector<std::string_view> fields;
     for (std::int64_t row = 0; row < rows && reader.next(fields); ++row) {

@@ -28,6 +28,8 @@ public:
     ~RemoteIterator() override;
 
     int NextCase() override;
+    // A variable that was not fetched reads as missing.
+    OBS const* GetObsPointer(unsigned int index) const override;
 
     void attachCube(std::function<aggregation::CubePlan()> plan) override;
     bool summarised() const override { return summarised_; }
@@ -39,8 +41,9 @@ private:
     void fetch();
     bool fetchGroups(aggregation::CubePlan const& plan, JobColumns const& job);
     bool fetchCases(JobColumns const& job);
-    // An empty copy of the source's dictionary with room for `rows` cases.
-    std::shared_ptr<dictionary::Dataset> makeWindow(std::int64_t rows) const;
+    // An empty copy of the source's dictionary with room for `rows` cases in the listed columns;
+    // the others stay empty.
+    std::shared_ptr<dictionary::Dataset> makeWindow(std::int64_t rows, std::vector<int> const& fetched);
     void setCell(dictionary::Dataset& window, int variable, std::int64_t row, std::string_view field) const;
     void fail(std::string const& what);
 
@@ -52,6 +55,8 @@ private:
     std::vector<double> cases_;
     std::vector<std::pair<int, std::vector<aggregation::SlotPartial>>> slots_;
     std::vector<std::vector<double>> limits_;  // per statistic, per row; empty for the others
+    std::vector<char> fetchedColumns_;
+    std::vector<OBS> missingCells_;  // a system-missing number, or blanks as wide as the widest string
 };
 
 }  // namespace host::clickhouse
