@@ -29,7 +29,8 @@ std::string readFile(std::string const& path) {
     std::stringstream text;
     text << in.rdbuf();
     std::string content = text.str();
-    while (!content.empty() && (content.back() == '\n' || content.back() == ' ')) content.pop_back();
+    while (!content.empty() && (content.back() == '\n' || content.back() == ' '))
+        content.pop_back();
     return content;
 }
 
@@ -41,7 +42,8 @@ struct Outcome {
 };
 
 // Runs a job with the active dataset at `data` and gives what its charts hold.
-Outcome run(std::string const& job, std::string const& data, std::vector<std::string> const& named = {},
+Outcome run(std::string const& job, std::string const& data,
+            std::vector<std::string> const& named = {},
             std::vector<std::string> const& dictionaries = {kSource + "survey.csv.json"}) {
     Outcome outcome;
     auto loaded = host::dictionary::loadJobData(data, named, dictionaries);
@@ -60,7 +62,8 @@ Outcome run(std::string const& job, std::string const& data, std::vector<std::st
             }
             if (item["kind"] == "message")
                 (item["level"] == 3 ? outcome.errors : outcome.warnings).push_back(item["text"]);
-            if (item.contains("items")) walk(item["items"]);
+            if (item.contains("items"))
+                walk(item["items"]);
         }
     };
     walk(output["items"]);
@@ -77,21 +80,26 @@ Outcome run(std::string const& job, std::string const& data, std::vector<std::st
         return ::testing::AssertionFailure() << where << ": " << x << " != " << y;
     }
     if (a.type() != b.type() || a.size() != b.size())
-        return ::testing::AssertionFailure() << where << ": " << a.dump().substr(0, 300) << " != " << b.dump().substr(0, 300);
+        return ::testing::AssertionFailure()
+               << where << ": " << a.dump().substr(0, 300) << " != " << b.dump().substr(0, 300);
     if (a.is_array()) {
         for (std::size_t i = 0; i < a.size(); ++i) {
-            if (auto r = same(a[i], b[i], where + "[" + std::to_string(i) + "]"); !r) return r;
+            if (auto r = same(a[i], b[i], where + "[" + std::to_string(i) + "]"); !r)
+                return r;
         }
         return ::testing::AssertionSuccess();
     }
     if (a.is_object()) {
         for (auto const& [key, value] : a.items()) {
-            if (!b.contains(key)) return ::testing::AssertionFailure() << where << ": no " << key;
-            if (auto r = same(value, b[key], where + "." + key); !r) return r;
+            if (!b.contains(key))
+                return ::testing::AssertionFailure() << where << ": no " << key;
+            if (auto r = same(value, b[key], where + "." + key); !r)
+                return r;
         }
         return ::testing::AssertionSuccess();
     }
-    return a == b ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << where << ": " << a << " != " << b;
+    return a == b ? ::testing::AssertionSuccess()
+                  : ::testing::AssertionFailure() << where << ": " << a << " != " << b;
 }
 
 // One GGRAPH command over one data set, the chart naming its first two columns.
@@ -99,8 +107,12 @@ std::string job(std::string const& variables, std::string const& first, std::str
                 std::string const& before = "") {
     return before + "GGRAPH\n  /GRAPHDATASET NAME=\"g\" VARIABLES=" + variables +
            "\n  /GRAPHSPEC SOURCE=INLINE.\nBEGIN GPL\n  SOURCE: s = userSource(id(\"g\"))\n"
-           "  DATA: a = col(source(s), name(\"" + first + "\"), unit.category())\n"
-           "  DATA: b = col(source(s), name(\"" + second + "\"))\n"
+           "  DATA: a = col(source(s), name(\"" +
+           first +
+           "\"), unit.category())\n"
+           "  DATA: b = col(source(s), name(\"" +
+           second +
+           "\"))\n"
            "  ELEMENT: point(position(a*b))\nEND GPL.\n";
 }
 
@@ -108,9 +120,11 @@ class ClickHouseJobs : public ::testing::Test {
 protected:
     void SetUp() override {
         char const* dir = std::getenv("GGRAPH_TEST_CLICKHOUSE_DIR");
-        if (dir == nullptr) GTEST_SKIP() << "GGRAPH_TEST_CLICKHOUSE_DIR is not set: run through ctest";
+        if (dir == nullptr)
+            GTEST_SKIP() << "GGRAPH_TEST_CLICKHOUSE_DIR is not set: run through ctest";
         std::string const base = dir;
-        if (std::ifstream skip(base + "/skip"); skip) GTEST_SKIP() << readFile(base + "/skip");
+        if (std::ifstream skip(base + "/skip"); skip)
+            GTEST_SKIP() << readFile(base + "/skip");
         single_ = readFile(base + "/single.url");
         sharded_ = readFile(base + "/sharded.url");
         ASSERT_FALSE(single_.empty());
@@ -134,13 +148,16 @@ protected:
 
 TEST_F(ClickHouseJobs, EveryStatisticGivesTheCellsOfTheInProcessCube) {
     // Listwise: a case missing x or y leaves every statistic, the count included.
-    expectSameCells(job("cat COUNT() MINIMUM(x) MAXIMUM(x) VALIDN(x) SUM(x) MEAN(y) STDDEV(x) VARIANCE(y) "
-                        "MEDIAN(x) GMEDIAN(y) MODE(x) PTILE(x, 10) GPTILE(y, 90) MISSING=LISTWISE",
-                        "cat", "COUNT"));
+    expectSameCells(
+        job("cat COUNT() MINIMUM(x) MAXIMUM(x) VALIDN(x) SUM(x) MEAN(y) STDDEV(x) VARIANCE(y) "
+            "MEDIAN(x) GMEDIAN(y) MODE(x) PTILE(x, 10) GPTILE(y, 90) MISSING=LISTWISE",
+            "cat", "COUNT"));
     // Variablewise, with every limit statistic on a string break variable.
-    expectSameCells(job("sex COUNT() PLT(x, 40) PGT(x, 60) NLT(x, 40) NGT(x, 60) PIN(x, 40, 60) NIN(x, 40, 60) "
-                        "NLE(y, 3) PLE(y, 3) NEQ(y, 2) PEQ(y, 2) NGE(x, 50) PGE(x, 50) MEDIAN(y) MISSING=VARIABLEWISE",
-                        "sex", "COUNT"));
+    expectSameCells(
+        job("sex COUNT() PLT(x, 40) PGT(x, 60) NLT(x, 40) NGT(x, 60) PIN(x, 40, 60) NIN(x, 40, 60) "
+            "NLE(y, 3) PLE(y, 3) NEQ(y, 2) PEQ(y, 2) NGE(x, 50) PGE(x, 50) MEDIAN(y) "
+            "MISSING=VARIABLEWISE",
+            "sex", "COUNT"));
     // Error bars: the mean's and the median's intervals, the standard error and deviation.
     expectSameCells(job("cat COUNT() MEANCI(x, 95) MEDIANCI(y, 90)", "cat", "COUNT"));
     expectSameCells(job("cat COUNT() MEANSE(x, 2) MEANSD(y, 1)", "cat", "COUNT"));
@@ -152,8 +169,9 @@ TEST_F(ClickHouseJobs, EveryStatisticGivesTheCellsOfTheInProcessCube) {
 TEST_F(ClickHouseJobs, WeightsSplitsFiltersAndSetsGiveTheSameCells) {
     expectSameCells(job("region COUNT() MEAN(x) MEDIAN(y)", "region", "COUNT",
                         "SPLIT FILE BY grp.\nWEIGHT BY w.\n"));
-    expectSameCells(job("cat region COUNT() MEAN(x) PTILE(y, 75) DATAFILTER=region(VALUES=\"north\" \"east\")",
-                        "cat", "COUNT"));
+    expectSameCells(
+        job("cat region COUNT() MEAN(x) PTILE(y, 75) DATAFILTER=region(VALUES=\"north\" \"east\")",
+            "cat", "COUNT"));
     expectSameCells(job("$picks COUNT() RESPONSES() PCTRESPONSES()", "$picks", "COUNT"));
     expectSameCells(job("$owns COUNT() MEAN(x)", "$owns", "COUNT"));
     // A case limit is read from the cases themselves, in the table's order.
@@ -197,7 +215,8 @@ TEST_F(ClickHouseJobs, FailuresAreReportedAndCostNothingElse) {
         "GGRAPH\n  /GRAPHDATASET NAME=\"g\" DATASET=remote VARIABLES=cat COUNT()\n"
         "  /GRAPHSPEC SOURCE=INLINE.\nBEGIN GPL\n  SOURCE: s = userSource(id(\"g\"))\n"
         "  DATA: a = col(source(s), name(\"cat\"), unit.category())\n"
-        "  DATA: b = col(source(s), name(\"COUNT\"))\n  ELEMENT: interval(position(a*b))\nEND GPL.\n" +
+        "  DATA: b = col(source(s), name(\"COUNT\"))\n  ELEMENT: interval(position(a*b))\nEND "
+        "GPL.\n" +
         job("sex COUNT()", "sex", "COUNT");
     std::string const csv = kSource + "survey.csv";
     Outcome missing = run(text, csv, {"remote=" + table("nosuch")}, {});
@@ -215,7 +234,8 @@ TEST_F(ClickHouseJobs, FailuresAreReportedAndCostNothingElse) {
 
     // A table that goes away after it was opened: the pass reports it, the next command draws.
     std::string error;
-    host::clickhouse::Connection server(*host::clickhouse::parseAddress(table("survey"), error), {});
+    host::clickhouse::Connection server(*host::clickhouse::parseAddress(table("survey"), error),
+                                        {});
     ASSERT_TRUE(server.query("CREATE TABLE default.brief AS default.survey").ok);
     ASSERT_TRUE(server.query("INSERT INTO default.brief SELECT * FROM default.survey").ok);
     ASSERT_TRUE(host::dictionary::loadJobData(csv, {"remote=" + table("brief")}).ok);

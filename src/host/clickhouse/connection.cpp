@@ -15,7 +15,8 @@ namespace {
 
 std::string trim(std::string text) {
     std::size_t const first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) return {};
+    if (first == std::string::npos)
+        return {};
     std::size_t const last = text.find_last_not_of(" \t\r\n");
     return text.substr(first, last - first + 1);
 }
@@ -37,10 +38,13 @@ std::string serverMessage(std::string const& body) {
     if (display != std::string::npos) {
         text = text.substr(display + 18);
         std::size_t const what = text.find(", e.what() = ");
-        if (what != std::string::npos) text.resize(what);
+        if (what != std::string::npos)
+            text.resize(what);
     }
-    if (text.rfind("DB::Exception: ", 0) == 0) text = text.substr(15);
-    if (text.size() > 400) text = text.substr(0, 400) + "...";
+    if (text.rfind("DB::Exception: ", 0) == 0)
+        text = text.substr(15);
+    if (text.size() > 400)
+        text = text.substr(0, 400) + "...";
     return text;
 }
 
@@ -53,7 +57,9 @@ bool endsInException(std::string const& body) {
 
 }  // namespace
 
-bool isAddress(std::string const& text) { return text.rfind(kScheme, 0) == 0; }
+bool isAddress(std::string const& text) {
+    return text.rfind(kScheme, 0) == 0;
+}
 
 std::optional<Address> parseAddress(std::string const& text, std::string& error) {
     Address address;
@@ -66,13 +72,15 @@ std::optional<Address> parseAddress(std::string const& text, std::string& error)
     rest.remove_prefix(sizeof(kScheme) - 1);
     std::size_t const slash = rest.find('/');
     std::string_view authority = rest.substr(0, slash);
-    std::string_view path = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
+    std::string_view path =
+        slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
     std::size_t const colon = authority.rfind(':');
     address.host = std::string(authority.substr(0, colon));
     if (colon != std::string_view::npos) {
         std::string_view const port = authority.substr(colon + 1);
         auto [end, problem] = std::from_chars(port.data(), port.data() + port.size(), address.port);
-        if (problem != std::errc() || end != port.data() + port.size() || address.port <= 0 || address.port > 65535) {
+        if (problem != std::errc() || end != port.data() + port.size() || address.port <= 0 ||
+            address.port > 65535) {
             error = "\"" + text + "\": the port \"" + std::string(port) + "\" is not a port number";
             return std::nullopt;
         }
@@ -88,9 +96,11 @@ std::optional<Address> parseAddress(std::string const& text, std::string& error)
 }
 
 Credentials credentialsFromEnvironment(std::string& error) {
-    Credentials credentials{environment("GGRAPH_CLICKHOUSE_USER"), environment("GGRAPH_CLICKHOUSE_PASSWORD")};
+    Credentials credentials{environment("GGRAPH_CLICKHOUSE_USER"),
+                            environment("GGRAPH_CLICKHOUSE_PASSWORD")};
     std::string const file = environment("GGRAPH_CLICKHOUSE_CREDENTIALS");
-    if (file.empty()) return credentials;
+    if (file.empty())
+        return credentials;
     std::ifstream in(file);
     if (!in) {
         error = "the credentials file " + file + " (GGRAPH_CLICKHOUSE_CREDENTIALS) cannot be read";
@@ -99,11 +109,14 @@ Credentials credentialsFromEnvironment(std::string& error) {
     std::string line;
     while (std::getline(in, line)) {
         std::size_t const equals = line.find('=');
-        if (equals == std::string::npos) continue;
+        if (equals == std::string::npos)
+            continue;
         std::string const key = trim(line.substr(0, equals));
         std::string const value = trim(line.substr(equals + 1));
-        if (key == "user") credentials.user = value;
-        else if (key == "password") credentials.password = value;
+        if (key == "user")
+            credentials.user = value;
+        else if (key == "password")
+            credentials.password = value;
     }
     return credentials;
 }
@@ -113,7 +126,8 @@ Connection::Connection(Address address, Credentials credentials)
     std::string const timeout = environment("GGRAPH_CLICKHOUSE_TIMEOUT");
     long seconds = 0;
     auto [end, problem] = std::from_chars(timeout.data(), timeout.data() + timeout.size(), seconds);
-    if (problem == std::errc() && end == timeout.data() + timeout.size() && seconds > 0) timeoutSeconds_ = seconds;
+    if (problem == std::errc() && end == timeout.data() + timeout.size() && seconds > 0)
+        timeoutSeconds_ = seconds;
 }
 
 Answer Connection::query(std::string const& sql) const {
@@ -149,22 +163,25 @@ Answer Connection::query(std::string const& sql) const {
     CURLcode const code = curl_easy_perform(curl);
     if (!environment("GGRAPH_CLICKHOUSE_TRACE").empty()) {
         std::chrono::duration<double> const took = std::chrono::steady_clock::now() - started;
-        std::cerr << "clickhouse query: " << took.count() << " s, " << answer.body.size() << " bytes: "
-                  << sql.substr(0, 300) << (sql.size() > 300 ? "..." : "") << "\n";
+        std::cerr << "clickhouse query: " << took.count() << " s, " << answer.body.size()
+                  << " bytes: " << sql.substr(0, 300) << (sql.size() > 300 ? "..." : "") << "\n";
     }
     long status = 0;
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
     curl_easy_cleanup(curl);
     std::string const where = address_.host + ":" + std::to_string(address_.port);
     if (code != CURLE_OK) {
-        answer.error = "the server at " + where + " did not answer: " +
-                       (errorText[0] != 0 ? std::string(errorText) : std::string(curl_easy_strerror(code)));
+        answer.error =
+            "the server at " + where + " did not answer: " +
+            (errorText[0] != 0 ? std::string(errorText) : std::string(curl_easy_strerror(code)));
         answer.body.clear();
         return answer;
     }
     if (status != 200 || endsInException(answer.body)) {
-        answer.error = "the server at " + where + " refused the query: " + serverMessage(
-            status != 200 ? answer.body : answer.body.substr(answer.body.rfind("Code: ")));
+        answer.error =
+            "the server at " + where + " refused the query: " +
+            serverMessage(status != 200 ? answer.body
+                                        : answer.body.substr(answer.body.rfind("Code: ")));
         answer.body.clear();
         return answer;
     }
@@ -179,7 +196,8 @@ std::string Connection::qualifiedTable() const {
 std::string quoteName(std::string const& name) {
     std::string quoted = "`";
     for (char c : name) {
-        if (c == '`' || c == '\\') quoted += '\\';
+        if (c == '`' || c == '\\')
+            quoted += '\\';
         quoted += c;
     }
     return quoted + "`";
@@ -188,7 +206,8 @@ std::string quoteName(std::string const& name) {
 std::string quoteText(std::string const& text) {
     std::string quoted = "'";
     for (char c : text) {
-        if (c == '\'' || c == '\\') quoted += '\\';
+        if (c == '\'' || c == '\\')
+            quoted += '\\';
         quoted += c;
     }
     return quoted + "'";

@@ -24,7 +24,7 @@ bool isAddress(std::string const& text);
 std::optional<Address> parseAddress(std::string const& text, std::string& error);
 
 struct Credentials {
-    std::string user;      // empty: the server's default user
+    std::string user;  // empty: the server's default user
     std::string password;
 };
 

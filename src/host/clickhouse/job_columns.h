@@ -13,8 +13,8 @@
 namespace host::clickhouse {
 
 struct JobColumns {
-    std::vector<int> used;      // ascending dictionary indices
-    std::vector<int> filtered;  // variables named in a DATAFILTER list
+    std::vector<int> used;                  // ascending dictionary indices
+    std::vector<int> filtered;              // variables named in a DATAFILTER list
     std::optional<std::int64_t> caseLimit;  // the largest CASELIMIT of the command
 };
 

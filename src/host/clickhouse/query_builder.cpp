@@ -10,12 +10,18 @@ namespace {
 
 using Codes = TableEncryptionCodes;
 
-std::string literal(double value) { return fmt::format("toFloat64({:.17g})", value); }
+std::string literal(double value) {
+    return fmt::format("toFloat64({:.17g})", value);
+}
 
 bool keepsValues(Codes::StatisticCodes code) {
     switch (code) {
-        case Codes::STAT_MEDIAN: case Codes::STAT_PTILE: case Codes::STAT_GMEDIAN:
-        case Codes::STAT_MODE: case Codes::STAT_GPTILE: case Codes::STAT_MEDIAN_CI:
+        case Codes::STAT_MEDIAN:
+        case Codes::STAT_PTILE:
+        case Codes::STAT_GMEDIAN:
+        case Codes::STAT_MODE:
+        case Codes::STAT_GPTILE:
+        case Codes::STAT_MEDIAN_CI:
             return true;
         default:
             return false;
@@ -27,13 +33,26 @@ std::optional<std::string> limitTest(AggregationStatistic const& statistic, std:
     std::string const lower = literal(statistic.GetLowerLimit());
     std::string const upper = literal(statistic.GetUpperLimit());
     switch (statistic.GetSummaryStatistic()) {
-        case Codes::STAT_PCT_LT: case Codes::STAT_N_LT: return x + " < " + upper;
-        case Codes::STAT_PCT_LE: case Codes::STAT_N_LE: return x + " <= " + lower;
-        case Codes::STAT_PCT_GT: case Codes::STAT_N_GT: return x + " > " + lower;
-        case Codes::STAT_PCT_GE: case Codes::STAT_N_GE: return x + " >= " + lower;
-        case Codes::STAT_PCT_EQ: case Codes::STAT_N_EQ: return x + " = " + lower;
-        case Codes::STAT_PCT_IN: case Codes::STAT_N_IN: return x + " >= " + lower + " AND " + x + " <= " + upper;
-        default: return std::nullopt;
+        case Codes::STAT_PCT_LT:
+        case Codes::STAT_N_LT:
+            return x + " < " + upper;
+        case Codes::STAT_PCT_LE:
+        case Codes::STAT_N_LE:
+            return x + " <= " + lower;
+        case Codes::STAT_PCT_GT:
+        case Codes::STAT_N_GT:
+            return x + " > " + lower;
+        case Codes::STAT_PCT_GE:
+        case Codes::STAT_N_GE:
+            return x + " >= " + lower;
+        case Codes::STAT_PCT_EQ:
+        case Codes::STAT_N_EQ:
+            return x + " = " + lower;
+        case Codes::STAT_PCT_IN:
+        case Codes::STAT_N_IN:
+            return x + " >= " + lower + " AND " + x + " <= " + upper;
+        default:
+            return std::nullopt;
     }
 }
 
@@ -43,7 +62,8 @@ bool spreads(Codes::StatisticCodes code) {
 
 // An aggregate over the values that pass `when`; the plain form where every value passes.
 std::string aggregate(std::string const& name, std::string const& value, std::string const& when) {
-    if (when == "1") return name + "(" + value + ")";
+    if (when == "1")
+        return name + "(" + value + ")";
     return name + "If(" + value + (value.empty() ? "" : ", ") + when + ")";
 }
 
@@ -54,7 +74,8 @@ bool numericVariable(dictionary::Dataset const& dataset, int index) {
 
 }  // namespace
 
-GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const& dataset, JobColumns const& job) {
+GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const& dataset,
+                    JobColumns const& job) {
     GroupSpec spec;
     spec.listwise = !plan.variablewise;
     auto key = [&](int index) {
@@ -70,41 +91,52 @@ GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const
     for (std::size_t i = 0; i < plan.statistics.size(); ++i) {
         AggregationStatistic const& statistic = plan.statistics[i];
         int const variable = statistic.GetVarIndex();
-        if (!numericVariable(dataset, variable)) continue;  // the cube makes no slot for it either
-        auto slot = std::find_if(spec.slots.begin(), spec.slots.end(), [&](auto const& s) { return s.variable == variable; });
-        if (slot == spec.slots.end()) slot = spec.slots.insert(spec.slots.end(), {variable});
+        if (!numericVariable(dataset, variable))
+            continue;  // the cube makes no slot for it either
+        auto slot = std::find_if(spec.slots.begin(), spec.slots.end(),
+                                 [&](auto const& s) { return s.variable == variable; });
+        if (slot == spec.slots.end())
+            slot = spec.slots.insert(spec.slots.end(), {variable});
         auto const code = statistic.GetSummaryStatistic();
         slot->keepValues = slot->keepValues || keepsValues(code);
         slot->spread = slot->spread || spreads(code);
         slot->range = slot->range || code == Codes::STAT_MINIMUM || code == Codes::STAT_MAXIMUM;
-        if (limitTest(statistic, "x")) spec.limitStatistics.push_back(i);
+        if (limitTest(statistic, "x"))
+            spec.limitStatistics.push_back(i);
     }
     return spec;
 }
 
 std::string valueExpression(RemoteColumn const& column) {
     std::string value = quoteName(column.name);
-    if (column.nullable) value = "assumeNotNull(" + value + ")";
+    if (column.nullable)
+        value = "assumeNotNull(" + value + ")";
     return column.isDouble ? value : "toFloat64(" + value + ")";
 }
 
 std::string fetchExpression(RemoteColumn const& column) {
-    return column.numeric ? "toFloat64(" + quoteName(column.name) + ")" : "toString(" + quoteName(column.name) + ")";
+    return column.numeric ? "toFloat64(" + quoteName(column.name) + ")"
+                          : "toString(" + quoteName(column.name) + ")";
 }
 
 std::string validExpression(RemoteColumn const& column, dictionary::Variable const& variable) {
     std::string const x = valueExpression(column);
     std::vector<std::string> tests;
-    if (column.nullable) tests.push_back("isNotNull(" + quoteName(column.name) + ")");
-    if (column.floating) tests.push_back("NOT isNaN(" + x + ")");
+    if (column.nullable)
+        tests.push_back("isNotNull(" + quoteName(column.name) + ")");
+    if (column.floating)
+        tests.push_back("NOT isNaN(" + x + ")");
     if (!variable.missingNumbers.empty()) {
         std::string list;
-        for (double value : variable.missingNumbers) list += (list.empty() ? "" : ", ") + literal(value);
+        for (double value : variable.missingNumbers)
+            list += (list.empty() ? "" : ", ") + literal(value);
         tests.push_back(x + " NOT IN (" + list + ")");
     }
     if (variable.hasMissingRange)
-        tests.push_back("NOT (" + x + " >= " + literal(variable.missingLow) + " AND " + x + " <= " + literal(variable.missingHigh) + ")");
-    if (tests.empty()) return "1";
+        tests.push_back("NOT (" + x + " >= " + literal(variable.missingLow) + " AND " + x +
+                        " <= " + literal(variable.missingHigh) + ")");
+    if (tests.empty())
+        return "1";
     std::string test;
     for (std::string const& part : tests) test += (test.empty() ? "(" : " AND ") + part;
     return test + ")";
@@ -113,23 +145,30 @@ std::string validExpression(RemoteColumn const& column, dictionary::Variable con
 std::string shiftQuery(RemoteTable const& table, dictionary::Dataset const& dataset, int variable) {
     auto const at = static_cast<std::size_t>(variable);
     RemoteColumn const& column = table.columns()[at];
-    return "SELECT " + valueExpression(column) + " FROM " + table.connection().qualifiedTable() + " WHERE " +
-           validExpression(column, dataset.variables[at]->hostData()) + " LIMIT 1 FORMAT TabSeparated";
+    return "SELECT " + valueExpression(column) + " FROM " + table.connection().qualifiedTable() +
+           " WHERE " + validExpression(column, dataset.variables[at]->hostData()) +
+           " LIMIT 1 FORMAT TabSeparated";
 }
 
 std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& dataset,
-                       aggregation::CubePlan const& plan, GroupSpec const& spec, std::vector<double> const& shifts) {
-    auto const column = [&](int index) -> RemoteColumn const& { return table.columns()[static_cast<std::size_t>(index)]; };
+                       aggregation::CubePlan const& plan, GroupSpec const& spec,
+                       std::vector<double> const& shifts) {
+    auto const column = [&](int index) -> RemoteColumn const& {
+        return table.columns()[static_cast<std::size_t>(index)];
+    };
     auto const valid = [&](int index) {
-        return validExpression(column(index), dataset.variables[static_cast<std::size_t>(index)]->hostData());
+        return validExpression(column(index),
+                               dataset.variables[static_cast<std::size_t>(index)]->hostData());
     };
     // Listwise, a case counts only where every summary variable is valid.
     std::string all;
     for (auto const& slot : spec.slots) {
         std::string const test = valid(slot.variable);
-        if (test != "1") all += (all.empty() ? "" : " AND ") + test;
+        if (test != "1")
+            all += (all.empty() ? "" : " AND ") + test;
     }
-    if (all.empty()) all = "1";
+    if (all.empty())
+        all = "1";
     std::vector<std::string> parts;
     std::string keys;
     // Grouped by the columns as they are, which keeps the server's narrow keys.
@@ -150,7 +189,8 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
         parts.push_back(slot.spread ? aggregate("sum", shifted + " * " + shifted, when) : "0");
         parts.push_back(slot.range ? aggregate("min", x, when) : "0");
         parts.push_back(slot.range ? aggregate("max", x, when) : "0");
-        if (slot.keepValues) parts.push_back(aggregate("groupArray", x, when));
+        if (slot.keepValues)
+            parts.push_back(aggregate("groupArray", x, when));
     }
     for (std::size_t i : spec.limitStatistics) {
         AggregationStatistic const& statistic = plan.statistics[i];
@@ -162,21 +202,28 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
     std::string sql = "SELECT ";
     for (std::size_t i = 0; i < parts.size(); ++i) sql += (i ? ", " : "") + parts[i];
     sql += " FROM " + table.connection().qualifiedTable();
-    if (!keys.empty()) sql += " GROUP BY " + keys;
+    if (!keys.empty())
+        sql += " GROUP BY " + keys;
     if (!dataset.split.empty()) {
         std::string order;
-        for (int index : dataset.split) order += (order.empty() ? "" : ", ") + quoteName(column(index).name);
+        for (int index : dataset.split)
+            order += (order.empty() ? "" : ", ") + quoteName(column(index).name);
         sql += " ORDER BY " + order;
     }
     return sql + " FORMAT TabSeparated";
 }
 
-std::string caseQuery(RemoteTable const& table, std::vector<int> const& columns, std::optional<std::int64_t> limit) {
+std::string caseQuery(RemoteTable const& table, std::vector<int> const& columns,
+                      std::optional<std::int64_t> limit) {
     std::string list;
-    for (int index : columns) list += (list.empty() ? "" : ", ") + fetchExpression(table.columns()[static_cast<std::size_t>(index)]);
-    if (list.empty()) list = "0";
+    for (int index : columns)
+        list += (list.empty() ? "" : ", ") +
+                fetchExpression(table.columns()[static_cast<std::size_t>(index)]);
+    if (list.empty())
+        list = "0";
     std::string sql = "SELECT " + list + " FROM " + table.connection().qualifiedTable();
-    if (limit) sql += " LIMIT " + std::to_string(*limit);
+    if (limit)
+        sql += " LIMIT " + std::to_string(*limit);
     return sql + " FORMAT TabSeparated";
 }
 

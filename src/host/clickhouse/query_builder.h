@@ -28,7 +28,8 @@ struct GroupSpec {
 
 // The groups a cube needs: the keys are the split variables, every variable of the break
 // variables and the filter variables; a slot per numeric summary variable, as the cube makes them.
-GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const& dataset, JobColumns const& job);
+GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const& dataset,
+                    JobColumns const& job);
 
 // The column's value as a number that is never NULL (for use behind its validity test).
 std::string valueExpression(RemoteColumn const& column);
@@ -47,9 +48,11 @@ std::string shiftQuery(RemoteTable const& table, dictionary::Dataset const& data
 // statistic. What no statistic needs is 0, and without a variance the shifted sum is the sum.
 // Groups come sorted by the split variables.
 std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& dataset,
-                       aggregation::CubePlan const& plan, GroupSpec const& spec, std::vector<double> const& shifts);
+                       aggregation::CubePlan const& plan, GroupSpec const& spec,
+                       std::vector<double> const& shifts);
 
 // The cases themselves: the listed columns, at most `limit` rows.
-std::string caseQuery(RemoteTable const& table, std::vector<int> const& columns, std::optional<std::int64_t> limit);
+std::string caseQuery(RemoteTable const& table, std::vector<int> const& columns,
+                      std::optional<std::int64_t> limit);
 
 }  // namespace host::clickhouse

@@ -19,7 +19,8 @@ std::shared_ptr<dictionary::Dataset> emptyLike(dictionary::Dataset const& source
     window->name = source.name;
     window->path = source.path;
     for (auto const& variable : source.variables)
-        window->variables.push_back(std::make_unique<KWEL_Variable>(std::make_unique<dictionary::Variable>(variable->hostData())));
+        window->variables.push_back(std::make_unique<KWEL_Variable>(
+            std::make_unique<dictionary::Variable>(variable->hostData())));
     window->columns.assign(window->variables.size(), {});
     window->sets = source.sets;
     window->weight = source.weight;
@@ -30,12 +31,15 @@ std::shared_ptr<dictionary::Dataset> emptyLike(dictionary::Dataset const& source
 
 }  // namespace
 
-RemoteIterator::RemoteIterator(RemoteTable const& table, std::shared_ptr<dictionary::Dataset const> source)
+RemoteIterator::RemoteIterator(RemoteTable const& table,
+                               std::shared_ptr<dictionary::Dataset const> source)
     : ProcDSIterator(emptyLike(*source)), table_(table), source_(std::move(source)) {}
 
 RemoteIterator::~RemoteIterator() = default;
 
-void RemoteIterator::attachCube(std::function<aggregation::CubePlan()> plan) { plan_ = std::move(plan); }
+void RemoteIterator::attachCube(std::function<aggregation::CubePlan()> plan) {
+    plan_ = std::move(plan);
+}
 
 int RemoteIterator::NextCase() {
     if (!fetched_) {
@@ -46,7 +50,9 @@ int RemoteIterator::NextCase() {
 }
 
 double RemoteIterator::groupCases(std::int64_t row) const {
-    return row >= 0 && static_cast<std::size_t>(row) < cases_.size() ? cases_[static_cast<std::size_t>(row)] : 0.0;
+    return row >= 0 && static_cast<std::size_t>(row) < cases_.size()
+               ? cases_[static_cast<std::size_t>(row)]
+               : 0.0;
 }
 
 aggregation::SlotPartial const* RemoteIterator::groupSlot(std::int64_t row, int variable) const {
@@ -58,11 +64,14 @@ aggregation::SlotPartial const* RemoteIterator::groupSlot(std::int64_t row, int 
 }
 
 double RemoteIterator::groupLimitCount(std::int64_t row, std::size_t statistic) const {
-    if (statistic >= limits_.size() || row < 0 || static_cast<std::size_t>(row) >= limits_[statistic].size()) return 0.0;
+    if (statistic >= limits_.size() || row < 0 ||
+        static_cast<std::size_t>(row) >= limits_[statistic].size())
+        return 0.0;
     return limits_[statistic][static_cast<std::size_t>(row)];
 }
 
-std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t rows, std::vector<int> const& fetched) {
+std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t rows,
+                                                                std::vector<int> const& fetched) {
     auto window = emptyLike(*source_);
     window->cases = rows;
     fetchedColumns_.assign(window->variables.size(), 0);
@@ -72,7 +81,8 @@ std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t row
         fetchedColumns_[i] = 1;
         auto const& variable = window->variables[i]->hostData();
         widest = std::max(widest, variable.width);
-        std::size_t const cells = static_cast<std::size_t>(dictionary::cellsPerValue(variable)) * static_cast<std::size_t>(rows);
+        std::size_t const cells = static_cast<std::size_t>(dictionary::cellsPerValue(variable)) *
+                                  static_cast<std::size_t>(rows);
         if (variable.width == 0) {
             window->columns[i].assign(cells, KWEL_Globals::sysmis());
         } else {
@@ -80,21 +90,28 @@ std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t row
             std::memset(window->columns[i].data(), ' ', cells * sizeof(OBS));
         }
     }
-    for (auto const& variable : window->variables) widest = std::max(widest, variable->hostData().width);
+    for (auto const& variable : window->variables)
+        widest = std::max(widest, variable->hostData().width);
     missingCells_.assign(static_cast<std::size_t>(ObsCellsForWidth(widest)), 0.0);
     std::memset(missingCells_.data(), ' ', missingCells_.size() * sizeof(OBS));
     return window;
 }
 
 OBS const* RemoteIterator::GetObsPointer(unsigned int index) const {
-    OBS const* cell = index < fetchedColumns_.size() && !fetchedColumns_[index] ? nullptr : ProcDSIterator::GetObsPointer(index);
-    if (cell != nullptr || index >= fetchedColumns_.size() || fetchedColumns_[index] || CurrentRow() < 0) return cell;
-    if (source_->variables[index]->hostData().width != 0) return missingCells_.data();
+    OBS const* cell = index < fetchedColumns_.size() && !fetchedColumns_[index]
+                          ? nullptr
+                          : ProcDSIterator::GetObsPointer(index);
+    if (cell != nullptr || index >= fetchedColumns_.size() || fetchedColumns_[index] ||
+        CurrentRow() < 0)
+        return cell;
+    if (source_->variables[index]->hostData().width != 0)
+        return missingCells_.data();
     static OBS const systemMissing = KWEL_Globals::sysmis();
     return &systemMissing;
 }
 
-void RemoteIterator::setCell(dictionary::Dataset& window, int variable, std::int64_t row, std::string_view field) const {
+void RemoteIterator::setCell(dictionary::Dataset& window, int variable, std::int64_t row,
+                             std::string_view field) const {
     auto const at = static_cast<std::size_t>(variable);
     auto const& record = window.variables[at]->hostData();
     auto const cells = static_cast<std::size_t>(dictionary::cellsPerValue(record));
@@ -104,7 +121,8 @@ void RemoteIterator::setCell(dictionary::Dataset& window, int variable, std::int
         *cell = value && !std::isnan(*value) ? *value : KWEL_Globals::sysmis();
         return;
     }
-    if (isNull(field)) return;  // stays blank
+    if (isNull(field))
+        return;  // stays blank
     std::string const text = unescape(field);
     std::memcpy(cell, text.data(), std::min(text.size(), static_cast<std::size_t>(record.width)));
 }
@@ -120,7 +138,8 @@ void RemoteIterator::fetch() {
     // A case limit counts cases in the order of the table, which groups cannot show: such a pass
     // reads its cases, as few as the limit allows.
     if (plan_ && !job.caseLimit) {
-        if (fetchGroups(plan_(), job)) summarised_ = true;
+        if (fetchGroups(plan_(), job))
+            summarised_ = true;
         return;
     }
     fetchCases(job);
@@ -134,16 +153,19 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
             shifts.push_back(0.0);
             continue;
         }
-        Answer const answer = table_.connection().query(shiftQuery(table_, *source_, slot.variable));
+        Answer const answer =
+            table_.connection().query(shiftQuery(table_, *source_, slot.variable));
         if (!answer.ok) {
             fail(answer.error);
             return false;
         }
         std::vector<std::string_view> fields;
         TsvReader reader(answer.body);
-        shifts.push_back(reader.next(fields) && !fields.empty() ? number(fields[0]).value_or(0.0) : 0.0);
+        shifts.push_back(reader.next(fields) && !fields.empty() ? number(fields[0]).value_or(0.0)
+                                                                : 0.0);
     }
-    Answer const answer = table_.connection().query(groupQuery(table_, *source_, plan, spec, shifts));
+    Answer const answer =
+        table_.connection().query(groupQuery(table_, *source_, plan, spec, shifts));
     if (!answer.ok) {
         fail(answer.error);
         return false;
@@ -153,9 +175,12 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
     auto window = makeWindow(rows, spec.keys);
     cases_.assign(static_cast<std::size_t>(rows), 0.0);
     slots_.clear();
-    for (auto const& slot : spec.slots) slots_.emplace_back(slot.variable, std::vector<aggregation::SlotPartial>(static_cast<std::size_t>(rows)));
+    for (auto const& slot : spec.slots)
+        slots_.emplace_back(slot.variable,
+                            std::vector<aggregation::SlotPartial>(static_cast<std::size_t>(rows)));
     limits_.assign(plan.statistics.size(), {});
-    for (std::size_t i : spec.limitStatistics) limits_[i].assign(static_cast<std::size_t>(rows), 0.0);
+    for (std::size_t i : spec.limitStatistics)
+        limits_[i].assign(static_cast<std::size_t>(rows), 0.0);
 
     std::size_t expected = spec.keys.size() + 1 + spec.limitStatistics.size();
     for (auto const& slot : spec.slots) expected += slot.keepValues ? 7 : 6;
@@ -163,7 +188,8 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
     std::vector<std::string_view> fields;
     for (std::int64_t row = 0; row < rows && reader.next(fields); ++row) {
         if (fields.size() != expected) {
-            fail("an answer row has " + std::to_string(fields.size()) + " fields instead of " + std::to_string(expected));
+            fail("an answer row has " + std::to_string(fields.size()) + " fields instead of " +
+                 std::to_string(expected));
             return false;
         }
         auto const r = static_cast<std::size_t>(row);
@@ -184,7 +210,8 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
                 return false;
             }
         }
-        for (std::size_t i : spec.limitStatistics) limits_[i][r] = number(fields[f++]).value_or(0.0);
+        for (std::size_t i : spec.limitStatistics)
+            limits_[i][r] = number(fields[f++]).value_or(0.0);
     }
     rebind(window);
     return true;
@@ -193,7 +220,8 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
 bool RemoteIterator::fetchCases(JobColumns const& job) {
     // The limit is safe on the server only where every case read counts towards it.
     std::optional<std::int64_t> limit;
-    if (job.caseLimit && job.filtered.empty() && source_->split.empty()) limit = *job.caseLimit + 1;
+    if (job.caseLimit && job.filtered.empty() && source_->split.empty())
+        limit = *job.caseLimit + 1;
     Answer const answer = table_.connection().query(caseQuery(table_, job.used, limit));
     if (!answer.ok) {
         fail(answer.error);
@@ -205,7 +233,8 @@ bool RemoteIterator::fetchCases(JobColumns const& job) {
     TsvReader reader(answer.body);
     std::vector<std::string_view> fields;
     for (std::int64_t row = 0; row < rows && reader.next(fields); ++row) {
-        for (std::size_t i = 0; i < job.used.size() && i < fields.size(); ++i) setCell(*window, job.used[i], row, fields[i]);
+        for (std::size_t i = 0; i < job.used.size() && i < fields.size(); ++i)
+            setCell(*window, job.used[i], row, fields[i]);
     }
     rebind(window);
     return true;

@@ -43,8 +43,10 @@ private:
     bool fetchCases(JobColumns const& job);
     // An empty copy of the source's dictionary with room for `rows` cases in the listed columns;
     // the others stay empty.
-    std::shared_ptr<dictionary::Dataset> makeWindow(std::int64_t rows, std::vector<int> const& fetched);
-    void setCell(dictionary::Dataset& window, int variable, std::int64_t row, std::string_view field) const;
+    std::shared_ptr<dictionary::Dataset> makeWindow(std::int64_t rows,
+                                                    std::vector<int> const& fetched);
+    void setCell(dictionary::Dataset& window, int variable, std::int64_t row,
+                 std::string_view field) const;
     void fail(std::string const& what);
 
     RemoteTable const& table_;
@@ -56,7 +58,8 @@ private:
     std::vector<std::pair<int, std::vector<aggregation::SlotPartial>>> slots_;
     std::vector<std::vector<double>> limits_;  // per statistic, per row; empty for the others
     std::vector<char> fetchedColumns_;
-    std::vector<OBS> missingCells_;  // a system-missing number, or blanks as wide as the widest string
+    std::vector<OBS>
+        missingCells_;  // a system-missing number, or blanks as wide as the widest string
 };
 
 }  // namespace host::clickhouse

@@ -19,11 +19,13 @@ using dictionary::LoadResult;
 
 std::string unwrap(std::string type, std::string const& wrapper) {
     std::string const prefix = wrapper + "(";
-    if (type.rfind(prefix, 0) == 0 && type.back() == ')') return type.substr(prefix.size(), type.size() - prefix.size() - 1);
+    if (type.rfind(prefix, 0) == 0 && type.back() == ')')
+        return type.substr(prefix.size(), type.size() - prefix.size() - 1);
     return type;
 }
 
-LoadResult failure(std::string const& address, std::string text, std::vector<Diagnostic> messages = {}) {
+LoadResult failure(std::string const& address, std::string text,
+                   std::vector<Diagnostic> messages = {}) {
     LoadResult result;
     result.dataset = std::make_shared<dictionary::Dataset>();
     result.dataset->path = address;
@@ -40,7 +42,8 @@ LoadResult failure(std::string const& address, std::string text, std::vector<Dia
 std::string csvField(std::string const& text) {
     std::string quoted = "\"";
     for (char c : text) {
-        if (c == '"') quoted += '"';
+        if (c == '"')
+            quoted += '"';
         quoted += c;
     }
     return quoted + "\"";
@@ -56,22 +59,28 @@ struct ServerColumn {
 
 // The widths of the string columns: FixedString gives its own, the dictionary may declare one,
 // the others are as wide as their longest value.
-bool measureWidths(Connection const& connection, std::vector<ServerColumn>& columns, std::string& error) {
+bool measureWidths(Connection const& connection, std::vector<ServerColumn>& columns,
+                   std::string& error) {
     std::string select;
     std::vector<ServerColumn*> measured;
     for (ServerColumn& column : columns) {
-        if (column.kind != ColumnKind::String) continue;
+        if (column.kind != ColumnKind::String)
+            continue;
         std::string const inner = unwrap(unwrap(column.type, "Nullable"), "LowCardinality");
         if (inner.rfind("FixedString(", 0) == 0) {
             column.width = std::atoi(inner.c_str() + 12);
             continue;
         }
-        if (column.width > 0) continue;
-        select += (select.empty() ? "" : ", ") + std::string("max(length(toString(") + quoteName(column.name) + ")))";
+        if (column.width > 0)
+            continue;
+        select += (select.empty() ? "" : ", ") + std::string("max(length(toString(") +
+                  quoteName(column.name) + ")))";
         measured.push_back(&column);
     }
-    if (measured.empty()) return true;
-    Answer const answer = connection.query("SELECT " + select + " FROM " + connection.qualifiedTable() + " FORMAT TabSeparated");
+    if (measured.empty())
+        return true;
+    Answer const answer = connection.query("SELECT " + select + " FROM " +
+                                           connection.qualifiedTable() + " FORMAT TabSeparated");
     if (!answer.ok) {
         error = answer.error;
         return false;
@@ -90,12 +99,14 @@ bool measureWidths(Connection const& connection, std::vector<ServerColumn>& colu
 
 ColumnKind columnKind(std::string const& type) {
     std::string const inner = unwrap(unwrap(type, "Nullable"), "LowCardinality");
-    static char const* const numbers[] = {"Int8", "Int16", "Int32", "Int64", "UInt8", "UInt16", "UInt32",
-                                          "UInt64", "Float32", "Float64"};
+    static char const* const numbers[] = {"Int8",   "Int16",  "Int32",  "Int64",   "UInt8",
+                                          "UInt16", "UInt32", "UInt64", "Float32", "Float64"};
     for (char const* name : numbers) {
-        if (inner == name) return ColumnKind::Number;
+        if (inner == name)
+            return ColumnKind::Number;
     }
-    if (inner.rfind("Decimal", 0) == 0) return ColumnKind::Number;
+    if (inner.rfind("Decimal", 0) == 0)
+        return ColumnKind::Number;
     if (inner == "String" || inner.rfind("FixedString(", 0) == 0 || inner.rfind("Enum8(", 0) == 0 ||
         inner.rfind("Enum16(", 0) == 0)
         return ColumnKind::String;
@@ -104,41 +115,54 @@ ColumnKind columnKind(std::string const& type) {
 
 RemoteColumn remoteColumn(std::string const& name, std::string const& type) {
     std::string const inner = unwrap(unwrap(type, "LowCardinality"), "Nullable");
-    return {name, columnKind(type) == ColumnKind::Number, type.find("Nullable(") != std::string::npos,
-            inner == "Float32" || inner == "Float64", inner == "Float64"};
+    return {name, columnKind(type) == ColumnKind::Number,
+            type.find("Nullable(") != std::string::npos, inner == "Float32" || inner == "Float64",
+            inner == "Float64"};
 }
 
-RemoteTable::RemoteTable(Connection connection, std::vector<RemoteColumn> columns, std::int64_t rows)
+RemoteTable::RemoteTable(Connection connection, std::vector<RemoteColumn> columns,
+                         std::int64_t rows)
     : connection_(std::move(connection)), columns_(std::move(columns)), rows_(rows) {}
 
-KWEL_InputCaseIterator* RemoteTable::createIterator(std::shared_ptr<dictionary::Dataset const> dataset) {
+KWEL_InputCaseIterator* RemoteTable::createIterator(
+    std::shared_ptr<dictionary::Dataset const> dataset) {
     return new RemoteIterator(*this, std::move(dataset));
 }
 
-std::string RemoteTable::where() const { return connection_.address().text; }
+std::string RemoteTable::where() const {
+    return connection_.address().text;
+}
 
 LoadResult openTable(std::string const& text, std::string const& dictionaryPath) {
     std::string error;
     std::optional<Address> address = parseAddress(text, error);
-    if (!address) return failure(text, error);
+    if (!address)
+        return failure(text, error);
     Credentials credentials = credentialsFromEnvironment(error);
-    if (!error.empty()) return failure(text, error);
+    if (!error.empty())
+        return failure(text, error);
     Connection connection(*address, std::move(credentials));
 
-    Answer const count = connection.query("SELECT count() FROM " + connection.qualifiedTable() + " FORMAT TabSeparated");
-    if (!count.ok) return failure(text, count.error);
-    Answer const described = connection.query(
-        "SELECT name, type, comment FROM system.columns WHERE database = " + quoteText(address->database) +
-        " AND table = " + quoteText(address->table) + " FORMAT TabSeparated");
-    if (!described.ok) return failure(text, described.error);
+    Answer const count = connection.query("SELECT count() FROM " + connection.qualifiedTable() +
+                                          " FORMAT TabSeparated");
+    if (!count.ok)
+        return failure(text, count.error);
+    Answer const described =
+        connection.query("SELECT name, type, comment FROM system.columns WHERE database = " +
+                         quoteText(address->database) +
+                         " AND table = " + quoteText(address->table) + " FORMAT TabSeparated");
+    if (!described.ok)
+        return failure(text, described.error);
 
     std::vector<Diagnostic> messages;
     std::vector<ServerColumn> columns;
     TsvReader reader(described.body);
     std::vector<std::string_view> fields;
     while (reader.next(fields)) {
-        if (fields.size() < 3) continue;
-        ServerColumn column{unescape(fields[0]), unescape(fields[1]), unescape(fields[2]), ColumnKind::Number};
+        if (fields.size() < 3)
+            continue;
+        ServerColumn column{unescape(fields[0]), unescape(fields[1]), unescape(fields[2]),
+                            ColumnKind::Number};
         column.kind = columnKind(column.type);
         if (column.kind == ColumnKind::Unsupported) {
             Diagnostic d;
@@ -151,21 +175,27 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
         }
         columns.push_back(std::move(column));
     }
-    if (columns.empty()) return failure(text, "the table has no column that can be read", std::move(messages));
+    if (columns.empty())
+        return failure(text, "the table has no column that can be read", std::move(messages));
     // The dictionary: the file's, completed by what the server says of each column.
     dictionary::Dictionary dict;
     if (!dictionaryPath.empty()) {
-        std::optional<dictionary::Dictionary> read = dictionary::readDictionary(dictionaryPath, messages);
-        if (!read) return failure(text, "the dictionary " + dictionaryPath + " cannot be used", std::move(messages));
+        std::optional<dictionary::Dictionary> read =
+            dictionary::readDictionary(dictionaryPath, messages);
+        if (!read)
+            return failure(text, "the dictionary " + dictionaryPath + " cannot be used",
+                           std::move(messages));
         dict = std::move(*read);
     }
     // A width the dictionary declares spares the server a scan of the column.
     for (ServerColumn& column : columns) {
         for (auto const& field : dict.fields) {
-            if (field.name == column.name && field.width > 0) column.width = field.width;
+            if (field.name == column.name && field.width > 0)
+                column.width = field.width;
         }
     }
-    if (!measureWidths(connection, columns, error)) return failure(text, error, std::move(messages));
+    if (!measureWidths(connection, columns, error))
+        return failure(text, error, std::move(messages));
     std::string header;
     for (ServerColumn const& column : columns) {
         auto field = std::find_if(dict.fields.begin(), dict.fields.end(),
@@ -175,21 +205,28 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
             field = std::prev(dict.fields.end());
             field->name = column.name;
         }
-        bool const declaredString = field->type == "string" || (field->type.empty() && field->formatType == FMT_A);
+        bool const declaredString =
+            field->type == "string" || (field->type.empty() && field->formatType == FMT_A);
         if (column.kind == ColumnKind::Number && declaredString) {
-            messages.push_back({Diagnostic::Warning, dict.file, field->place.line, field->place.column,
-                                "field \"" + column.name + "\" is declared a string, but the column holds numbers; "
-                                "it is read as a number"});
+            messages.push_back({Diagnostic::Warning, dict.file, field->place.line,
+                                field->place.column,
+                                "field \"" + column.name +
+                                    "\" is declared a string, but the column holds numbers; "
+                                    "it is read as a number"});
         }
-        field->type = column.kind == ColumnKind::Number ? (field->type == "integer" ? "integer" : "number") : "string";
-        if (column.kind == ColumnKind::String) field->width = std::max(field->width, column.width);
-        if (!field->title && !column.comment.empty()) field->title = column.comment;
+        field->type = column.kind == ColumnKind::Number
+                          ? (field->type == "integer" ? "integer" : "number")
+                          : "string";
+        if (column.kind == ColumnKind::String)
+            field->width = std::max(field->width, column.width);
+        if (!field->title && !column.comment.empty())
+            field->title = column.comment;
         header += (header.empty() ? "" : ",") + csvField(column.name);
     }
 
     // The CSV loader applies a dictionary to columns; here it sees the header alone.
-    std::filesystem::path const scratch =
-        std::filesystem::temp_directory_path() / ("ggraph-table-" + std::to_string(::getpid()) + ".csv");
+    std::filesystem::path const scratch = std::filesystem::temp_directory_path() /
+                                          ("ggraph-table-" + std::to_string(::getpid()) + ".csv");
     {
         std::ofstream out(scratch);
         out << header << "\n";
@@ -198,21 +235,26 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
     std::error_code ignored;
     std::filesystem::remove(scratch, ignored);
     for (Diagnostic& message : result.messages) {
-        if (message.file == scratch.string()) message.file = text;
+        if (message.file == scratch.string())
+            message.file = text;
         for (std::size_t at; (at = message.text.find(scratch.string())) != std::string::npos;)
             message.text.replace(at, scratch.string().size(), text);
     }
     messages.insert(messages.end(), result.messages.begin(), result.messages.end());
     result.messages = std::move(messages);
-    if (!result.dataset || result.dataset->fatal) return failure(text, "the table's dictionary cannot be built", std::move(result.messages));
+    if (!result.dataset || result.dataset->fatal)
+        return failure(text, "the table's dictionary cannot be built", std::move(result.messages));
 
     std::vector<RemoteColumn> remote;
-    for (ServerColumn const& column : columns) remote.push_back(remoteColumn(column.name, column.type));
+    for (ServerColumn const& column : columns)
+        remote.push_back(remoteColumn(column.name, column.type));
     result.dataset->path = text;
     result.dataset->columns.assign(result.dataset->variables.size(), {});
     result.dataset->cases = 0;
-    std::int64_t const rows = static_cast<std::int64_t>(number(TsvReader(count.body).next(fields) ? fields[0] : "0").value_or(0.0));
-    result.dataset->remote = std::make_shared<RemoteTable>(std::move(connection), std::move(remote), rows);
+    std::int64_t const rows = static_cast<std::int64_t>(
+        number(TsvReader(count.body).next(fields) ? fields[0] : "0").value_or(0.0));
+    result.dataset->remote =
+        std::make_shared<RemoteTable>(std::move(connection), std::move(remote), rows);
     return result;
 }
 

@@ -16,15 +16,16 @@ namespace host::clickhouse {
 struct RemoteColumn {
     std::string name;  // as the server names it
     bool numeric = true;
-    bool nullable = true;  // may hold NULL
-    bool floating = true;  // may hold NaN
+    bool nullable = true;   // may hold NULL
+    bool floating = true;   // may hold NaN
     bool isDouble = false;  // already a Float64
 };
 
 class RemoteTable : public dictionary::RemoteSource {
 public:
     RemoteTable(Connection connection, std::vector<RemoteColumn> columns, std::int64_t rows);
-    KWEL_InputCaseIterator* createIterator(std::shared_ptr<dictionary::Dataset const> dataset) override;
+    KWEL_InputCaseIterator* createIterator(
+        std::shared_ptr<dictionary::Dataset const> dataset) override;
     std::string where() const override;
     std::int64_t caseCount() const override { return rows_; }
 

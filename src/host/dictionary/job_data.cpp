@@ -19,8 +19,10 @@ Diagnostic error(std::string text) {
 }  // namespace
 
 LoadResult loadSource(std::string const& path, std::string const& dictionaryPath) {
-    if (clickhouse::isAddress(path)) return clickhouse::openTable(path, dictionaryPath);
-    if (dictionaryPath.empty()) return loadDataset(path);
+    if (clickhouse::isAddress(path))
+        return clickhouse::openTable(path, dictionaryPath);
+    if (dictionaryPath.empty())
+        return loadDataset(path);
     std::vector<Diagnostic> messages;
     std::optional<Dictionary> dictionary = readDictionary(dictionaryPath, messages);
     LoadResult load = loadCsv(path, dictionary ? &*dictionary : nullptr);
@@ -42,8 +44,10 @@ JobDataResult loadJobData(std::string const& dataPath, std::vector<std::string> 
     auto dictionaryFor = [&](std::string const& name) {
         for (auto const& entry : dictionaries) {
             auto const equals = entry.find('=');
-            if (name.empty() && equals == std::string::npos) return entry;
-            if (!name.empty() && equals != std::string::npos && equalsNoCase(entry.substr(0, equals), name))
+            if (name.empty() && equals == std::string::npos)
+                return entry;
+            if (!name.empty() && equals != std::string::npos &&
+                equalsNoCase(entry.substr(0, equals), name))
                 return entry.substr(equals + 1);
         }
         return std::string();

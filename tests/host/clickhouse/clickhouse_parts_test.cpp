@@ -33,8 +33,9 @@ TEST(ClickHouseAddress, ReadsHostPortDatabaseAndTableAndRefusesTheRest) {
     EXPECT_EQ(shortForm->port, 8123);
     EXPECT_EQ(shortForm->database, "default");
 
-    for (char const* bad : {"clickhouse://host:80x/db.t", "clickhouse://host:0/db.t", "clickhouse://host:8123/",
-                            "clickhouse:///db.t", "clickhouse://host:8123/db."}) {
+    for (char const* bad :
+         {"clickhouse://host:80x/db.t", "clickhouse://host:0/db.t", "clickhouse://host:8123/",
+          "clickhouse:///db.t", "clickhouse://host:8123/db."}) {
         error.clear();
         EXPECT_FALSE(hc::parseAddress(bad, error)) << bad;
         EXPECT_NE(error.find(bad), std::string::npos) << error;
@@ -103,7 +104,8 @@ TEST(ClickHouseTypes, NumbersStringsAndTheRest) {
 class ClickHouseColumns : public ::testing::Test {
 protected:
     void SetUp() override {
-        auto loaded = host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/clickhouse/data/survey.csv");
+        auto loaded =
+            host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/clickhouse/data/survey.csv");
         ASSERT_TRUE(loaded.ok());
         dataset_ = loaded.dataset;
     }
@@ -112,15 +114,17 @@ protected:
     }
     std::vector<std::string> names(std::vector<int> const& indices) {
         std::vector<std::string> list;
-        for (int index : indices) list.push_back(dataset_->variables[static_cast<std::size_t>(index)]->hostData().name);
+        for (int index : indices)
+            list.push_back(dataset_->variables[static_cast<std::size_t>(index)]->hostData().name);
         return list;
     }
     std::shared_ptr<host::dictionary::Dataset> dataset_;
 };
 
 TEST_F(ClickHouseColumns, AreTheVariablesTheCommandNames) {
-    auto plain = columns("/GRAPHDATASET NAME=\"g\" VARIABLES=cat MEAN(x) DATAFILTER=region(VALUES=\"north\") "
-                         "CASELIMIT=50 /GRAPHSPEC SOURCE=INLINE");
+    auto plain = columns(
+        "/GRAPHDATASET NAME=\"g\" VARIABLES=cat MEAN(x) DATAFILTER=region(VALUES=\"north\") "
+        "CASELIMIT=50 /GRAPHSPEC SOURCE=INLINE");
     EXPECT_EQ(names(plain.used), (std::vector<std::string>{"cat", "region", "x"}));
     EXPECT_EQ(names(plain.filtered), (std::vector<std::string>{"region"}));
     EXPECT_EQ(plain.caseLimit, 50);
@@ -129,7 +133,8 @@ TEST_F(ClickHouseColumns, AreTheVariablesTheCommandNames) {
     dataset_->split = {1};
     dataset_->weight = 7;
     auto ranged = columns("/GRAPHDATASET VARIABLES=sex TO x $owns COUNT()");
-    EXPECT_EQ(names(ranged.used), (std::vector<std::string>{"grp", "sex", "region", "x", "w", "d1", "d2"}));
+    EXPECT_EQ(names(ranged.used),
+              (std::vector<std::string>{"grp", "sex", "region", "x", "w", "d1", "d2"}));
     EXPECT_TRUE(ranged.filtered.empty());
     EXPECT_FALSE(ranged.caseLimit);
     EXPECT_EQ(columns("/GRAPHDATASET VARIABLES=ALL").used.size(), dataset_->variables.size());
@@ -146,7 +151,8 @@ TEST_F(ClickHouseColumns, ScreenMissingValuesAsTheDictionaryDefinesThem) {
     EXPECT_NE(test.find("NOT IN (toFloat64(999))"), std::string::npos) << test;
     EXPECT_NE(test.find(">= toFloat64(-99) AND"), std::string::npos) << test;
     // A column that can hold neither NULL nor NaN, without missing values, needs no test.
-    EXPECT_EQ(hc::validExpression(hc::remoteColumn("k", "Int32"), host::dictionary::Variable{}), "1");
+    EXPECT_EQ(hc::validExpression(hc::remoteColumn("k", "Int32"), host::dictionary::Variable{}),
+              "1");
     EXPECT_EQ(hc::validExpression(hc::remoteColumn("v", "Float64"), host::dictionary::Variable{}),
               "(NOT isNaN(`v`))");
 
@@ -159,7 +165,8 @@ TEST_F(ClickHouseColumns, ScreenMissingValuesAsTheDictionaryDefinesThem) {
     above.SetVarIndex(6);
     AggregationStatistic ofText(TableEncryptionCodes::STAT_MEAN);
     ofText.SetVarIndex(3);
-    plan.statistics = {AggregationStatistic(TableEncryptionCodes::STAT_COUNT), median, above, ofText};
+    plan.statistics = {AggregationStatistic(TableEncryptionCodes::STAT_COUNT), median, above,
+                       ofText};
     dataset_->split = {1};
     hc::JobColumns job;
     job.filtered = {4};
@@ -172,7 +179,8 @@ TEST_F(ClickHouseColumns, ScreenMissingValuesAsTheDictionaryDefinesThem) {
 }
 
 TEST(ClickHouseOpen, ABadAddressOrServerGivesAFatalDatasetAndAnError) {
-    for (std::string const& address : {"clickhouse://host:nope/db.t", "clickhouse://127.0.0.1:1/db.t"}) {
+    for (std::string const& address :
+         {"clickhouse://host:nope/db.t", "clickhouse://127.0.0.1:1/db.t"}) {
         auto result = host::dictionary::loadSource(address, "");
         EXPECT_FALSE(result.ok());
         ASSERT_FALSE(result.messages.empty());
