@@ -248,6 +248,15 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
     std::vector<RemoteColumn> remote;
     for (ServerColumn const& column : columns)
         remote.push_back(remoteColumn(column.name, column.type));
+    // With no rows to look at, a fractional column gets two decimals unless the dictionary says.
+    for (std::size_t i = 0; i < columns.size() && i < result.dataset->variables.size(); ++i) {
+        std::string const inner = unwrap(unwrap(columns[i].type, "LowCardinality"), "Nullable");
+        bool const fractional = inner.rfind("Float", 0) == 0 || inner.rfind("Decimal", 0) == 0;
+        auto const field = std::find_if(dict.fields.begin(), dict.fields.end(),
+                                        [&](auto const& f) { return f.name == columns[i].name; });
+        if (fractional && (field == dict.fields.end() || (field->formatType == 0 && field->type != "integer")))
+            result.dataset->variables[i]->hostData().format = KwelFormatPack(FMT_F, 8, 2);
+    }
     result.dataset->path = text;
     result.dataset->columns.assign(result.dataset->variables.size(), {});
     result.dataset->cases = 0;
