@@ -168,7 +168,7 @@ TEST_F(ClickHouseJobs, EveryStatisticGivesTheCellsOfTheInProcessCube) {
 
 TEST_F(ClickHouseJobs, WeightsSplitsFiltersAndSetsGiveTheSameCells) {
     expectSameCells(job("region COUNT() MEAN(x) MEDIAN(y)", "region", "COUNT",
-                        "SPLIT FILE BY grp.\nWEIGHT BY w.\n"));
+                        "SPLIT FILE BY grp.\nWEIGHT BY w.\nMISSING VALUES y (0).\n"));
     expectSameCells(
         job("cat region COUNT() MEAN(x) PTILE(y, 75) DATAFILTER=region(VALUES=\"north\" \"east\")",
             "cat", "COUNT"));
