@@ -98,12 +98,11 @@ std::shared_ptr<dictionary::Dataset> RemoteIterator::makeWindow(std::int64_t row
 }
 
 OBS const* RemoteIterator::GetObsPointer(unsigned int index) const {
-    OBS const* cell = index < fetchedColumns_.size() && !fetchedColumns_[index]
-                          ? nullptr
-                          : ProcDSIterator::GetObsPointer(index);
-    if (cell != nullptr || index >= fetchedColumns_.size() || fetchedColumns_[index] ||
-        CurrentRow() < 0)
-        return cell;
+    bool const unfetched = index < fetchedColumns_.size() && !fetchedColumns_[index];
+    if (!unfetched)
+        return ProcDSIterator::GetObsPointer(index);
+    if (CurrentRow() < 0)
+        return nullptr;
     if (source_->variables[index]->hostData().width != 0)
         return missingCells_.data();
     static OBS const systemMissing = KWEL_Globals::sysmis();
