@@ -78,6 +78,7 @@ GroupSpec groupSpec(aggregation::CubePlan const& plan, dictionary::Dataset const
                     JobColumns const& job) {
     GroupSpec spec;
     spec.listwise = !plan.variablewise;
+    spec.screenEarly = dataset.split.empty() && job.filtered.empty();
     auto key = [&](int index) {
         if (index >= 0 && static_cast<std::size_t>(index) < dataset.variables.size() &&
             std::find(spec.keys.begin(), spec.keys.end(), index) == spec.keys.end())
@@ -169,6 +170,13 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
     }
     if (all.empty())
         all = "1";
+    // Where no split group or filter value can vanish with the screened cases, the server drops
+    // them before grouping, which is cheaper than testing each aggregate's values.
+    std::string where;
+    if (spec.listwise && spec.screenEarly && all != "1") {
+        where = all;
+        all = "1";
+    }
     std::vector<std::string> parts;
     std::string keys;
     // Grouped by the columns as they are, which keeps the server's narrow keys.
@@ -202,6 +210,8 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
     std::string sql = "SELECT ";
     for (std::size_t i = 0; i < parts.size(); ++i) sql += (i ? ", " : "") + parts[i];
     sql += " FROM " + table.connection().qualifiedTable();
+    if (!where.empty())
+        sql += " WHERE " + where;
     if (!keys.empty())
         sql += " GROUP BY " + keys;
     if (!dataset.split.empty()) {

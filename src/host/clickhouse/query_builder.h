@@ -24,6 +24,9 @@ struct GroupSpec {
     std::vector<Slot> slots;
     std::vector<std::size_t> limitStatistics;  // positions in the plan's statistics
     bool listwise = true;
+    // Listwise, the cases missing a summary variable may be left out before grouping: no split
+    // group and no filter value depends on them.
+    bool screenEarly = false;
 };
 
 // The groups a cube needs: the keys are the split variables, every variable of the break
