@@ -14,7 +14,9 @@
 
 #include "host/clickhouse/connection.h"
 #include "host/dictionary/job_data.h"
+#include "host/dictionary/loader.h"
 #include "host/dictionary/registry.h"
+#include "host/dictionary/remote_source.h"
 #include "host/output/writers.h"
 #include "host/runner/job_runner.h"
 
@@ -261,6 +263,23 @@ TEST_F(ClickHouseJobs, FailuresAreReportedAndCostNothingElse) {
     unsetenv("GGRAPH_CLICKHOUSE_USER");
     ASSERT_FALSE(stranger.errors.empty());
     EXPECT_NE(stranger.errors[0].find("nobody"), std::string::npos) << stranger.errors[0];
+}
+
+TEST_F(ClickHouseJobs, ATableWithoutDictionaryGivesOneFromItsColumns) {
+    auto loaded = host::dictionary::loadSource(table("odd"), "");
+    ASSERT_TRUE(loaded.ok());
+    auto const& variables = loaded.dataset->variables;
+    ASSERT_EQ(variables.size(), 3u);  // the array column is left out
+    auto const& k = variables[0]->hostData();
+    auto const& e = variables[1]->hostData();
+    auto const& v = variables[2]->hostData();
+    EXPECT_EQ(k.name, "k");
+    EXPECT_EQ(k.width, 0);
+    EXPECT_EQ(e.name, "e");
+    EXPECT_EQ(e.width, 6);  // the longest name of the enumeration
+    EXPECT_EQ(v.label, "Value");
+    EXPECT_EQ(v.format, KwelFormatPack(FMT_F, 8, 2));
+    EXPECT_EQ(loaded.dataset->remote->caseCount(), 3);
 }
 
 TEST_F(ClickHouseJobs, SlowQueriesEndAtTheTimeLimit) {

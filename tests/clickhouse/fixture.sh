@@ -33,9 +33,9 @@ case "$1" in
     # A table with a column that cannot be read, beside ones that can.
     port=$(cat "$dir/single/shard1/http_port")
     curl -sS --fail-with-body "http://127.0.0.1:$port/" --data-binary \
-      "CREATE TABLE default.odd (k Int32, tags Array(String), v Float64) ENGINE = MergeTree ORDER BY tuple()" || exit 1
+      "CREATE TABLE default.odd (k Int32, tags Array(String), e Enum8('low' = 1, 'medium' = 2), v Float64 COMMENT 'Value') ENGINE = MergeTree ORDER BY tuple()" || exit 1
     curl -sS --fail-with-body "http://127.0.0.1:$port/" --data-binary \
-      "INSERT INTO default.odd VALUES (1, ['a'], 2.5), (2, [], 4), (1, ['b'], 3.5)" || exit 1
+      "INSERT INTO default.odd VALUES (1, ['a'], 'low', 2.5), (2, [], 'medium', 4), (1, ['b'], 'low', 3.5)" || exit 1
     ;;
   stop)
     "$script" stop --dir "$dir/single" >/dev/null 2>&1 &

@@ -57,6 +57,26 @@ struct ServerColumn {
     int width = 0;
 };
 
+// The longest name of an Enum8('a' = 1, 'bc' = 2) type.
+int longestEnumName(std::string const& type) {
+    int longest = 1, length = 0;
+    bool quoted = false;
+    for (std::size_t i = 0; i < type.size(); ++i) {
+        if (quoted && type[i] == '\\') {
+            ++i;
+            ++length;
+        } else if (type[i] == '\'') {
+            if (quoted)
+                longest = std::max(longest, length);
+            quoted = !quoted;
+            length = 0;
+        } else if (quoted) {
+            ++length;
+        }
+    }
+    return longest;
+}
+
 // The widths of the string columns: FixedString gives its own, the dictionary may declare one,
 // the others are as wide as their longest value.
 bool measureWidths(Connection const& connection, std::vector<ServerColumn>& columns,
@@ -69,6 +89,10 @@ bool measureWidths(Connection const& connection, std::vector<ServerColumn>& colu
         std::string const inner = unwrap(unwrap(column.type, "Nullable"), "LowCardinality");
         if (inner.rfind("FixedString(", 0) == 0) {
             column.width = std::atoi(inner.c_str() + 12);
+            continue;
+        }
+        if (inner.rfind("Enum", 0) == 0) {
+            column.width = std::max(column.width, longestEnumName(inner));
             continue;
         }
         if (column.width > 0)
@@ -254,7 +278,8 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
         bool const fractional = inner.rfind("Float", 0) == 0 || inner.rfind("Decimal", 0) == 0;
         auto const field = std::find_if(dict.fields.begin(), dict.fields.end(),
                                         [&](auto const& f) { return f.name == columns[i].name; });
-        if (fractional && (field == dict.fields.end() || (field->formatType == 0 && field->type != "integer")))
+        if (fractional &&
+            (field == dict.fields.end() || (field->formatType == 0 && field->type != "integer")))
             result.dataset->variables[i]->hostData().format = KwelFormatPack(FMT_F, 8, 2);
     }
     result.dataset->path = text;
