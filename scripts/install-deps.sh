@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the demo need, but only those missing.
-# Usage: scripts/install-deps.sh [--bench] [--browser] [--pdf] [--fuzz]
+# Usage: scripts/install-deps.sh [--bench] [--browser] [--pdf] [--fuzz] [--clickhouse]
 set -euo pipefail
 
 packages=(
@@ -9,6 +9,7 @@ packages=(
   libpugixml-dev nlohmann-json3-dev libboost-math-dev
   libfast-float-dev libutfcpp-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libcurl4-openssl-dev curl
 )
 for arg in "$@"; do
   case "$arg" in
@@ -16,6 +17,7 @@ for arg in "$@"; do
     --browser) packages+=(chromium) ;;
     --pdf) packages+=(poppler-utils) ;;
     --fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    --clickhouse) packages+=(clickhouse-server clickhouse-client) ;;
   esac
 done
 

@@ -53,10 +53,13 @@ int main(int argc, char** argv) {
     CLI::App* runCommand = app.add_subcommand("run", "Run a job file and write its report");
     runCommand->add_option("job", run.jobPath, "The job file (commands, with GPL blocks)")->required();
     runCommand->add_option("--data,-d", run.dataPath,
-                           "The active dataset: a CSV file (FILE.json beside it is its dictionary) "
-                           "or a dictionary JSON whose \"path\" names the CSV");
+                           "The active dataset: a CSV file (FILE.json beside it is its dictionary), "
+                           "a dictionary JSON whose \"path\" names the CSV, or a table on a server, "
+                           "clickhouse://HOST:PORT/DB.TABLE");
     runCommand->add_option("--dataset", run.datasets,
                            "A named dataset, NAME=FILE, that DATASET=NAME reaches (repeatable)");
+    runCommand->add_option("--dict", run.dictionaries,
+                           "A dictionary JSON: FILE for --data, NAME=FILE for a --dataset (repeatable)");
     runCommand->add_option("--out,-o", run.outDir,
                            "Folder for report.html, output.json and charts/ "
                            "(default: <job folder>/<job name>_output)");
@@ -87,7 +90,10 @@ int main(int argc, char** argv) {
     std::string describeData;
     bool describeJson = false;
     CLI::App* describe = app.add_subcommand("describe", "Print the dictionary of a dataset");
-    describe->add_option("--data,-d", describeData, "A CSV file or a dictionary JSON")->required();
+    std::string describeDict;
+    describe->add_option("--data,-d", describeData, "A CSV file, a dictionary JSON or clickhouse://HOST:PORT/DB.TABLE")
+        ->required();
+    describe->add_option("--dict", describeDict, "The dataset's dictionary JSON");
     describe->add_flag("--json", describeJson, "Print it as JSON");
 
     std::string gplFile;
@@ -124,7 +130,7 @@ int main(int argc, char** argv) {
         }
         return status;
     }
-    if (describe->parsed()) return host::dictionary::runDescribe(describeData, describeJson, std::cout, std::cerr);
+    if (describe->parsed()) return host::dictionary::runDescribe(describeData, describeJson, std::cout, std::cerr, describeDict);
     if (gpl2xml->parsed()) {
         std::string gpl;
         if (!readInput(gplFile, gpl)) return host::runner::kExitCannotRun;

@@ -76,6 +76,10 @@ public:
     std::shared_ptr<KWEL_DataSource::Data const> const& hostData() const { return data_; }
     std::int64_t CurrentRow() const;
 
+protected:
+    // Starts over on other data: for an iterator whose cases arrive only at its first step.
+    void rebind(std::shared_ptr<KWEL_DataSource::Data const> data);
+
 private:
     std::shared_ptr<KWEL_DataSource::Data const> data_;
     std::shared_ptr<Groups const> groups_;

@@ -13,6 +13,7 @@
 #include <unordered_set>
 
 #include "host/aggregation/cell_statistics.h"
+#include "host/aggregation/partial_cells.h"
 #include "host/dictionary/dataset.h"
 #include "platform/aggregation.h"
 #include "platform/data_source.h"
@@ -236,11 +237,18 @@ struct CubeAggregator::Engine {
     };
 
     Engine(KWEL_InputCaseIterator& it, bool byVariable)
-        : iterator(it), hostIterator(dynamic_cast<ProcDSIterator*>(&it)), variablewise(byVariable) {}
+        : iterator(it),
+          hostIterator(dynamic_cast<ProcDSIterator*>(&it)),
+          groupSource(dynamic_cast<host::aggregation::PartialCellSource*>(&it)),
+          variablewise(byVariable) {}
 
     KWEL_InputCaseIterator& iterator;
     ProcDSIterator* hostIterator;
+    // Set when the iterator's steps are groups of cases summarised elsewhere.
+    host::aggregation::PartialCellSource* groupSource;
     bool variablewise;
+    bool summarised = false;
+    std::int64_t groupRow = -1;
     bool bound = false;
     std::vector<Dimension> dimensions;
     std::vector<AggregationStatistic> statistics;
@@ -324,12 +332,15 @@ struct CubeAggregator::Engine {
     void regrid();
     void accumulate(std::uint32_t cell, double responses);
     void accumulateValues(std::uint32_t cell);
+    void mergeGroup(std::uint32_t cell);
+    host::aggregation::CubePlan plan() const;
     StatValues* values(std::uint32_t cell);
     AggregationResult compute(std::size_t statistic, std::uint32_t cell);
 };
 
 void CubeAggregator::Engine::bind() {
     bound = true;
+    summarised = groupSource != nullptr && groupSource->summarised();
     if (hostIterator != nullptr && hostIterator->hostData()) {
         auto const& data = *hostIterator->hostData();
         columns.resize(data.variables.size());
@@ -423,7 +434,7 @@ void CubeAggregator::Engine::bind() {
 
 void CubeAggregator::Engine::bindFast() {
     sysmis = KWEL_Globals::sysmis();
-    fast = hostIterator != nullptr && !columns.empty();
+    fast = hostIterator != nullptr && !columns.empty() && !summarised;
     for (Dimension const& dimension : dimensions) {
         Column const* info = dimension.variable->GetIndices().empty()
                                  ? nullptr
@@ -646,12 +657,60 @@ std::uint32_t CubeAggregator::Engine::findOrCreateCell(std::uint32_t const* ids)
 
 void CubeAggregator::Engine::accumulate(std::uint32_t cellIndex, double responses) {
     Cell& cell = cells[cellIndex];
-    cell.cases += 1.0;
-    cell.responses += responses;
-    totalResponses += responses;
+    double const cases = summarised ? groupSource->groupCases(groupRow) : 1.0;
+    cell.cases += cases;
+    cell.responses += responses * cases;
+    totalResponses += responses * cases;
     if (cell.values)
         cell.values.reset();
-    accumulateValues(cellIndex);
+    if (summarised)
+        mergeGroup(cellIndex);
+    else
+        accumulateValues(cellIndex);
+}
+
+// A group's sums join the cell's as if its cases had come one by one; the shifted sums are moved
+// onto the cell's own shift.
+void CubeAggregator::Engine::mergeGroup(std::uint32_t cellIndex) {
+    std::size_t const nSlots = slots.size();
+    Sums* sum = sums.data() + cellIndex * nSlots;
+    for (std::size_t s = 0; s < nSlots; ++s) {
+        host::aggregation::SlotPartial const* group = groupSource->groupSlot(groupRow, slots[s].variable);
+        if (group == nullptr || group->n == 0.0)
+            continue;
+        Sums& acc = sum[s];
+        if (acc.n == 0.0) {
+            acc.shift = group->shift;
+            acc.min = group->min;
+            acc.max = group->max;
+        } else {
+            acc.min = std::min(acc.min, group->min);
+            acc.max = std::max(acc.max, group->max);
+        }
+        double const offset = group->shift - acc.shift;
+        acc.squares += group->squares + 2.0 * offset * group->shifted + group->n * offset * offset;
+        acc.shifted += group->shifted + group->n * offset;
+        acc.sum += group->sum;
+        acc.n += group->n;
+        if (slots[s].keepValues) {
+            std::vector<double>& kept = stored[cellIndex * nSlots + s];
+            kept.insert(kept.end(), group->values.begin(), group->values.end());
+        }
+    }
+    double* counts = limitCounts.data() + cellIndex * limits.size();
+    for (std::size_t i = 0; i < statistics.size(); ++i) {
+        if (statisticLimit[i] >= 0)
+            counts[statisticLimit[i]] += groupSource->groupLimitCount(groupRow, i);
+    }
+}
+
+host::aggregation::CubePlan CubeAggregator::Engine::plan() const {
+    host::aggregation::CubePlan result;
+    for (Dimension const& dimension : dimensions)
+        result.breaks.push_back({dimension.variable->GetKind(), dimension.variable->GetIndices()});
+    result.statistics = statistics;
+    result.variablewise = variablewise;
+    return result;
 }
 
 void CubeAggregator::Engine::accumulateValues(std::uint32_t cellIndex) {
@@ -752,8 +811,12 @@ void CubeAggregator::Engine::addCase() {
         addCaseFast(row);
         return;
     }
+    if (summarised && groupSource->groupCases(row) == 0.0)
+        return;  // every case of the group was screened out
     bool anyMissing = false;
-    for (std::size_t s = 0; s < slots.size(); ++s) {
+    // A group's summary variables were screened where it was summarised.
+    groupRow = row;
+    for (std::size_t s = 0; s < slots.size() && !summarised; ++s) {
         OBS const* cell = cellOf(slots[s].variable, row);
         Column const* info = column(slots[s].variable);
         bool const valid = cell != nullptr && !numberIsMissing(info != nullptr ? info->record : nullptr, *cell);
@@ -918,7 +981,10 @@ bool CubeAggregator::HasCellsUnder(std::vector<AggregationCategory const*> const
 }
 
 AggregationCube::AggregationCube(KWEL_InputCaseIterator& iterator, bool variablewise)
-    : engine_(std::make_unique<CubeAggregator::Engine>(iterator, variablewise)) {}
+    : engine_(std::make_unique<CubeAggregator::Engine>(iterator, variablewise)) {
+    if (engine_->groupSource != nullptr)
+        engine_->groupSource->attachCube([engine = engine_.get()] { return engine->plan(); });
+}
 AggregationCube::~AggregationCube() = default;
 
 void AggregationCube::AddCategoricalVariable(AggregationVariable* variable, Codes::DimensionPosition) {

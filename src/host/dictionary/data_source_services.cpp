@@ -6,6 +6,7 @@
 #include "host/dictionary/dataset.h"
 #include "host/dictionary/registry.h"
 #include "host/output/document.h"
+#include "host/dictionary/remote_source.h"
 
 namespace hd = host::dictionary;
 
@@ -69,6 +70,8 @@ std::int64_t KWEL_DataSource::CaseCount() const {
 }
 
 KWEL_InputCaseIterator* KWEL_DataSource::CreateInputCaseIterator(int) const {
+    if (d_ && d_->remote)
+        return d_->remote->createIterator(d_);
     return new ProcDSIterator(d_);
 }
 
@@ -97,6 +100,15 @@ ProcDSIterator::ProcDSIterator(std::shared_ptr<KWEL_DataSource::Data const> data
 }
 
 ProcDSIterator::~ProcDSIterator() = default;
+
+void ProcDSIterator::rebind(std::shared_ptr<KWEL_DataSource::Data const> data) {
+    data_ = std::move(data);
+    groups_ = hd::splitGroups(const_cast<KWEL_DataSource::Data&>(*data_));
+    position_ = -1;
+    group_ = 0;
+    groupEnd_ = false;
+    ended_ = false;
+}
 
 int ProcDSIterator::NextCase() {
     if (ended_)

@@ -42,6 +42,10 @@ struct ProcDSIterator::Groups {
     std::vector<std::int64_t> ends;   // exclusive end of each group within that order
 };
 
+namespace host::dictionary {
+class RemoteSource;
+}
+
 struct KWEL_DataSource::Data {
     std::string name;  // the dataset's handle; empty when it has none
     std::string path;  // where the cases came from
@@ -54,6 +58,9 @@ struct KWEL_DataSource::Data {
     bool splitLayered = true;  // LAYERED or SEPARATE: both group the cases the same way
     bool fatal = false;
     std::shared_ptr<ProcDSIterator::Groups const> groups;  // cache; reset when split changes
+    // Set when the cases live in a database: the dictionary is here, the columns stay empty, and
+    // iterators fetch what a pass needs.
+    std::shared_ptr<host::dictionary::RemoteSource> remote;
 };
 
 namespace host::dictionary {

@@ -6,7 +6,9 @@
 #include <sstream>
 
 #include "host/dictionary/formats.h"
+#include "host/dictionary/job_data.h"
 #include "host/dictionary/loader.h"
+#include "host/dictionary/remote_source.h"
 
 namespace host::dictionary {
 
@@ -77,7 +79,7 @@ std::string nameOf(Dataset const& dataset, int index) {
 
 std::string describeJson(Dataset const& dataset) {
     ordered_json root;
-    root["cases"] = dataset.cases;
+    root["cases"] = dataset.remote ? dataset.remote->caseCount() : dataset.cases;
     ordered_json variables = ordered_json::array();
     for (auto const& holder : dataset.variables) {
         auto const& variable = holder->hostData();
@@ -121,7 +123,7 @@ std::string describeJson(Dataset const& dataset) {
 
 std::string describeText(Dataset const& dataset) {
     std::ostringstream out;
-    out << "Cases: " << dataset.cases << "\n";
+    out << "Cases: " << (dataset.remote ? dataset.remote->caseCount() : dataset.cases) << "\n";
     out << "Variables: " << dataset.variables.size() << "\n";
     for (auto const& holder : dataset.variables) {
         auto const& variable = holder->hostData();
@@ -170,8 +172,9 @@ std::string describeText(Dataset const& dataset) {
     return out.str();
 }
 
-int runDescribe(std::string const& dataPath, bool json, std::ostream& out, std::ostream& err) {
-    LoadResult result = loadDataset(dataPath);
+int runDescribe(std::string const& dataPath, bool json, std::ostream& out, std::ostream& err,
+                std::string const& dictionaryPath) {
+    LoadResult result = loadSource(dataPath, dictionaryPath);
     for (auto const& message : result.messages) err << message.toString() << "\n";
     if (!result.ok())
         return 1;

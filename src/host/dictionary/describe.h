@@ -15,6 +15,7 @@ std::string describeJson(Dataset const& dataset);
 
 // The whole `describe` command: loads the file, prints the load messages to `err` and the
 // description to `out`. Gives the exit status: 0, or 1 when the data could not be read.
-int runDescribe(std::string const& dataPath, bool json, std::ostream& out, std::ostream& err);
+int runDescribe(std::string const& dataPath, bool json, std::ostream& out, std::ostream& err,
+                std::string const& dictionaryPath = {});
 
 }  // namespace host::dictionary

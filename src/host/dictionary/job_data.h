@@ -17,7 +17,14 @@ struct JobDataResult {
 };
 
 // Forgets the datasets of an earlier job, then loads these. An empty `dataPath` leaves the
-// active dataset empty.
-JobDataResult loadJobData(std::string const& dataPath, std::vector<std::string> const& namedSpecs);
+// active dataset empty. `dictionaries` are `--dict` arguments: FILE for the active dataset,
+// NAME=FILE for a named one; a dataset without one finds its dictionary as usual.
+JobDataResult loadJobData(std::string const& dataPath, std::vector<std::string> const& namedSpecs,
+                          std::vector<std::string> const& dictionaries = {});
+
+// One dataset: a CSV file or dictionary JSON, or a table on a database server
+// (clickhouse://HOST:PORT/DB.TABLE); `dictionaryPath`, when not empty, is its dictionary.
+struct LoadResult;
+LoadResult loadSource(std::string const& path, std::string const& dictionaryPath);
 
 }  // namespace host::dictionary

@@ -197,7 +197,7 @@ int runJobFile(RunOptions const& options) {
     }
 
     // The data comes in before the job runs; what could not be read is said in the output.
-    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets);
+    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets, options.dictionaries);
     for (auto const& problem : data.messages) {
         document.addMessage(problem.level, problem.toString());
     }

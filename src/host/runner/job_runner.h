@@ -32,6 +32,8 @@ struct RunOptions {
     // NAME=FILE; empty: the active dataset is empty.
     std::string dataPath;
     std::vector<std::string> datasets;
+    // --dict arguments: FILE (the active dataset's dictionary) or NAME=FILE.
+    std::vector<std::string> dictionaries;
     // Chart files written beside the report: any of svg, png, pdf.
     std::vector<std::string> chartFormats = {"svg", "png"};
     // A chart's data source of more rows than this goes to a CSV file beside the chart instead
