@@ -10,6 +10,7 @@
 #include "host/dictionary/describe.h"
 #include "host/files/file_io.h"
 #include "host/runner/job_runner.h"
+#include "platform/entries.h"
 
 namespace {
 
@@ -118,7 +119,7 @@ int main(int argc, char** argv) {
     if (gpl2xml->parsed()) {
         std::string gpl;
         if (!readInput(gplFile, gpl)) return host::runner::kExitCannotRun;
-        return finish(host::chart::gplToXml(gpl));
+        return finish(host::chart::gplToXml(gpl, convertGPLToChartXML(gpl)));
     }
     if (render->parsed()) {
         std::string xml, rows;
