@@ -14,7 +14,11 @@ class XViZTemplate {
 public:
     enum LOCATION { LOCATION_LOCAL = 0, LOCATION_REPOSITORY = 1, LOCATION_FILE = 2 };
     // What fills a slot: a variable, a dichotomy set or a category set.
-    enum VARIABLE_TYPE { VARIABLE_SINGLE = 0, VARIABLE_DICHOTOMY_SET = 1, VARIABLE_CATEGORY_SET = 2 };
+    enum VARIABLE_TYPE {
+        VARIABLE_SINGLE = 0,
+        VARIABLE_DICHOTOMY_SET = 1,
+        VARIABLE_CATEGORY_SET = 2
+    };
 
     // One slot binding, as addVariable receives it.
     struct Binding {

@@ -71,16 +71,19 @@ TEST_F(TemplateJobs, AWeightedDataSetWeightsTheTemplate) {
 TEST_F(TemplateJobs, WhatKeepsATemplateFromBeingDrawnIsSaid) {
     run(job("dept MEAN(salary)", "Bar", "\"x\"=\"dept\" \"colour\"=\"dept\""));
     EXPECT_TRUE(charts.empty());
-    EXPECT_TRUE(said("The template \"Bar\" needs a variable for its slot \"y\" (values), and the "
-                     "MAPPING has none."))
+    EXPECT_TRUE(
+        said("The template \"Bar\" needs a variable for its slot \"y\" (values), and the "
+             "MAPPING has none."))
         << allMessages();
     EXPECT_TRUE(said("The template \"Bar\" has no slot \"colour\"")) << allMessages();
 
     // Without a GRAPHDATASET there is nothing to draw from.
-    run("GGRAPH /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME=\"Histogram\"[LOCATION=LOCAL] MAPPING(\"x\"=\"hours\")).\n");
+    run("GGRAPH /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME=\"Histogram\"[LOCATION=LOCAL] "
+        "MAPPING(\"x\"=\"hours\")).\n");
     EXPECT_TRUE(charts.empty());
-    EXPECT_TRUE(said("The template \"Histogram\" has no data to draw: the variable hours of its "
-                     "slot \"x\" is in no GRAPHDATASET."))
+    EXPECT_TRUE(
+        said("The template \"Histogram\" has no data to draw: the variable hours of its "
+             "slot \"x\" is in no GRAPHDATASET."))
         << allMessages();
 
     run(job("dept", "Radar", "\"x\"=\"dept\""));

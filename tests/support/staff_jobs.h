@@ -35,7 +35,8 @@ protected:
     }
     bool said(std::string const& part) const {
         for (auto const& m : messages)
-            if (m.find(part) != std::string::npos) return true;
+            if (m.find(part) != std::string::npos)
+                return true;
         return false;
     }
     std::string allMessages() const {
@@ -48,7 +49,8 @@ protected:
         std::string const svg = chart.value("svg", "");
         std::string const needle = "class=\"" + role + "\"";
         std::size_t n = 0;
-        for (auto at = svg.find(needle); at != std::string::npos; at = svg.find(needle, at + 1)) ++n;
+        for (auto at = svg.find(needle); at != std::string::npos; at = svg.find(needle, at + 1))
+            ++n;
         return n;
     }
 
@@ -58,9 +60,12 @@ protected:
 private:
     void collect(nlohmann::json const& items) {
         for (auto const& item : items) {
-            if (item["kind"] == "chart") charts.push_back(item);
-            if (item["kind"] == "message") messages.push_back(item["text"]);
-            if (item.contains("items")) collect(item["items"]);
+            if (item["kind"] == "chart")
+                charts.push_back(item);
+            if (item["kind"] == "message")
+                messages.push_back(item["text"]);
+            if (item.contains("items"))
+                collect(item["items"]);
         }
     }
 };

@@ -29,7 +29,8 @@ std::string convertGPLToChartXML(std::string const& gpl) {
 extern "C" JNIEXPORT jstring JNICALL
 Java_com_kwel_java_1client_ui_dialogs_base_graphs_chart_1builder_ConvertGPLToXml_convertGPL(
     JNIEnv* env, jobject, jstring gpl) {
-    if (env == nullptr) return nullptr;
+    if (env == nullptr)
+        return nullptr;
     JNIAccessor accessor(env);
     std::string const text = accessor.FromJString(gpl, "utf-8");
     std::string result;

@@ -23,11 +23,13 @@ constexpr char kWeightVariable[] = "$WEIGHT";
 // The command's mappings and one weight mapping for each weighted data set.
 std::vector<ViZTemplateMapping> mappingsWithWeights(RouteContext& context, GraphSpec& spec) {
     std::vector<ViZTemplateMapping> mappings = spec.GetVIZTemplateMappings();
-    if (!context.observer) return mappings;
+    if (!context.observer)
+        return mappings;
     for (GGraphDataSet* dataSet : context.observer->getDataSets()) {
         std::vector<GGraphVariable*> const variables = dataSet->GetVariables();
         for (GGraphVariable const* variable : variables) {
-            if (!variable->isWeightVariable()) continue;
+            if (!variable->isWeightVariable())
+                continue;
             ViZTemplateMapping weight;
             weight.mappingKey = kWeightSlot;
             weight.mappingValue = kWeightVariable;
@@ -50,16 +52,18 @@ void addMapping(XViZTemplate& converter, ViZTemplateMapping& m) {
     }
     XViZTemplate::VARIABLE_TYPE type = XViZTemplate::VARIABLE_SINGLE;
     if (!m.mrSetName.empty())
-        type = m.multipleCategories ? XViZTemplate::VARIABLE_CATEGORY_SET : XViZTemplate::VARIABLE_DICHOTOMY_SET;
-    converter.addVariable(m.mappingKey, m.mappingValue, m.categorical, m.labelingVariable, m.dataSetName,
-                          m.hasFormat ? &m.format : nullptr, m.variableLabel.c_str(), type, m.mrSetName.c_str(),
-                          m.weightMapping, &m.countedValue, m.enhancedDichotomy, names, labels,
-                          labelingVariables);
+        type = m.multipleCategories ? XViZTemplate::VARIABLE_CATEGORY_SET
+                                    : XViZTemplate::VARIABLE_DICHOTOMY_SET;
+    converter.addVariable(m.mappingKey, m.mappingValue, m.categorical, m.labelingVariable,
+                          m.dataSetName, m.hasFormat ? &m.format : nullptr, m.variableLabel.c_str(),
+                          type, m.mrSetName.c_str(), m.weightMapping, &m.countedValue,
+                          m.enhancedDichotomy, names, labels, labelingVariables);
 }
 
 // The maps go to the converter; the reference map takes the data map's location and folder.
 void nameMaps(XViZTemplate& converter, GraphSpec& spec) {
-    if (!spec.hasViZMap() && !spec.hasViZRefMap()) return;
+    if (!spec.hasViZMap() && !spec.hasViZRefMap())
+        return;
     std::string folder;
     XViZTemplate::LOCATION location = spec.GetViZMapLocation(folder);
     converter.setDataMapName(spec.GetVIZMap(), location);
@@ -85,7 +89,8 @@ void attachMaps(XDocument& document, XViZTemplate& converter, GraphSpec& spec) {
     if (spec.hasViZRefMap()) {
         std::string const name = converter.getRefMapName().toUTF8();
         if (spec.GetViZRefMapLocation(unused) == XViZTemplate::LOCATION_FILE)
-            document.setVIZRefMap(name, FetchFile().fetch(converter.getRefMapFileName(), true, true));
+            document.setVIZRefMap(name,
+                                  FetchFile().fetch(converter.getRefMapFileName(), true, true));
         else
             document.setVIZRefMap(name, converter.getRefMapContents());
     }
@@ -115,7 +120,8 @@ RouteResult runVizTemplateRoute(RouteContext& context, GraphSpec& spec) {
 
         std::string chartXml, styleSheet;
         // The service reports why a template gives no chart; nothing more is said here.
-        if (!converter.convert(chartXml, styleSheet) || chartXml.empty()) return RouteResult::Next;
+        if (!converter.convert(chartXml, styleSheet) || chartXml.empty())
+            return RouteResult::Next;
         document = new XDocument(chartXml);
         document->setStyleSheet(spec.GetVIZStyleSheet(), styleSheet);
         document->setEditor(XDocument::EDITOR_TEMPLATE);

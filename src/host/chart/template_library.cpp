@@ -173,8 +173,12 @@ std::optional<ChartTemplate> parseTemplate(std::string_view text, std::string co
     return t;
 }
 
-fs::path templateFolder() { return folderSetting(); }
-void setTemplateFolder(fs::path folder) { folderSetting() = std::move(folder); }
+fs::path templateFolder() {
+    return folderSetting();
+}
+void setTemplateFolder(fs::path folder) {
+    folderSetting() = std::move(folder);
+}
 
 std::string templateKey(std::string_view name) {
     std::string out;
@@ -309,8 +313,9 @@ private:
         } else if (auto it = filled_.find(key); it != filled_.end()) {
             out += it->second;
         } else if (known(name)) {
-            error = at(text, pos,
-                       fmt::format("the optional slot '{}' is used outside {{?{}:...}}", name, name));
+            error =
+                at(text, pos,
+                   fmt::format("the optional slot '{}' is used outside {{?{}:...}}", name, name));
             return false;
         } else {
             error = at(text, pos, fmt::format("unknown placeholder '{{{}}}'", name));
@@ -346,17 +351,18 @@ TemplateInstance instantiate(ChartTemplate const& tmpl, std::vector<SlotFill> co
         }
         TemplateSlot const* slot = tmpl.slotFor(f.slot);
         if (!slot) {
-            result.warnings.push_back(fmt::format(
-                "The template \"{}\" has no slot \"{}\"; that mapping is not used.", tmpl.name,
-                f.slot));
+            result.warnings.push_back(
+                fmt::format("The template \"{}\" has no slot \"{}\"; that mapping is not used.",
+                            tmpl.name, f.slot));
             continue;
         }
-        bool twice = std::any_of(bound.begin(), bound.end(),
-                                 [&](auto const& b) { return b.first == slot; });
+        bool twice =
+            std::any_of(bound.begin(), bound.end(), [&](auto const& b) { return b.first == slot; });
         if (twice) {
-            result.warnings.push_back(fmt::format(
-                "The slot \"{}\" of the template \"{}\" is mapped twice; the first mapping is used.",
-                slot->name, tmpl.name));
+            result.warnings.push_back(
+                fmt::format("The slot \"{}\" of the template \"{}\" is mapped twice; the first "
+                            "mapping is used.",
+                            slot->name, tmpl.name));
             continue;
         }
         bound.emplace_back(slot, &f);

@@ -47,7 +47,8 @@ std::string templateKey(std::string_view name);
 std::optional<ChartTemplate> findTemplate(std::string const& name,
                                           std::filesystem::path const& folder, std::string& error);
 // The template in the file at `path`.
-std::optional<ChartTemplate> readTemplateFile(std::filesystem::path const& path, std::string& error);
+std::optional<ChartTemplate> readTemplateFile(std::filesystem::path const& path,
+                                              std::string& error);
 
 // What fills one slot.
 struct SlotFill {

@@ -12,7 +12,9 @@
 
 namespace {
 
-std::string text(char const* s) { return s ? s : ""; }
+std::string text(char const* s) {
+    return s ? s : "";
+}
 
 std::vector<std::string> texts(std::vector<std::string const*> const& list) {
     std::vector<std::string> out;
@@ -99,8 +101,12 @@ void XViZTemplate::setRefMapName(std::string const& name, LOCATION location) {
 void XViZTemplate::setRefMapOrelDirectory(std::string const& directory) {
     refMap_.directory = directory;
 }
-void XViZTemplate::setMapKey(std::string const& key) { mapKey_ = key; }
-void XViZTemplate::setShowAllFeatures(bool show) { showAllFeatures_ = show; }
+void XViZTemplate::setMapKey(std::string const& key) {
+    mapKey_ = key;
+}
+void XViZTemplate::setShowAllFeatures(bool show) {
+    showAllFeatures_ = show;
+}
 
 ChartString XViZTemplate::getDataMapName() const {
     return XUtility::ChartStringFromLocalCodePage(dataMap_.name);
@@ -108,10 +114,18 @@ ChartString XViZTemplate::getDataMapName() const {
 ChartString XViZTemplate::getRefMapName() const {
     return XUtility::ChartStringFromLocalCodePage(refMap_.name);
 }
-std::string XViZTemplate::getDataMapFileName() const { return dataMap_.name; }
-std::string XViZTemplate::getRefMapFileName() const { return refMap_.name; }
-std::string XViZTemplate::getDataMapContents() const { return mapContents(dataMap_); }
-std::string XViZTemplate::getRefMapContents() const { return mapContents(refMap_); }
+std::string XViZTemplate::getDataMapFileName() const {
+    return dataMap_.name;
+}
+std::string XViZTemplate::getRefMapFileName() const {
+    return refMap_.name;
+}
+std::string XViZTemplate::getDataMapContents() const {
+    return mapContents(dataMap_);
+}
+std::string XViZTemplate::getRefMapContents() const {
+    return mapContents(refMap_);
+}
 
 // A map in a repository folder is the file of that name there. The map library of LOCAL maps
 // is not part of this host yet: nothing is found.
@@ -131,8 +145,8 @@ bool XViZTemplate::convert(std::string& first, std::string& second) {
     std::string error;
     auto tmpl = locate(templateName_, templateLocation_, templateDirectory_, error);
     if (!tmpl) {
-        out.addMessage(3, fmt::format("The template \"{}\" cannot be used: {}.", templateName_,
-                                      error));
+        out.addMessage(
+            3, fmt::format("The template \"{}\" cannot be used: {}.", templateName_, error));
         return false;
     }
     std::vector<host::chart::SlotFill> fills;

@@ -14,13 +14,15 @@ namespace {
 
 using test::fill;
 
-std::string warnings(XDocument& doc) { return doc.model().program.describe(); }
+std::string warnings(XDocument& doc) {
+    return doc.model().program.describe();
+}
 
 }  // namespace
 
 TEST(GplLeniency, SurplusCloseInsideAStatementKeepsTheArgumentsAfterIt) {
-    auto p = gpl::parse(
-        "ELEMENT: interval.stack(position(summary.percent(COUNT))), color.interior(v))");
+    auto p =
+        gpl::parse("ELEMENT: interval.stack(position(summary.percent(COUNT))), color.interior(v))");
     ASSERT_FALSE(p.hasErrors()) << p.describe();
     auto const& body = p.statements.at(0).body;
     ASSERT_EQ(body.args.size(), 2u);

@@ -69,10 +69,8 @@ TEST(TemplateLibrary, FillsSlotsWithSourcesDataAndWeights) {
     auto t = parsed(kTemplate);
     std::vector<hc::SlotFill> fills = {
         {"X", "dept", "g", false, false},  // the slot's kind wins over the mapping's
-        {"y", "MEAN_salary", "g", true, false},
-        {"color", "sex", "h", true, false},
-        {"dupRa6ej", "$WEIGHT", "h", false, true},
-        {"dupRa6ej", "$WEIGHT", "unused", false, true},
+        {"y", "MEAN_salary", "g", true, false},    {"color", "sex", "h", true, false},
+        {"dupRa6ej", "$WEIGHT", "h", false, true}, {"dupRa6ej", "$WEIGHT", "unused", false, true},
     };
     auto filled = hc::instantiate(t, fills, {});
     ASSERT_TRUE(filled.error.empty()) << filled.error;
@@ -89,10 +87,12 @@ TEST(TemplateLibrary, FillsSlotsWithSourcesDataAndWeights) {
 
     // Without the optional slot its alternative is taken; a slot the template lacks is left
     // out with a warning, and a second mapping of a slot too.
-    auto plain = hc::instantiate(
-        t, {{"x", "a\"b", "g", true, false}, {"y", "v", "g", false, false},
-            {"size", "v", "g", false, false}, {"y", "w", "g", false, false}},
-        {});
+    auto plain = hc::instantiate(t,
+                                 {{"x", "a\"b", "g", true, false},
+                                  {"y", "v", "g", false, false},
+                                  {"size", "v", "g", false, false},
+                                  {"y", "w", "g", false, false}},
+                                 {});
     EXPECT_NE(plain.gpl.find("name(\"a\\\"b\")"), std::string::npos) << plain.gpl;
     EXPECT_NE(plain.gpl.find("position(x*y), color(color.red))"), std::string::npos) << plain.gpl;
     ASSERT_EQ(plain.warnings.size(), 2u);
@@ -109,13 +109,15 @@ TEST(TemplateLibrary, FillsSlotsWithSourcesDataAndWeights) {
 
 TEST(TemplateLibrary, BodyFaultsAndMapPlaceholders) {
     auto body = [](std::string const& gpl) {
-        return parsed("TEMPLATE: t\nSLOT: k role=key required categorical\nSLOT: o optional\n"
-                      "GPL:\n" +
-                      gpl);
+        return parsed(
+            "TEMPLATE: t\nSLOT: k role=key required categorical\nSLOT: o optional\n"
+            "GPL:\n" +
+            gpl);
     };
     hc::TemplateMaps maps{"UnitedStates", "", "NAME", true};
-    auto map = hc::instantiate(body("ELEMENT: polygon(position({k}), map({map}, {mapkey}, {showall}))"),
-                               {{"k", "state", "g", true, false}}, maps);
+    auto map =
+        hc::instantiate(body("ELEMENT: polygon(position({k}), map({map}, {mapkey}, {showall}))"),
+                        {{"k", "state", "g", true, false}}, maps);
     EXPECT_NE(map.gpl.find("map(\"UnitedStates\", \"NAME\", true)"), std::string::npos) << map.gpl;
 
     struct {
@@ -140,7 +142,8 @@ TEST(TemplateLibrary, FindsTemplatesByNameOrFile) {
     fs::path dir = fs::path(GGRAPH_BINARY_DIR) / "template_library_test";
     fs::remove_all(dir);
     fs::create_directories(dir);
-    std::ofstream(dir / "dots.ctpl") << "TEMPLATE: 2-D Dot Plot\nGPL:\nELEMENT: point(position(1))\n";
+    std::ofstream(dir / "dots.ctpl")
+        << "TEMPLATE: 2-D Dot Plot\nGPL:\nELEMENT: point(position(1))\n";
     std::ofstream(dir / "broken.ctpl") << "no header\n";
     std::string error;
     for (char const* name : {"2-D Dot Plot", "2d dot plot", "2_D-DOT_PLOT", "dots", "dots.ctpl"}) {
