@@ -286,11 +286,6 @@ private:
         if (byteAt(0) == '.' && digitAt(1)) {
             take();
             while (digitAt(0)) take();
-        } else if (byteAt(0) == '.' && parenDepth_ > 0 && pos_ != terminatorPos_ &&
-                   !isNameStartAt(1)) {
-            // `MEANCI(x, 95.)`: inside parentheses a trailing period belongs to the number;
-            // outside them it may end the command, as in `x 5.`.
-            take();
         }
         if (byteAt(0) == 'e' || byteAt(0) == 'E') {
             std::size_t sign = (byteAt(1) == '+' || byteAt(1) == '-') ? 1 : 0;
@@ -301,7 +296,14 @@ private:
                 while (digitAt(0)) take();
             }
         }
-        std::string text(text_.substr(start, pos_ - start));
+        std::size_t textEnd = pos_;
+        if (byteAt(0) == '.' && parenDepth_ > 0 && pos_ != terminatorPos_ && !isNameStartAt(1)) {
+            // `MEANCI(x, 95.)`: inside parentheses a trailing period belongs to the number, which
+            // reads as written without it (values are also compared as text); outside them it
+            // may end the command, as in `x 5.`.
+            take();
+        }
+        std::string text(text_.substr(start, textEnd - start));
         // from_chars takes no leading plus sign, and an exponent sign is all we let through.
         double value = 0.0;
         auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
