@@ -31,7 +31,7 @@ public class ConvertGPLToXmlTest {
         String gpl = "SOURCE: s=userSource(id(\"g\"))\n"
             + "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
             + "DATA: v=col(source(s), name(\"v\"))\n"
-            + "GUIDE: text.title(label(\"Umsätze €\"))\n"
+            + "GUIDE: text.title(label(\"Umsätze € \uD83D\uDCCA\"))\n"
             + "ELEMENT: interval(position(c*v))\n";
         String xml = converter.convertGPL(gpl);
         check(xml != null && !xml.isEmpty(), "a chart for good GPL");
@@ -40,7 +40,7 @@ public class ConvertGPLToXmlTest {
         check(chart.getAttribute("description").equals("ggraph"),
             "description \"ggraph\", not \"" + chart.getAttribute("description") + "\"");
         String text = chart.getElementsByTagName("gpl").item(0).getTextContent();
-        check(text.contains("Umsätze €"), "the GPL's text survives both ways: " + text);
+        check(text.contains("Umsätze € \uD83D\uDCCA"), "the GPL's text survives both ways: " + text);
 
         check("".equals(converter.convertGPL("ELEMENT: (")), "empty for bad GPL");
         check("".equals(converter.convertGPL("")), "empty for no GPL");
