@@ -2,6 +2,8 @@
 // the weight of a weighted data set, and what is said when a template cannot be filled.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "support/staff_jobs.h"
@@ -90,4 +92,33 @@ TEST_F(TemplateJobs, WhatKeepsATemplateFromBeingDrawnIsSaid) {
     EXPECT_TRUE(charts.empty());
     EXPECT_TRUE(said("there is no template named \"Radar\"")) << allMessages();
     EXPECT_FALSE(said("does not support that source")) << allMessages();
+}
+
+TEST_F(TemplateJobs, TemplatesFromAFileOrAFolderAndPerSplitGroup) {
+    namespace fs = std::filesystem;
+    fs::path dir = fs::path(GGRAPH_BINARY_DIR) / "template_jobs_test";
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    std::ofstream(dir / "dots.ctpl")
+        << "TEMPLATE: Dots\nSLOT: v role=values required continuous\n"
+           "GPL:\nELEMENT: point(position(summary.count(bin.rect({v}))))\n";
+    run("GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=hours /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME=\"" +
+        (dir / "dots.ctpl").string() + "\"[LOCATION=FILE] MAPPING(\"v\"=\"hours\")).\n");
+    ASSERT_EQ(charts.size(), 1u) << allMessages();
+    EXPECT_GT(marks(charts[0], "point"), 1u);
+
+    run("GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=hours /GRAPHSPEC "
+        "SOURCE=VIZTEMPLATE(NAME=\"dots\"[LOCATION=\"" +
+        dir.string() + "\"] MAPPING(\"values\"=\"hours\")).\n");
+    ASSERT_EQ(charts.size(), 1u) << allMessages();
+
+    // One chart per split group: the label names the group, and a template chart gets no
+    // subtitle from the command.
+    run("SPLIT FILE SEPARATE BY region.\n" +
+        job("dept MEAN(salary)", "Bar", "\"x\"=\"dept\" \"y\"=\"MEAN_salary\""));
+    ASSERT_EQ(charts.size(), 2u) << allMessages();
+    EXPECT_NE(charts[0]["description"].get<std::string>().find("region = north"), std::string::npos)
+        << charts[0]["description"];
+    EXPECT_EQ(charts[1]["subtitle"], "");
+    EXPECT_EQ(marks(charts[0], "bar"), 3u);
 }
