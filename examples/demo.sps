@@ -137,7 +137,15 @@ BEGIN GPL
   ELEMENT: line(position(density.normal(salary)), color(color.black))
 END GPL.
 
-* 11. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 11. A chart from the template library (templates/): the template's slots are filled from
+* the MAPPING, no GPL needed.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat gender MEAN(salary)
+  /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME="Clustered Bar"[LOCATION=LOCAL]
+     MAPPING("x"="jobcat" "y"="MEAN_salary" "color"="gender"))
+     LABEL="Mean salary by category and gender (template)".
+
+* 12. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

@@ -10,6 +10,7 @@ packages=(
   libfast-float-dev libutfcpp-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libcurl4-openssl-dev curl
+  default-jdk-headless
 )
 for arg in "$@"; do
   case "$arg" in

@@ -7,9 +7,11 @@
 #include <CLI/CLI.hpp>
 
 #include "host/chart/chart_cli.h"
+#include "host/chart/template_library.h"
 #include "host/dictionary/describe.h"
 #include "host/files/file_io.h"
 #include "host/runner/job_runner.h"
+#include "platform/entries.h"
 
 namespace {
 
@@ -86,6 +88,10 @@ int main(int argc, char** argv) {
             return count ? std::string()
                          : "--inline-rows takes a number of rows, 0 or more, not " + value;
         });
+    std::string templates;
+    runCommand->add_option("--templates", templates,
+                           "The folder of chart templates that VIZTEMPLATE finds by name "
+                           "(default: the templates/ folder of this program's sources)");
 
     std::string describeData;
     bool describeJson = false;
@@ -122,6 +128,7 @@ int main(int argc, char** argv) {
 
     if (runCommand->parsed()) {
         run.job.context = context;
+        if (!templates.empty()) host::chart::setTemplateFolder(templates);
         run.chartFormats = splitFormats(formats);
         int status = host::runner::runJobFile(run);
         if (status != host::runner::kExitCannotRun && !run.quiet) {
@@ -134,7 +141,7 @@ int main(int argc, char** argv) {
     if (gpl2xml->parsed()) {
         std::string gpl;
         if (!readInput(gplFile, gpl)) return host::runner::kExitCannotRun;
-        return finish(host::chart::gplToXml(gpl));
+        return finish(host::chart::gplToXml(gpl, convertGPLToChartXML(gpl)));
     }
     if (render->parsed()) {
         std::string xml, rows;

@@ -8,6 +8,7 @@
 #include "ggraph/procedure/file_routes.h"
 #include "ggraph/model/graph_spec.h"
 #include "ggraph/procedure/report.h"
+#include "ggraph/procedure/viz_template_route.h"
 
 namespace ggraph {
 namespace {
@@ -22,7 +23,6 @@ char const* sourceKeyword(GraphSpec::SOURCE source) {
         case GraphSpec::SOURCE_VIZMLFILE: return "VIZMLFILE";
         case GraphSpec::SOURCE_VIZJSONFILE: return "VIZJSONFILE";
         case GraphSpec::SOURCE_VIZJSONTEMPLATE: return "VIZJSONTEMPLATE";
-        case GraphSpec::SOURCE_VIZTEMPLATE: return "VIZTEMPLATE";
         case GraphSpec::SOURCE_IMAGEFILE: return "IMAGEFILE";
         case GraphSpec::SOURCE_PMMLFILE: return "PMMLFILE";
     }
@@ -46,10 +46,10 @@ RouteResult runRoute(RouteContext& context, GraphSpec& spec, XViZTemplate& style
         case GraphSpec::SOURCE_VIZMLFILE: return runVizmlFileRoute(context, spec, styleSheet);
         case GraphSpec::SOURCE_IMAGEFILE: return runImageFileRoute(context, spec);
         case GraphSpec::SOURCE_PMMLFILE: return runPmmlFileRoute(context, spec);
+        case GraphSpec::SOURCE_VIZTEMPLATE: return runVizTemplateRoute(context, spec);
         case GraphSpec::SOURCE_VIZJSONFILE:
         case GraphSpec::SOURCE_VIZJSONTEMPLATE:
-        case GraphSpec::SOURCE_VIZTEMPLATE:
-            // ViZ JSON and stored ViZ templates need a renderer this host does not have.
+            // JSON charts need a renderer this host does not have yet.
             report(kWarning, kRouteNotSupported, {sourceKeyword(spec.getSource())});
             return RouteResult::Next;
     }

@@ -118,6 +118,12 @@ private:
         return c >= '0' && c <= '9';
     }
 
+    bool isNameStartAt(std::size_t offset) const {
+        char c = byteAt(offset);
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$' ||
+               c == '#' || c == '@' || static_cast<unsigned char>(c) >= 0x80;
+    }
+
     void step() {
         Utf8Char c = peek();
         if (isBlank(c.code) && c.valid) {
@@ -290,7 +296,14 @@ private:
                 while (digitAt(0)) take();
             }
         }
-        std::string text(text_.substr(start, pos_ - start));
+        std::size_t textEnd = pos_;
+        if (byteAt(0) == '.' && parenDepth_ > 0 && pos_ != terminatorPos_ && !isNameStartAt(1)) {
+            // `MEANCI(x, 95.)`: inside parentheses a trailing period belongs to the number, which
+            // reads as written without it (values are also compared as text); outside them it
+            // may end the command, as in `x 5.`.
+            take();
+        }
+        std::string text(text_.substr(start, textEnd - start));
         // from_chars takes no leading plus sign, and an exponent sign is all we let through.
         double value = 0.0;
         auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -347,6 +360,10 @@ private:
                 continue;
             Mark at = mark();
             for (std::size_t i = 0; i < e.text.size(); ++i) take();
+            if (e.code == TokenSequenceBase::OP_LEFT_PAREN)
+                ++parenDepth_;
+            else if (e.code == TokenSequenceBase::OP_RIGHT_PAREN && parenDepth_ > 0)
+                --parenDepth_;
             add(TokenInfoObj::KIND_OPERATOR, std::string(e.text), at, 0.0, e.code);
             return true;
         }
@@ -359,6 +376,7 @@ private:
     int col_;
     std::size_t terminatorPos_;
     std::size_t suppressed_ = 0;
+    int parenDepth_ = 0;
     TokenizeResult result_;
 };
 
