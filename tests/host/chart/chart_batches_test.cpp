@@ -1,6 +1,7 @@
 // The batched scene and its renderers: marks of a role share a batch with arrays that fill as
 // they come into use, and an SVG of very many marks carries them as one picture.
 #include <cmath>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -86,4 +87,11 @@ TEST(ChartBatches, AScatterOfManyPointsIsOneBatchAndASmallSvg) {
         EXPECT_GE(p.y - p.w, iy - 1);
         EXPECT_LE(p.y + p.w, iy + ih + 1);
     }
+
+    // The PDF takes the points as one picture too.
+    std::string const pdf = (std::filesystem::temp_directory_path() / "ggraph_batches.pdf").string();
+    std::string error;
+    ASSERT_TRUE(hc::writePdf(s, pdf, error)) << error;
+    EXPECT_LT(std::filesystem::file_size(pdf), 1'000'000u);
+    std::filesystem::remove(pdf);
 }
