@@ -54,6 +54,12 @@ struct GroupKeyHash {
     }
 };
 
+// The groups of a summary, found by their key as the cases come.
+struct Groups {
+    std::vector<Group> list;
+    std::unordered_map<GroupKey, std::size_t, GroupKeyHash> index;
+};
+
 std::int64_t bitsOf(double v) {
     std::int64_t out;
     std::memcpy(&out, &v, sizeof out);
@@ -101,6 +107,8 @@ private:
     void noteVariables(Plan const& plan, Columns const& cols);
     void setTables(Plan const& plan, Columns const& cols, Layer& layer);
     void collectRows(Plan const& plan, Columns const& cols, Layer& layer);
+    void addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m, std::size_t r,
+                 double y, bool yMissing, double w, bool groupsByX, Groups& groups, Layer& layer);
     void summarize(Plan const& plan, Columns const& cols, std::vector<Group>& groups, Layer& layer);
     std::vector<double> densityEdges(ElementSpec const& element, Plan const& plan,
                                      Columns const& cols) const;
@@ -418,8 +426,7 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
         }
         return it->second;
     };
-    std::vector<Group> groups;
-    std::unordered_map<GroupKey, std::size_t, GroupKeyHash> groupIndex;
+    Groups groups;
     bool groupsByX = !plan.density && plan.pos.kind != StatKind::Smooth;
     if (!plan.summary)
         layer.rows.reserve(n * seriesCount);
@@ -459,56 +466,63 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
                     continue;  // a case without a positive weight is not counted
                 w = cols.weight->numbers[r];
             }
-            GroupKey key{0, 0, m.cluster, m.panelCol, m.panelRow, m.color, m.shape, m.series};
-            if (groupsByX)
-                key.a = x && !x->categorical ? bitsOf(m.xNum) : m.x;
-            Bin bin;
-            if (plan.pos.binned) {
-                int b = binIndex(cols.xEdges, m.xNum);
-                if (b < 0)
-                    continue;
-                m.binned = true;
-                bin.x0 = cols.xEdges[std::size_t(b)];
-                bin.x1 = cols.xEdges[std::size_t(b) + 1];
-                m.xNum = (bin.x0 + bin.x1) / 2;
-                key.a = b;
-                if (plan.twoWay) {
-                    if (yMissing)
-                        continue;
-                    int by = binIndex(cols.yEdges, y);
-                    if (by < 0)
-                        continue;
-                    m.y0 = cols.yEdges[std::size_t(by)];
-                    m.y = cols.yEdges[std::size_t(by) + 1];
-                    key.b = by;
-                }
-            }
-            auto [it, fresh] = groupIndex.try_emplace(key, groups.size());
-            if (fresh) {
-                if (m.binned) {
-                    m.extra = static_cast<std::int32_t>(layer.bins.size());
-                    layer.bins.push_back(bin);
-                }
-                groups.emplace_back();
-                groups.back().row = m;
-            }
-            Group& g = groups[it->second];
-            if (plan.density) {
-                g.sample.add(m.xNum, w);
-                g.count += w;
-            } else if (plan.countOnly) {
-                if (!yc || plan.twoWay || !yMissing || (yc->categorical && yc->present(r)))
-                    g.count += w;
-            } else if (!yMissing) {
-                g.sample.add(y, w);
-                g.xs.push_back(m.xNum);
-                g.rows.push_back(static_cast<std::uint32_t>(r));
-                g.count += w;
-            }
+            addCase(plan, cols, yc, m, r, y, yMissing, w, groupsByX, groups, layer);
         }
     }
     if (plan.summary)
-        summarize(plan, cols, groups, layer);
+        summarize(plan, cols, groups.list, layer);
+}
+
+// A case into its group, found by its key; cases outside the bins are left out.
+void LayerBuilder::addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m,
+                           std::size_t r, double y, bool yMissing, double w, bool groupsByX,
+                           Groups& groups, Layer& layer) {
+    GroupKey key{0, 0, m.cluster, m.panelCol, m.panelRow, m.color, m.shape, m.series};
+    if (groupsByX)
+        key.a = cols.x && !cols.x->categorical ? bitsOf(m.xNum) : m.x;
+    Bin bin;
+    if (plan.pos.binned) {
+        int b = binIndex(cols.xEdges, m.xNum);
+        if (b < 0)
+            return;
+        m.binned = true;
+        bin.x0 = cols.xEdges[std::size_t(b)];
+        bin.x1 = cols.xEdges[std::size_t(b) + 1];
+        m.xNum = (bin.x0 + bin.x1) / 2;
+        key.a = b;
+        if (plan.twoWay) {
+            if (yMissing)
+                return;
+            int by = binIndex(cols.yEdges, y);
+            if (by < 0)
+                return;
+            m.y0 = cols.yEdges[std::size_t(by)];
+            m.y = cols.yEdges[std::size_t(by) + 1];
+            key.b = by;
+        }
+    }
+    auto [it, fresh] = groups.index.try_emplace(key, groups.list.size());
+    if (fresh) {
+        if (m.binned) {
+            m.extra = static_cast<std::int32_t>(layer.bins.size());
+            layer.bins.push_back(bin);
+        }
+        groups.list.emplace_back();
+        groups.list.back().row = m;
+    }
+    Group& g = groups.list[it->second];
+    if (plan.density) {
+        g.sample.add(m.xNum, w);
+        g.count += w;
+    } else if (plan.countOnly) {
+        if (!yc || plan.twoWay || !yMissing || (yc->categorical && yc->present(r)))
+            g.count += w;
+    } else if (!yMissing) {
+        g.sample.add(y, w);
+        g.xs.push_back(m.xNum);
+        g.rows.push_back(static_cast<std::uint32_t>(r));
+        g.count += w;
+    }
 }
 
 void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<Group>& groups,

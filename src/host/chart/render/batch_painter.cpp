@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "host/chart/layout/text_metrics.h"
+#include "host/chart/render/raster_layer.h"
+#include "host/chart/render/renderers.h"
 
 namespace host::chart {
 
@@ -249,6 +251,28 @@ void paintTexts(cairo_t* cr, Batch const& b) {
     }
 }
 
+bool imageTarget(cairo_t* cr) {
+    return cairo_surface_get_type(cairo_get_target(cr)) == CAIRO_SURFACE_TYPE_IMAGE;
+}
+
+// A batch of very many marks on a vector surface (PDF) goes in as one picture of them, as in
+// the SVG, so that the file stays small.
+void paintPicture(cairo_t* cr, Batch const& b) {
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    cairo_clip_extents(cr, &x1, &y1, &x2, &y2);
+    RasterSurface r = rasterSurface(b, x2, y2);
+    if (!r.surface)
+        return;
+    int w = cairo_image_surface_get_width(r.surface), h = cairo_image_surface_get_height(r.surface);
+    cairo_save(cr);
+    cairo_translate(cr, r.x, r.y);
+    cairo_scale(cr, r.w / w, r.h / h);
+    cairo_set_source_surface(cr, r.surface, 0, 0);
+    cairo_paint(cr);
+    cairo_restore(cr);
+    cairo_surface_destroy(r.surface);
+}
+
 }  // namespace
 
 PangoLayout* textLayout(cairo_t* cr, std::string const& text, double size, bool bold) {
@@ -264,6 +288,8 @@ PangoLayout* textLayout(cairo_t* cr, std::string const& text, double size, bool 
 }
 
 void paintBatch(cairo_t* cr, Batch const& b) {
+    if (b.kind != MarkKind::Text && b.size() >= kPictureMarks && !imageTarget(cr))
+        return paintPicture(cr, b);
     switch (b.kind) {
         case MarkKind::Rect:
             paintRects(cr, b);

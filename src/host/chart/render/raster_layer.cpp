@@ -54,8 +54,8 @@ Box extentOf(Batch const& b) {
 
 }  // namespace
 
-RasterImage rasterizeBatch(Batch const& batch, double pageWidth, double pageHeight) {
-    RasterImage out;
+RasterSurface rasterSurface(Batch const& batch, double pageWidth, double pageHeight) {
+    RasterSurface out;
     Box box = extentOf(batch);
     double x0 = std::max(0.0, std::floor(box.x0)), y0 = std::max(0.0, std::floor(box.y0));
     double x1 = std::min(pageWidth, std::ceil(box.x1)),
@@ -65,24 +65,36 @@ RasterImage rasterizeBatch(Batch const& batch, double pageWidth, double pageHeig
     double scale = std::clamp(std::sqrt(kPixelBudget / ((x1 - x0) * (y1 - y0))), 1.0, 2.0);
     int w = static_cast<int>(std::ceil((x1 - x0) * scale));
     int h = static_cast<int>(std::ceil((y1 - y0) * scale));
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w, h);
-    cairo_t* cr = cairo_create(surface);
+    out.surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w, h);
+    cairo_t* cr = cairo_create(out.surface);
     cairo_scale(cr, scale, scale);
     cairo_translate(cr, -x0, -y0);
     cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
     paintBatch(cr, batch);
     cairo_destroy(cr);
-    auto append = [](void* closure, unsigned char const* data, unsigned int length) {
-        static_cast<std::string*>(closure)->append(reinterpret_cast<char const*>(data), length);
-        return CAIRO_STATUS_SUCCESS;
-    };
-    if (cairo_surface_write_to_png_stream(surface, append, &out.png) != CAIRO_STATUS_SUCCESS)
-        out.png.clear();
-    cairo_surface_destroy(surface);
     out.x = x0;
     out.y = y0;
     out.w = x1 - x0;
     out.h = y1 - y0;
+    return out;
+}
+
+RasterImage rasterizeBatch(Batch const& batch, double pageWidth, double pageHeight) {
+    RasterImage out;
+    RasterSurface r = rasterSurface(batch, pageWidth, pageHeight);
+    if (!r.surface)
+        return out;
+    auto append = [](void* closure, unsigned char const* data, unsigned int length) {
+        static_cast<std::string*>(closure)->append(reinterpret_cast<char const*>(data), length);
+        return CAIRO_STATUS_SUCCESS;
+    };
+    if (cairo_surface_write_to_png_stream(r.surface, append, &out.png) != CAIRO_STATUS_SUCCESS)
+        out.png.clear();
+    cairo_surface_destroy(r.surface);
+    out.x = r.x;
+    out.y = r.y;
+    out.w = r.w;
+    out.h = r.h;
     return out;
 }
 

@@ -2,6 +2,8 @@
 // A batch of very many marks as one picture: what the SVG writer embeds instead of writing
 // each mark, so that a chart of a million points stays a small file.
 
+#include <cairo.h>
+
 #include <string>
 
 #include "host/chart/scene/scene.h"
@@ -16,5 +18,13 @@ struct RasterImage {
 // The batch's marks on a transparent picture over the part of the page they cover, at two
 // device pixels per page pixel (fewer for a very large page).
 RasterImage rasterizeBatch(Batch const& batch, double pageWidth, double pageHeight);
+
+// The same picture as a Cairo image surface for the caller to destroy; null when the marks
+// cover nothing of the page.
+struct RasterSurface {
+    cairo_surface_t* surface = nullptr;
+    double x = 0, y = 0, w = 0, h = 0;
+};
+RasterSurface rasterSurface(Batch const& batch, double pageWidth, double pageHeight);
 
 }  // namespace host::chart

@@ -8,9 +8,9 @@
 
 namespace host::chart {
 
-// A batch of at least this many marks goes into the SVG as one picture of its marks, so that
-// the file stays small; axes and text stay vector.
-constexpr std::size_t kSvgRasterMarks = 10000;
+// A batch of at least this many marks goes into an SVG or PDF as one picture of its marks, so
+// that the file stays small; axes and text stay vector.
+constexpr std::size_t kPictureMarks = 10000;
 
 std::string writeSvg(Scene const& scene);
 // `scale` device pixels per scene pixel. False with `error` when the file can't be written.

@@ -120,7 +120,7 @@ std::string writeSvg(Scene const& scene) {
         "<rect width=\"100%\" height=\"100%\" fill=\"#FFFFFF\"/>\n",
         scene.width, scene.height, kFontFamily);
     for (auto const& b : scene.batches) {
-        if (b.size() >= kSvgRasterMarks && b.kind != MarkKind::Text && writeRaster(out, b, scene))
+        if (b.size() >= kPictureMarks && b.kind != MarkKind::Text && writeRaster(out, b, scene))
             continue;
         char const* cls = roleName(b.role);
         std::string stroke = strokeOf(b.style);

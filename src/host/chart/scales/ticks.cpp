@@ -55,7 +55,8 @@ std::vector<double> stepTicks(double first, double step, double lo, double hi) {
     if (!std::isfinite(k0))
         return out;
     for (double k = k0; out.size() < kMaxTicks && k < k0 + 4 * kMaxTicks; ++k) {
-        double t = roundTick(first + k * step);
+        // In halves, so that ticks near the largest doubles do not overflow on the way.
+        double t = roundTick(2 * (first / 2 + k * (step / 2)));
         if (!std::isfinite(t) || t > hi + step * 1e-9)
             break;
         if (t >= lo - step * 1e-9)
@@ -216,6 +217,8 @@ std::string formatNumber(double value, NumberFormat const& format, double step) 
         body = fmt::format("{:.{}e}", value, digits);
         auto e = body.find('e');
         std::string mant = body.substr(0, e);
+        while (mant.find('.') != std::string::npos && (mant.back() == '0' || mant.back() == '.'))
+            mant.pop_back();
         int exp = std::stoi(body.substr(e + 1));
         body = mant + "e" + std::to_string(exp);
     } else {

@@ -178,11 +178,11 @@ void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
     auto pad = [](double& lo, double& hi, ScaleSpec const* sc) {
         if (sc && sc->type == "log")
             return;
-        double d = (hi / 2 - lo / 2) * 0.1;
-        if (!(sc && sc->hasMin) && std::isfinite(lo - d))
-            lo -= d;
-        if (!(sc && sc->hasMax) && std::isfinite(hi + d))
-            hi += d;
+        double d = (hi / 2 - lo / 2) * 0.1, most = std::numeric_limits<double>::max();
+        if (!(sc && sc->hasMin))
+            lo = std::max(lo - d, -most);
+        if (!(sc && sc->hasMax))
+            hi = std::min(hi + d, most);
     };
     if (!anyBar && !ls.anyCells)
         pad(yLo, yHi, yScale);
