@@ -1,7 +1,6 @@
 #include "host/output/png_encoder.h"
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -32,10 +31,10 @@ struct Band {
 
 // One row as PNG scan line bytes: R G B per pixel from the native 32-bit words.
 void toRgb(PixelRows const& pixels, int y, unsigned char* to) {
-    auto const* from = reinterpret_cast<std::uint32_t const*>(
-        pixels.data + static_cast<std::ptrdiff_t>(y) * pixels.stride);
-    for (int x = 0; x < pixels.width; ++x) {
-        std::uint32_t const word = from[x];
+    unsigned char const* from = pixels.data + static_cast<std::ptrdiff_t>(y) * pixels.stride;
+    for (int x = 0; x < pixels.width; ++x, from += 4) {
+        std::uint32_t word;
+        std::memcpy(&word, from, sizeof word);
         *to++ = static_cast<unsigned char>(word >> 16);
         *to++ = static_cast<unsigned char>(word >> 8);
         *to++ = static_cast<unsigned char>(word);

@@ -8,6 +8,7 @@
 #include <fmt/core.h>
 
 #include "host/chart/chart_send.h"
+#include "host/chart/font_setup.h"
 #include "host/dictionary/data_commands.h"
 #include "host/dictionary/job_data.h"
 #include "host/files/file_io.h"
@@ -187,6 +188,7 @@ int runJobFile(RunOptions const& options) {
                   << "\n";
         return kExitCannotRun;
     }
+    host::chart::startFontSetup();
     // From here on, nothing of an earlier run in the folder passes for this run's output.
     host::output::HtmlOptions html;
     html.title = options.jobPath.filename().string();
