@@ -89,6 +89,30 @@ TEST(JobInput, WhatEndsACommand) {
     EXPECT_TRUE(commands[5].startsWith({"ADD", "VALUE", "LABELS"}));
 }
 
+TEST(JobInput, AnOpenQuoteOrBlockDoesNotSwallowTheNextCommand) {
+    JobInput job(
+        "VALUE LABELS x 1 'one.\n"
+        "GGRAPH /X.\n"
+        "BEGIN GPL\n"
+        "SOURCE: s=userSource(id(\"d\"))\n"
+        "  ggraph /Y.\n"
+        "BEGIN GPL\n"
+        "ELEMENT: x\n"
+        "END GPL\n"
+        "END GPL.\n");
+    auto commands = job.commands();
+    ASSERT_EQ(commands.size(), 6u);
+    EXPECT_EQ(commands[0].lastLine, 1);  // the period was meant to end it
+    EXPECT_TRUE(commands[0].terminated);
+    EXPECT_EQ(commands[2].kind, Command::Kind::GplBlock);
+    EXPECT_EQ(commands[2].lastLine, 4);  // cut in front of the next GGRAPH
+    EXPECT_FALSE(commands[2].terminated);
+    EXPECT_TRUE(commands[3].startsWith({"GGRAPH"}));
+    EXPECT_EQ(commands[4].lastLine, 8);
+    EXPECT_TRUE(commands[4].terminated);
+    EXPECT_TRUE(commands[5].startsWith({"END", "GPL"}));
+}
+
 TEST(JobInput, LinesAndResumingAtAnyLine) {
     JobInput job("A.\r\rB\rC.\n\n\n");
     EXPECT_EQ(job.lineCount(), 6u);
