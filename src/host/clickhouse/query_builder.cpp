@@ -198,7 +198,7 @@ std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& data
         parts.push_back(slot.range ? aggregate("min", x, when) : "0");
         parts.push_back(slot.range ? aggregate("max", x, when) : "0");
         if (slot.keepValues)
-            parts.push_back(aggregate("sumMap", "[" + x + "], [toUInt64(1)]", when));
+            parts.push_back(aggregate("groupArray", x, when));
     }
     for (std::size_t i : spec.limitStatistics) {
         AggregationStatistic const& statistic = plan.statistics[i];

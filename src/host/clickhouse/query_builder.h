@@ -47,8 +47,7 @@ std::string validExpression(RemoteColumn const& column, dictionary::Variable con
 std::string shiftQuery(RemoteTable const& table, dictionary::Dataset const& dataset, int variable);
 
 // The query giving one row per group: the keys, the group's cases, then per slot n, sum, shifted
-// sum, shifted squares, min, max (and, where values are kept, the distinct values in ascending
-// order with their counts, so that repeated values travel once), then one count per limit
+// sum, shifted squares, min, max (and the array of values where kept), then one count per limit
 // statistic. What no statistic needs is 0, and without a variance the shifted sum is the sum.
 // Groups come sorted by the split variables.
 std::string groupQuery(RemoteTable const& table, dictionary::Dataset const& dataset,

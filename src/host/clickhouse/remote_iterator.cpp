@@ -204,7 +204,7 @@ bool RemoteIterator::fetchGroups(aggregation::CubePlan const& plan, JobColumns c
             partial.squares = number(fields[f++]).value_or(0.0);
             partial.min = number(fields[f++]).value_or(0.0);
             partial.max = number(fields[f++]).value_or(0.0);
-            if (spec.slots[s].keepValues && !valueCounts(fields[f++], partial.values)) {
+            if (spec.slots[s].keepValues && !numberArray(fields[f++], partial.values)) {
                 fail("an answer row holds no list of values where one was asked for");
                 return false;
             }

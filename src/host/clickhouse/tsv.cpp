@@ -99,23 +99,4 @@ bool numberArray(std::string_view field, std::vector<double>& out) {
     return true;
 }
 
-bool valueCounts(std::string_view field, std::vector<double>& out) {
-    out.clear();
-    std::size_t const middle = field.find("],[");
-    if (field.size() < 7 || field.front() != '(' || field.back() != ')' ||
-        middle == std::string_view::npos)
-        return false;
-    std::vector<double> values, counts;
-    if (!numberArray(field.substr(1, middle), values) ||
-        !numberArray(field.substr(middle + 2, field.size() - middle - 3), counts) ||
-        values.size() != counts.size())
-        return false;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        if (!(counts[i] >= 0.0) || counts[i] > 1e12)
-            return false;
-        out.insert(out.end(), static_cast<std::size_t>(counts[i]), values[i]);
-    }
-    return true;
-}
-
 }  // namespace host::clickhouse

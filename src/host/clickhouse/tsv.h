@@ -27,8 +27,5 @@ std::string unescape(std::string_view field);
 std::optional<double> number(std::string_view field);
 // [1,2.5,-3]; false when the field is no such array.
 bool numberArray(std::string_view field, std::vector<double>& out);
-// ([v1,v2],[c1,c2]): values and how often each occurs, given as the values repeated; false when
-// the field is no such pair of arrays.
-bool valueCounts(std::string_view field, std::vector<double>& out);
 
 }  // namespace host::clickhouse

@@ -86,13 +86,6 @@ TEST(ClickHouseAnswers, FieldsEscapesNullsNumbersAndArrays) {
     EXPECT_TRUE(hc::numberArray("[]", values));
     EXPECT_TRUE(values.empty());
     EXPECT_FALSE(hc::numberArray("[1,x]", values));
-    // Values with their counts, as the server sends what an order statistic needs.
-    ASSERT_TRUE(hc::valueCounts("([-1,2.5],[2,1])", values));
-    EXPECT_EQ(values, (std::vector<double>{-1.0, -1.0, 2.5}));
-    EXPECT_TRUE(hc::valueCounts("([],[])", values));
-    EXPECT_TRUE(values.empty());
-    EXPECT_FALSE(hc::valueCounts("([1,2],[1])", values));
-    EXPECT_FALSE(hc::valueCounts("[1,2]", values));
     EXPECT_FALSE(hc::number("12abc"));
     EXPECT_TRUE(std::isnan(*hc::number("nan")));
     EXPECT_FALSE(reader.next(fields));
