@@ -157,29 +157,22 @@ std::string RemoteTable::where() const {
     return connection_.address().text;
 }
 
-LoadResult openTable(std::string const& text, std::string const& dictionaryPath) {
-    std::string error;
-    std::optional<Address> address = parseAddress(text, error);
-    if (!address)
-        return failure(text, error);
-    Credentials credentials = credentialsFromEnvironment(error);
-    if (!error.empty())
-        return failure(text, error);
-    Connection connection(*address, std::move(credentials));
+namespace {
 
-    Answer const count = connection.query("SELECT count() FROM " + connection.qualifiedTable() +
-                                          " FORMAT TabSeparated");
-    if (!count.ok)
-        return failure(text, count.error);
+// The columns the server lists for the table; those of a type that cannot be read are left out
+// with a warning.
+bool readColumns(Connection const& connection, std::string const& text,
+                 std::vector<ServerColumn>& columns, std::vector<Diagnostic>& messages,
+                 std::string& error) {
+    Address const& address = connection.address();
     Answer const described =
         connection.query("SELECT name, type, comment FROM system.columns WHERE database = " +
-                         quoteText(address->database) +
-                         " AND table = " + quoteText(address->table) + " FORMAT TabSeparated");
-    if (!described.ok)
-        return failure(text, described.error);
-
-    std::vector<Diagnostic> messages;
-    std::vector<ServerColumn> columns;
+                         quoteText(address.database) + " AND table = " + quoteText(address.table) +
+                         " FORMAT TabSeparated");
+    if (!described.ok) {
+        error = described.error;
+        return false;
+    }
     TsvReader reader(described.body);
     std::vector<std::string_view> fields;
     while (reader.next(fields)) {
@@ -189,37 +182,24 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
                             ColumnKind::Number};
         column.kind = columnKind(column.type);
         if (column.kind == ColumnKind::Unsupported) {
-            Diagnostic d;
-            d.level = Diagnostic::Warning;
-            d.file = text;
-            d.text = "the column \"" + column.name + "\" has the type " + column.type +
-                     ", which cannot be read as a number or a string; it is left out";
-            messages.push_back(std::move(d));
+            messages.push_back(
+                {Diagnostic::Warning, text, 0, 0,
+                 "the column \"" + column.name + "\" has the type " + column.type +
+                     ", which cannot be read as a number or a string; it is left out"});
             continue;
         }
         columns.push_back(std::move(column));
     }
     if (columns.empty())
-        return failure(text, "the table has no column that can be read", std::move(messages));
-    // The dictionary: the file's, completed by what the server says of each column.
-    dictionary::Dictionary dict;
-    if (!dictionaryPath.empty()) {
-        std::optional<dictionary::Dictionary> read =
-            dictionary::readDictionary(dictionaryPath, messages);
-        if (!read)
-            return failure(text, "the dictionary " + dictionaryPath + " cannot be used",
-                           std::move(messages));
-        dict = std::move(*read);
-    }
-    // A width the dictionary declares spares the server a scan of the column.
-    for (ServerColumn& column : columns) {
-        for (auto const& field : dict.fields) {
-            if (field.name == column.name && field.width > 0)
-                column.width = field.width;
-        }
-    }
-    if (!measureWidths(connection, columns, error))
-        return failure(text, error, std::move(messages));
+        error = "the table has no column that can be read";
+    return !columns.empty();
+}
+
+// Gives every column a field of the dictionary, with the type the server says and, where the
+// file gives none, the comment as its label; returns the columns as a CSV header.
+std::string completeDictionary(dictionary::Dictionary& dict,
+                               std::vector<ServerColumn> const& columns,
+                               std::vector<Diagnostic>& messages) {
     std::string header;
     for (ServerColumn const& column : columns) {
         auto field = std::find_if(dict.fields.begin(), dict.fields.end(),
@@ -238,6 +218,14 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
                                     "\" is declared a string, but the column holds numbers; "
                                     "it is read as a number"});
         }
+        bool const fractional = column.type.find("Float") != std::string::npos ||
+                                column.type.find("Decimal") != std::string::npos;
+        // With no rows to look at, a fractional column gets two decimals unless the file says.
+        if (fractional && field->formatType == 0 && field->type != "integer") {
+            field->formatType = FMT_F;
+            field->formatWidth = 8;
+            field->formatDecimals = 2;
+        }
         field->type = column.kind == ColumnKind::Number
                           ? (field->type == "integer" ? "integer" : "number")
                           : "string";
@@ -247,8 +235,12 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
             field->title = column.comment;
         header += (header.empty() ? "" : ",") + csvField(column.name);
     }
+    return header;
+}
 
-    // The CSV loader applies a dictionary to columns; here it sees the header alone.
+// The CSV loader applies a dictionary to columns; here it sees the header alone.
+LoadResult loadHeader(std::string const& text, std::string const& header,
+                      dictionary::Dictionary const& dict) {
     std::filesystem::path const scratch = std::filesystem::temp_directory_path() /
                                           ("ggraph-table-" + std::to_string(::getpid()) + ".csv");
     {
@@ -264,6 +256,51 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
         for (std::size_t at; (at = message.text.find(scratch.string())) != std::string::npos;)
             message.text.replace(at, scratch.string().size(), text);
     }
+    return result;
+}
+
+}  // namespace
+
+LoadResult openTable(std::string const& text, std::string const& dictionaryPath) {
+    std::string error;
+    std::optional<Address> address = parseAddress(text, error);
+    if (!address)
+        return failure(text, error);
+    Credentials credentials = credentialsFromEnvironment(error);
+    if (!error.empty())
+        return failure(text, error);
+    Connection connection(*address, std::move(credentials));
+
+    Answer const count = connection.query("SELECT count() FROM " + connection.qualifiedTable() +
+                                          " FORMAT TabSeparated");
+    if (!count.ok)
+        return failure(text, count.error);
+    std::vector<Diagnostic> messages;
+    std::vector<ServerColumn> columns;
+    if (!readColumns(connection, text, columns, messages, error))
+        return failure(text, error, std::move(messages));
+
+    dictionary::Dictionary dict;
+    if (!dictionaryPath.empty()) {
+        std::optional<dictionary::Dictionary> read =
+            dictionary::readDictionary(dictionaryPath, messages);
+        if (!read)
+            return failure(text, "the dictionary " + dictionaryPath + " cannot be used",
+                           std::move(messages));
+        dict = std::move(*read);
+    }
+    // A width the dictionary declares spares the server a scan of the column.
+    for (ServerColumn& column : columns) {
+        for (auto const& field : dict.fields) {
+            if (field.name == column.name && field.width > 0)
+                column.width = field.width;
+        }
+    }
+    if (!measureWidths(connection, columns, error))
+        return failure(text, error, std::move(messages));
+    std::string const header = completeDictionary(dict, columns, messages);
+
+    LoadResult result = loadHeader(text, header, dict);
     messages.insert(messages.end(), result.messages.begin(), result.messages.end());
     result.messages = std::move(messages);
     if (!result.dataset || result.dataset->fatal)
@@ -272,23 +309,15 @@ LoadResult openTable(std::string const& text, std::string const& dictionaryPath)
     std::vector<RemoteColumn> remote;
     for (ServerColumn const& column : columns)
         remote.push_back(remoteColumn(column.name, column.type));
-    // With no rows to look at, a fractional column gets two decimals unless the dictionary says.
-    for (std::size_t i = 0; i < columns.size() && i < result.dataset->variables.size(); ++i) {
-        std::string const inner = unwrap(unwrap(columns[i].type, "LowCardinality"), "Nullable");
-        bool const fractional = inner.rfind("Float", 0) == 0 || inner.rfind("Decimal", 0) == 0;
-        auto const field = std::find_if(dict.fields.begin(), dict.fields.end(),
-                                        [&](auto const& f) { return f.name == columns[i].name; });
-        if (fractional &&
-            (field == dict.fields.end() || (field->formatType == 0 && field->type != "integer")))
-            result.dataset->variables[i]->hostData().format = KwelFormatPack(FMT_F, 8, 2);
-    }
     result.dataset->path = text;
     result.dataset->columns.assign(result.dataset->variables.size(), {});
     result.dataset->cases = 0;
-    std::int64_t const rows = static_cast<std::int64_t>(
-        number(TsvReader(count.body).next(fields) ? fields[0] : "0").value_or(0.0));
+    std::vector<std::string_view> fields;
+    TsvReader rows(count.body);
+    std::int64_t const cases =
+        rows.next(fields) ? static_cast<std::int64_t>(number(fields[0]).value_or(0.0)) : 0;
     result.dataset->remote =
-        std::make_shared<RemoteTable>(std::move(connection), std::move(remote), rows);
+        std::make_shared<RemoteTable>(std::move(connection), std::move(remote), cases);
     return result;
 }
 
