@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/data_source.h"
@@ -54,6 +55,8 @@ struct KWEL_DataSource::Data {
     bool splitLayered = true;  // LAYERED or SEPARATE: both group the cases the same way
     bool fatal = false;
     std::shared_ptr<ProcDSIterator::Groups const> groups;  // cache; reset when split changes
+    // Variable indexes by upper-cased name, the first of a name; kept by appendVariable.
+    std::unordered_map<std::string, int> nameIndex;
 };
 
 namespace host::dictionary {
@@ -65,6 +68,8 @@ using ValueLabels = KWEL_ValueLabelMap::Data;
 // Appends a variable with an empty column sized to the dataset's cases (all system-missing or
 // blank) and gives its index.
 int addVariable(Dataset& dataset, std::string name, int width);
+// Appends a variable with its cells (cellsPerValue cells per case) and gives its index.
+int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, std::vector<OBS> cells);
 // Sets sensible defaults of a new variable: F8.2 scale for numbers, A<width> nominal for
 // strings.
 void setDefaultFormat(Variable& variable);

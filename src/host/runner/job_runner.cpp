@@ -6,10 +6,13 @@
 #include <set>
 
 #include <fmt/core.h>
+#include <unistd.h>
 
 #include "host/chart/chart_send.h"
 #include "host/dictionary/data_commands.h"
+#include "host/dictionary/column_selection.h"
 #include "host/dictionary/job_data.h"
+#include "host/dictionary/progress.h"
 #include "host/files/file_io.h"
 #include "host/output/writers.h"
 #include "host/syntax/current_command.h"
@@ -166,8 +169,21 @@ int runJobFile(RunOptions const& options) {
     host::output::ConsoleSink console(std::cerr);
     if (!options.quiet) document.addSink(&console);
 
-    // The data comes in before the job runs; what could not be read is said in the output.
-    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets);
+    // The data comes in before the job runs, only the columns the job's text can name; what
+    // could not be read is said in the output. A file that cannot be read at all stops the run.
+    host::dictionary::setProgressEnabled(!options.quiet && ::isatty(STDERR_FILENO));
+    host::dictionary::ColumnSelection const columns = host::dictionary::selectionForJob(read.bytes);
+    host::dictionary::LoadOptions load;
+    load.columns = &columns;
+    host::dictionary::JobDataResult data =
+        host::dictionary::loadJobData(options.dataPath, options.datasets, load);
+    if (data.cannotRun) {
+        for (auto const& problem : data.messages) {
+            if (problem.level == host::dictionary::Diagnostic::Error)
+                std::cerr << problem.toString() << "\n";
+        }
+        return kExitCannotRun;
+    }
     for (auto const& problem : data.messages) {
         document.addMessage(problem.level, problem.toString());
     }
