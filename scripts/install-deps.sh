@@ -14,7 +14,7 @@ packages=(
 )
 for arg in "$@"; do
   case "$arg" in
-    --bench) packages+=(python3-pandas python3-matplotlib) ;;
+    --bench) packages+=(python3-pandas python3-matplotlib r-base-core r-cran-data.table r-cran-ggplot2) ;;
     --browser) packages+=(chromium) ;;
     --pdf) packages+=(poppler-utils) ;;
     --fuzz) packages+=(clang libclang-rt-14-dev) ;;

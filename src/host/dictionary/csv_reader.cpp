@@ -5,49 +5,34 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fast_float/fast_float.h>
-#include <utf8.h>
+#include <algorithm>
 #include <cerrno>
-#include <cmath>
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
-#include <limits>
+#include <exception>
+#include <mutex>
 #include <set>
 #include <string_view>
+#include <thread>
 
+#include "host/dictionary/csv_parser.h"
 #include "platform/dictionary.h"
 
 namespace host::dictionary {
 
 namespace {
 
-constexpr double kSysmis = std::numeric_limits<double>::lowest();
+using csv::ColumnState;
+using csv::RunResult;
 
-// A data cell of eight blanks.
-OBS const kBlankCell = [] {
-    OBS cell;
-    std::memset(&cell, ' ', sizeof cell);
-    return cell;
-}();
-
-// Lays a string column out with `per` cells per value.
-void widen(CsvColumn& column, std::size_t per) {
+// Lays a string column out with `per` cells per value, narrower or wider.
+void relayout(CsvColumn& column, std::size_t per) {
     std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
-    std::size_t const rows = column.cells.size() / old;
-    std::vector<OBS> cells;
-    cells.reserve(std::max(column.cells.capacity() / old * per, rows * per));
-    cells.assign(rows * per, kBlankCell);
-    for (std::size_t row = 0; row < rows; ++row) {
-        std::memcpy(cells.data() + row * per, column.cells.data() + row * old, old * sizeof(OBS));
+    if (per > old) {
+        csv::widen(column, per);
+        return;
     }
-    column.cells.swap(cells);
-    column.cellsPerValue = static_cast<int>(per);
-}
-
-// Brings a string column to its final width: the declared one, or the longest value.
-void finishStrings(CsvColumn& column, int declaredWidth) {
-    column.width = declaredWidth > 0 ? declaredWidth : std::max(1, column.maxLength);
-    std::size_t const per = static_cast<std::size_t>(ObsCellsForWidth(column.width));
-    std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
     if (per == old)
         return;
     std::size_t const rows = column.cells.size() / old;
@@ -59,500 +44,256 @@ void finishStrings(CsvColumn& column, int declaredWidth) {
     column.cellsPerValue = static_cast<int>(per);
 }
 
-// Bytes that end an unquoted field.
-struct DelimiterTable {
-    bool ends[256] = {};
-    constexpr DelimiterTable() {
-        ends[static_cast<unsigned char>(',')] = true;
-        ends[static_cast<unsigned char>('\n')] = true;
-        ends[static_cast<unsigned char>('\r')] = true;
-    }
-};
-constexpr DelimiterTable kDelimiters;
-
-inline bool isDelimiter(char c) {
-    return kDelimiters.ends[static_cast<unsigned char>(c)];
-}
-
-std::string_view trimBlanks(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-    return text;
-}
-
-// A whole text as a finite number; a leading '+' is allowed.
-bool parseWholeNumber(std::string_view text, double& value) {
-    if (!text.empty() && text.front() == '+')
-        text.remove_prefix(1);
-    if (text.empty())
-        return false;
-    auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
-           std::isfinite(value);
-}
-
-constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-// The common plain decimal ("-123.45") right up to a delimiter, read in one pass that also
-// counts the decimals. Exact: a mantissa below 2^53 and a power of ten up to 10^22 are both
-// exact doubles, and one division rounds correctly. Null when the field is anything else.
-inline char const* parsePlainDecimal(char const* p, char const* end, double& value, int& decimals) {
-    bool const negative = p < end && *p == '-';
-    if (negative)
-        ++p;
-    std::uint64_t mantissa = 0;
-    int digits = 0;
-    char const* const start = p;
-    while (p < end && static_cast<unsigned char>(*p - '0') < 10) {
-        mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
-        ++p;
-    }
-    digits = static_cast<int>(p - start);
-    decimals = 0;
-    if (p < end && *p == '.') {
-        char const* const fraction = ++p;
-        while (p < end && static_cast<unsigned char>(*p - '0') < 10) {
-            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
-            ++p;
-        }
-        decimals = static_cast<int>(p - fraction);
-        digits += decimals;
-    }
-    if (digits == 0 || digits > 15 || (p < end && !isDelimiter(*p)))
-        return nullptr;
-    value = static_cast<double>(mantissa) / kPowersOfTen[decimals];
-    if (negative)
-        value = -value;
-    return p;
-}
-
-int decimalsOf(std::string_view text) {
-    auto const dot = text.find('.');
-    if (dot == std::string_view::npos)
-        return 0;
-    int digits = 0;
-    for (std::size_t i = dot + 1; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-        ++digits;
-    }
-    return digits;
-}
-
-std::string quoteForMessage(std::string_view text) {
-    if (text.size() > 40)
-        return "\"" + std::string(text.substr(0, 37)) + "...\"";
-    return "\"" + std::string(text) + "\"";
-}
-
-struct ColumnState {
-    CsvColumn column;
-    bool declared = false;
-    int declaredWidth = 0;
-    std::vector<std::string> nullMarkers;
-    std::int64_t numbersSeen = 0;  // non-empty numeric cells
-    bool flippedLate = false;      // turned string after numbers had been read
-};
-
-class Parser {
+// A file cut into pieces at row boundaries, each parsed on a thread of its own.
+class PieceReader {
 public:
-    Parser(std::string_view text, std::string const& name, std::vector<Diagnostic>& messages)
-        : begin_(text.data()),
-          p_(text.data()),
-          end_(text.data() + text.size()),
-          lineStart_(text.data()),
-          name_(name),
-          sink_(messages) {}
+    PieceReader(std::string_view text, std::string const& name, CsvOptions const& options)
+        : text_(text), name_(name), options_(options) {}
 
-    bool run(CsvDeclare const& declare, std::set<std::size_t> const& forceString, CsvTable& table,
-             std::set<std::size_t>& flipped);
+    // Parses the rows from `dataStart` with the columns as `states` sets them out. The results
+    // are in file order; a piece whose guessed start was inside a quoted field is parsed again
+    // from where the piece before it really ended.
+    std::vector<RunResult> parse(char const* dataStart, std::vector<ColumnState> const& states);
 
 private:
-    void report(Diagnostic::Level level, std::string const& kind, char const* at,
-                std::string text) {
-        Diagnostic d;
-        d.level = level;
-        d.file = name_;
-        d.line = line_;
-        d.column = at ? (at - lineStart_) + 1 : 0;
-        d.text = std::move(text);
-        sink_.add(kind, std::move(d));
-    }
-    void newline(char const* next) {
-        ++line_;
-        lineStart_ = next;
-    }
-    // Reads one field, quoted or not, leaving p_ on its delimiter (or the end).
-    std::string_view readText();
-    // Steps over the delimiter: 0 another field follows, 1 the row ended.
-    int endField();
-    void storeText(ColumnState& state, std::string_view text, char const* at, std::size_t field);
-    void storeNumberText(ColumnState& state, std::string_view text, char const* at,
-                         std::size_t field);
-    // Guesses the number of rows from the start of the data, so that columns grow once.
-    std::size_t estimateRows() const;
-    void checkUtf8(std::string_view text, char const* at);
+    void watch(std::size_t pieces);
 
-    char const* begin_;
-    char const* p_;
-    char const* end_;
-    char const* lineStart_;
-    std::int64_t line_ = 1;
+    std::string_view text_;
     std::string const& name_;
-    DiagnosticSink sink_;
-    std::string scratch_;
+    CsvOptions const& options_;
+    csv::RunProgress progress_;
+    std::mutex mutex_;
+    std::condition_variable finished_;
+    std::size_t done_ = 0;
 };
 
-std::string_view Parser::readText() {
-    char const* const start = p_;
-    if (p_ < end_ && *p_ == '"') {
-        std::int64_t const openLine = line_;
-        std::int64_t const openColumn = (p_ - lineStart_) + 1;
-        scratch_.clear();
-        ++p_;
-        for (;;) {
-            auto const* quote =
-                static_cast<char const*>(std::memchr(p_, '"', static_cast<std::size_t>(end_ - p_)));
-            char const* const stop = quote ? quote : end_;
-            for (char const* nl = p_; nl < stop;) {
-                nl = static_cast<char const*>(
-                    std::memchr(nl, '\n', static_cast<std::size_t>(stop - nl)));
-                if (!nl)
-                    break;
-                newline(++nl);
-            }
-            // Past the widest string kept, the text is only scanned, never copied.
-            if (scratch_.size() <= static_cast<std::size_t>(kMaxStringWidth)) {
-                auto const room = static_cast<std::size_t>(kMaxStringWidth) + 1 - scratch_.size();
-                scratch_.append(p_, std::min(room, static_cast<std::size_t>(stop - p_)));
-            }
-            if (!quote) {
-                p_ = end_;
-                Diagnostic d;
-                d.level = Diagnostic::Error;
-                d.file = name_;
-                d.line = openLine;
-                d.column = openColumn;
-                d.text =
-                    "a quoted field is never closed: the file ends inside it (is the file "
-                    "cut short?); the rest of the file is read as this one field";
-                sink_.add("unclosed quote", std::move(d));
-                return scratch_;
-            }
-            p_ = quote + 1;
-            if (p_ < end_ && *p_ == '"') {
-                scratch_.push_back('"');
-                ++p_;
-                continue;
-            }
-            break;
+std::vector<RunResult> PieceReader::parse(char const* dataStart,
+                                          std::vector<ColumnState> const& states) {
+    char const* const end = text_.data() + text_.size();
+    auto const bytes = static_cast<std::size_t>(end - dataStart);
+    unsigned threads = options_.threads ? options_.threads : std::thread::hardware_concurrency();
+    std::size_t pieces = std::max<std::size_t>(1, std::min<std::size_t>(
+                                                      std::max(1u, threads),
+                                                      bytes / std::max<std::size_t>(
+                                                                  1, options_.minPieceBytes)));
+    std::vector<char const*> starts{dataStart};
+    for (std::size_t k = 1; k < pieces; ++k) {
+        char const* start = csv::nextRowStart(dataStart + bytes * k / pieces, end);
+        if (start > starts.back() && start < end)
+            starts.push_back(start);
+    }
+    pieces = starts.size();
+    auto stopOf = [&](std::size_t k) { return k + 1 < pieces ? starts[k + 1] : end; };
+    std::size_t const allRows = csv::estimateRows(dataStart, end, bytes);
+
+    std::vector<RunResult> results(pieces);
+    std::vector<std::exception_ptr> failures(pieces);
+    done_ = 0;  // a reader parses again when a column turns out to be text
+    progress_.bytes = 0;
+    progress_.rows = 0;
+    auto run = [&](std::size_t k) {
+        // The first piece makes room for every row, so that the others append to it in place.
+        std::size_t const rows =
+            k == 0 ? allRows
+                   : csv::estimateRows(starts[k], end,
+                                       static_cast<std::size_t>(stopOf(k) - starts[k]));
+        try {
+            csv::parseRows(text_, starts[k], stopOf(k), name_, states, rows, &progress_,
+                           results[k]);
+        } catch (...) {
+            failures[k] = std::current_exception();  // out of memory, most likely
         }
-        if (p_ < end_ && !isDelimiter(*p_)) {
-            report(Diagnostic::Warning, "text after a closing quote", p_,
-                   "text follows the closing quote of a field; it is kept as part of the field");
-            char const* rest = p_;
-            while (p_ < end_ && !isDelimiter(*p_)) ++p_;
-            scratch_.append(rest, static_cast<std::size_t>(p_ - rest));
-        }
-        return scratch_;
-    }
-    while (p_ < end_ && !isDelimiter(*p_)) ++p_;
-    std::string_view text(start, static_cast<std::size_t>(p_ - start));
-    if (text.find('"') != std::string_view::npos) {
-        report(Diagnostic::Warning, "stray quote", start + text.find('"'),
-               "a quote stands inside a field that does not start with one; it is kept as a "
-               "character");
-    }
-    return text;
-}
-
-int Parser::endField() {
-    if (p_ >= end_)
-        return 1;
-    char const c = *p_++;
-    if (c == ',')
-        return 0;
-    if (c == '\r' && p_ < end_ && *p_ == '\n')
-        ++p_;
-    newline(p_);
-    return 1;
-}
-
-void Parser::checkUtf8(std::string_view text, char const* at) {
-    bool ascii = true;
-    for (char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80) {
-            ascii = false;
-            break;
-        }
-    }
-    if (ascii)
-        return;
-    auto const bad = utf8::find_invalid(text.begin(), text.end());
-    if (bad == text.end())
-        return;
-    auto const offset = static_cast<std::size_t>(bad - text.begin());
-    // Quoted text lives in the scratch buffer; its column is that of the field.
-    char const* place =
-        (at && text.data() >= begin_ && text.data() < end_) ? text.data() + offset : at;
-    char hex[8];
-    std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned char>(*bad));
-    report(Diagnostic::Warning, "bad UTF-8", place,
-           std::string("the byte ") + hex +
-               " is not valid UTF-8; the text is kept and the byte shows as U+FFFD");
-}
-
-// Asks for huge pages behind a large buffer that is reserved but not yet touched: far fewer
-// page faults while a column fills.
-void adviseHugePages(void const* data, std::size_t bytes) {
-    constexpr std::uintptr_t huge = std::uintptr_t{1} << 21;
-    auto const begin = (reinterpret_cast<std::uintptr_t>(data) + huge - 1) & ~(huge - 1);
-    auto const end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(huge - 1);
-    if (end > begin)
-        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-}
-
-std::string where(std::size_t field, ColumnState const& state) {
-    return "field " + std::to_string(field + 1) + " (" + state.column.header + ")";
-}
-
-std::size_t Parser::estimateRows() const {
-    std::size_t const sample = std::min<std::size_t>(static_cast<std::size_t>(end_ - p_), 1 << 16);
-    std::size_t lines = 0;
-    for (std::size_t i = 0; i < sample; ++i) lines += p_[i] == '\n';
-    if (lines == 0 || sample == 0)
-        return 0;
-    double const perLine = static_cast<double>(sample) / static_cast<double>(lines);
-    return static_cast<std::size_t>(static_cast<double>(end_ - p_) / perLine * 1.02) + 16;
-}
-
-void Parser::storeText(ColumnState& state, std::string_view text, char const* at,
-                       std::size_t field) {
-    auto& column = state.column;
-    checkUtf8(text, at);
-    std::size_t limit = state.declaredWidth > 0 ? static_cast<std::size_t>(state.declaredWidth)
-                                                : static_cast<std::size_t>(kMaxStringWidth);
-    if (text.size() > limit) {
-        std::size_t const full = text.size();
-        // Cut at a character boundary so that the kept text stays UTF-8.
-        std::size_t cut = limit;
-        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
-        text = text.substr(0, cut);
-        report(Diagnostic::Warning, "string too long", at,
-               where(field, state) + ": a value of " + std::to_string(full) +
-                   " bytes is longer than " + std::to_string(limit) +
-                   (state.declaredWidth > 0 ? " (the declared width)" : "") + "; it is cut");
-    }
-    std::size_t const per = static_cast<std::size_t>(column.cellsPerValue);
-    if (text.size() > per * sizeof(OBS)) {
-        // Wider than the cells so far: lay the column out again, at least twice as wide, so
-        // that a column that keeps growing is copied only a few times.
-        widen(column, std::max(2 * per, static_cast<std::size_t>(
-                                            ObsCellsForWidth(static_cast<int>(text.size())))));
-    }
-    if (column.cellsPerValue == 1) {
-        OBS cell = kBlankCell;
-        std::memcpy(&cell, text.data(), text.size());
-        column.cells.push_back(cell);
+        std::lock_guard lock(mutex_);
+        ++done_;
+        finished_.notify_all();
+    };
+    if (pieces == 1 && !options_.progress) {
+        run(0);
     } else {
-        std::size_t const base = column.cells.size();
-        column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
-                            kBlankCell);
-        std::memcpy(column.cells.data() + base, text.data(), text.size());
+        std::vector<std::thread> workers;
+        for (std::size_t k = 0; k < pieces; ++k) workers.emplace_back(run, k);
+        watch(pieces);
+        for (auto& worker : workers) worker.join();
     }
-    if (static_cast<int>(text.size()) > column.maxLength)
-        column.maxLength = static_cast<int>(text.size());
+    for (auto const& failure : failures) {
+        if (failure)
+            std::rethrow_exception(failure);
+    }
+
+    // Join: each piece must start where the one before it ended.
+    std::vector<RunResult> joined;
+    joined.push_back(std::move(results[0]));
+    for (std::size_t k = 1; k < pieces; ++k) {
+        char const* const at = joined.back().end;
+        if (at == starts[k]) {
+            joined.push_back(std::move(results[k]));
+        } else if (at < stopOf(k)) {
+            RunResult again;
+            csv::parseRows(text_, at, stopOf(k), name_, states, results[k].rows, nullptr, again);
+            joined.push_back(std::move(again));
+        }
+        // else: a quoted field ran over the whole piece; its rows are in the one before.
+        results[k] = RunResult{};
+    }
+    return joined;
 }
 
-void Parser::storeNumberText(ColumnState& state, std::string_view raw, char const* at,
-                             std::size_t field) {
-    auto& column = state.column;
-    std::string_view const text = trimBlanks(raw);
-    double value = 0.0;
-    if (text.empty()) {
-        column.numbers.push_back(kSysmis);
-        return;
+// Reports progress now and then while the pieces are parsed.
+void PieceReader::watch(std::size_t pieces) {
+    std::unique_lock lock(mutex_);
+    auto const total = static_cast<std::uint64_t>(text_.size());
+    while (!finished_.wait_for(lock, std::chrono::milliseconds(200),
+                               [&] { return done_ == pieces; })) {
+        if (options_.progress)
+            options_.progress(progress_.bytes.load(), total, progress_.rows.load());
     }
-    if (parseWholeNumber(text, value)) {
-        column.numbers.push_back(value);
-        ++state.numbersSeen;
-        column.maxDecimals = std::max(column.maxDecimals, decimalsOf(text));
-        column.maxLength = std::max(column.maxLength, static_cast<int>(text.size()));
-        return;
-    }
-    for (auto const& marker : state.nullMarkers) {
-        if (marker == text) {
-            column.numbers.push_back(kSysmis);
-            return;
-        }
-    }
-    if (state.declared) {
-        report(Diagnostic::Warning, "not a number", at,
-               where(field, state) + ": " + quoteForMessage(text) +
-                   " is not a number, as the dictionary declares; it is read as missing");
-        column.numbers.push_back(kSysmis);
-        return;
-    }
-    // Inferred so far as numeric: the column is a string column after all.
-    if (state.numbersSeen > 0)
-        state.flippedLate = true;
-    column.numeric = false;
-    column.cells.assign(column.numbers.size(), kBlankCell);
-    column.numbers.clear();
-    column.numbers.shrink_to_fit();
-    column.maxLength = 0;
-    storeText(state, raw, at, field);
+    if (options_.progress)
+        options_.progress(total, total, progress_.rows.load());
 }
 
-bool Parser::run(CsvDeclare const& declare, std::set<std::size_t> const& forceString,
-                 CsvTable& table, std::set<std::size_t>& flipped) {
-    if (end_ - p_ >= 3 && std::memcmp(p_, "\xEF\xBB\xBF", 3) == 0) {
-        p_ += 3;
-        lineStart_ = p_;
-    }
-    // Blank lines before the header are passed over.
-    while (p_ < end_ && (*p_ == '\n' || *p_ == '\r')) endField();
-    if (p_ >= end_) {
-        Diagnostic d;
-        d.level = Diagnostic::Error;
-        d.file = name_;
-        d.text = "the file is empty: a header row with the names of the columns is needed";
-        sink_.add("empty", std::move(d));
-        sink_.finish();
-        return false;
-    }
-
-    std::vector<ColumnState> states;
-    for (;;) {
-        char const* at = p_;
-        std::string header(readText());
-        checkUtf8(header, at);
-        ColumnState state;
-        state.column.header = header;
-        CsvColumnDeclaration declaration;
-        if (declare)
-            declaration = declare(header);
-        state.declared = declaration.declared;
-        if (forceString.count(states.size())) {
-            state.column.numeric = false;
-        } else if (declaration.declared) {
-            state.column.numeric = declaration.numeric;
-            state.declaredWidth = declaration.numeric ? 0 : declaration.width;
-        }
-        state.nullMarkers = declaration.nullMarkers;
-        states.push_back(std::move(state));
-        if (endField() == 1)
-            break;
-    }
-    std::size_t const columns = states.size();
-    std::size_t const expected = estimateRows();
-    for (auto& state : states) {
-        if (state.column.numeric) {
-            state.column.numbers.reserve(expected);
-            adviseHugePages(state.column.numbers.data(), expected * sizeof(double));
-        } else {
-            if (state.declaredWidth > 0)
-                state.column.cellsPerValue = ObsCellsForWidth(state.declaredWidth);
-            std::size_t const cells =
-                expected * static_cast<std::size_t>(state.column.cellsPerValue);
-            state.column.cells.reserve(cells);
-            adviseHugePages(state.column.cells.data(), cells * sizeof(OBS));
-        }
-    }
-
-    while (p_ < end_) {
-        if (*p_ == '\n' || *p_ == '\r') {  // a blank line is no case
-            endField();
+// Columns that were read as numbers in one place and turned out to hold text in another: those
+// are read again as text from the start, so that every value keeps its exact spelling.
+std::set<std::size_t> columnsToReadAsText(std::vector<RunResult> const& pieces,
+                                          std::vector<ColumnState> const& states) {
+    std::set<std::size_t> again;
+    for (std::size_t c = 0; c < states.size(); ++c) {
+        if (!states[c].load || !states[c].column.numeric)
             continue;
+        bool text = false;
+        bool numbers = false;
+        for (auto const& piece : pieces) {
+            auto const& state = piece.states[c];
+            text = text || !state.column.numeric;
+            numbers = numbers || state.flippedLate ||
+                      (state.column.numeric && state.numbersSeen > 0);
         }
-        std::int64_t const rowLine = line_;
-        std::size_t field = 0;
-        for (;;) {
-            char const* const at = p_;
-            if (field < columns) {
-                ColumnState& state = states[field];
-                if (!state.column.numeric) {
-                    storeText(state, readText(), at, field);
-                } else if (p_ < end_ && *p_ != '"') {
-                    // The common case: a plain number right up to its delimiter.
-                    double value;
-                    int decimals = 0;
-                    char const* next = parsePlainDecimal(p_, end_, value, decimals);
-                    if (!next) {
-                        auto result = fast_float::from_chars(p_, end_, value);
-                        if (result.ec == std::errc() &&
-                            (result.ptr == end_ || isDelimiter(*result.ptr)) &&
-                            std::isfinite(value)) {
-                            next = result.ptr;
-                            decimals = decimalsOf(
-                                std::string_view(p_, static_cast<std::size_t>(next - p_)));
-                        }
-                    }
-                    if (next) {
-                        state.column.numbers.push_back(value);
-                        ++state.numbersSeen;
-                        state.column.maxDecimals = std::max(state.column.maxDecimals, decimals);
-                        state.column.maxLength =
-                            std::max(state.column.maxLength, static_cast<int>(next - p_));
-                        p_ = next;
-                    } else {
-                        storeNumberText(state, readText(), at, field);
-                    }
-                } else {
-                    storeNumberText(state, readText(), at, field);
-                }
-            } else {
-                readText();
-            }
-            ++field;
-            if (endField() == 1)
-                break;
-        }
-        if (field != columns) {
-            Diagnostic d;
-            d.level = Diagnostic::Warning;
-            d.file = name_;
-            d.line = rowLine;
-            d.column = 1;
-            if (field > columns) {
-                d.text = "the row has " + std::to_string(field) + " fields, the header " +
-                         std::to_string(columns) + "; the extra fields are ignored";
-            } else {
-                d.text = "the row has " + std::to_string(field) + " field(s), the header " +
-                         std::to_string(columns) + "; the missing fields are read as empty";
-            }
-            sink_.add("ragged row", std::move(d));
-            for (std::size_t i = field; i < columns; ++i) {
-                auto& column = states[i].column;
-                if (column.numeric) {
-                    column.numbers.push_back(kSysmis);
-                } else {
-                    column.cells.insert(column.cells.end(),
-                                        static_cast<std::size_t>(column.cellsPerValue), kBlankCell);
-                }
-            }
-        }
-        ++table.rows;
+        if (text && numbers)
+            again.insert(c);
     }
-    sink_.finish();
-    for (std::size_t i = 0; i < columns; ++i) {
-        if (states[i].flippedLate)
-            flipped.insert(i);
-        if (!states[i].column.numeric)
-            finishStrings(states[i].column, states[i].declaredWidth);
-        table.columns.push_back(std::move(states[i].column));
+    return again;
+}
+
+// Joins the pieces of one column into the first piece's.
+CsvColumn joinColumn(std::vector<RunResult>& pieces, std::size_t c, ColumnState const& declared) {
+    CsvColumn& first = pieces[0].states[c].column;
+    bool text = false;
+    int maxLength = 0;
+    int maxDecimals = 0;
+    for (auto const& piece : pieces) {
+        text = text || !piece.states[c].column.numeric;
+        maxLength = std::max(maxLength, piece.states[c].column.maxLength);
+        maxDecimals = std::max(maxDecimals, piece.states[c].column.maxDecimals);
     }
-    return true;
+    if (!text) {
+        for (std::size_t k = 1; k < pieces.size(); ++k) {
+            auto& numbers = pieces[k].states[c].column.numbers;
+            first.numbers.insert(first.numbers.end(), numbers.begin(), numbers.end());
+            std::vector<double>().swap(numbers);
+        }
+        first.maxLength = maxLength;
+        first.maxDecimals = maxDecimals;
+        return std::move(first);
+    }
+    for (auto& piece : pieces) {
+        if (piece.states[c].column.numeric)  // held only empty cells
+            csv::numbersToBlanks(piece.states[c].column);
+    }
+    // Past the declared width no text is kept, so it is the width; else the longest value.
+    int const width = declared.declaredWidth > 0 ? declared.declaredWidth : std::max(1, maxLength);
+    std::size_t const per = static_cast<std::size_t>(ObsCellsForWidth(width));
+    relayout(first, per);
+    for (std::size_t k = 1; k < pieces.size(); ++k) {
+        auto& column = pieces[k].states[c].column;
+        relayout(column, per);
+        first.cells.insert(first.cells.end(), column.cells.begin(), column.cells.end());
+        std::vector<OBS>().swap(column.cells);
+    }
+    first.width = width;
+    first.maxLength = maxLength;
+    return std::move(first);
 }
 
 struct MappedFile {
     void const* data = nullptr;
     std::size_t size = 0;
-    ~MappedFile() {
+    void release() {
         if (data)
             munmap(const_cast<void*>(data), size);
+        data = nullptr;
     }
+    ~MappedFile() { release(); }
 };
+
+
+// Reads the table; `release` is called once the text is no longer needed, before the pieces
+// are joined, so that the file's pages and the joined columns are not both held.
+CsvTable readTable(std::string_view text, std::string const& name, CsvOptions const& options,
+                   std::vector<Diagnostic>& messages, std::function<void()> const& release) {
+    CsvTable table;
+    csv::RunMessages headerMessages;
+    std::vector<std::string> headers;
+    char const* dataStart = nullptr;
+    std::int64_t headerLines = 0;
+    DiagnosticSink sink(messages);
+    if (!csv::parseHeader(text, name, headers, dataStart, headerLines, headerMessages)) {
+        headerMessages.replay(sink, 0);
+        sink.finish();
+        return table;
+    }
+    std::vector<bool> keep(headers.size(), true);
+    if (options.select) {
+        keep = options.select(headers);
+        keep.resize(headers.size(), true);
+    }
+    std::vector<ColumnState> states(headers.size());
+    for (std::size_t i = 0; i < headers.size(); ++i) {
+        auto& state = states[i];
+        state.column.header = headers[i];
+        state.load = keep[i];
+        state.column.loaded = keep[i];
+        CsvColumnDeclaration declaration;
+        if (options.declare)
+            declaration = options.declare(headers[i]);
+        state.declared = declaration.declared;
+        if (declaration.declared) {
+            state.column.numeric = declaration.numeric;
+            state.declaredWidth = declaration.numeric ? 0 : declaration.width;
+        }
+        state.nullMarkers = std::move(declaration.nullMarkers);
+    }
+
+    PieceReader reader(text, name, options);
+    std::vector<RunResult> pieces = reader.parse(dataStart, states);
+    for (auto again = columnsToReadAsText(pieces, states); !again.empty();
+         again = columnsToReadAsText(pieces, states)) {
+        for (std::size_t c : again) states[c].column.numeric = false;
+        pieces.clear();
+        pieces = reader.parse(dataStart, states);
+    }
+
+    if (release)
+        release();
+    headerMessages.replay(sink, 0);
+    std::int64_t line = headerLines;  // line breaks before the piece
+    for (auto const& piece : pieces) {
+        piece.messages.replay(sink, line);
+        line += piece.lines;
+        table.rows += piece.rows;
+    }
+    sink.finish();
+    for (std::size_t c = 0; c < states.size(); ++c) {
+        if (!states[c].load) {
+            CsvColumn skipped;
+            skipped.header = headers[c];
+            skipped.loaded = false;
+            table.columns.push_back(std::move(skipped));
+            continue;
+        }
+        table.columns.push_back(joinColumn(pieces, c, states[c]));
+    }
+    table.ok = true;
+    return table;
+}
 
 }  // namespace
 
@@ -562,27 +303,19 @@ std::string CsvColumn::valueAt(std::size_t row) const {
                        static_cast<std::size_t>(width));
 }
 
-CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
+CsvTable readCsvText(std::string_view text, std::string const& name, CsvOptions const& options,
                      std::vector<Diagnostic>& messages) {
-    std::set<std::size_t> force;
-    for (;;) {
-        CsvTable table;
-        std::vector<Diagnostic> pass;
-        std::set<std::size_t> flipped;
-        Parser parser(text, name, pass);
-        table.ok = parser.run(declare, force, table, flipped);
-        if (!flipped.empty()) {
-            // A column read as numbers turned out to hold text: read it again as text from the
-            // start, so that its first values keep their exact spelling.
-            force.insert(flipped.begin(), flipped.end());
-            continue;
-        }
-        messages.insert(messages.end(), pass.begin(), pass.end());
-        return table;
-    }
+    return readTable(text, name, options, messages, {});
 }
 
-CsvTable readCsv(std::string const& path, CsvDeclare const& declare,
+CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
+                     std::vector<Diagnostic>& messages) {
+    CsvOptions options;
+    options.declare = declare;
+    return readCsvText(text, name, options, messages);
+}
+
+CsvTable readCsv(std::string const& path, CsvOptions const& options,
                  std::vector<Diagnostic>& messages) {
     auto fail = [&](std::string text) {
         Diagnostic d;
@@ -590,30 +323,41 @@ CsvTable readCsv(std::string const& path, CsvDeclare const& declare,
         d.file = path;
         d.text = std::move(text);
         messages.push_back(std::move(d));
-        return CsvTable{};
+        CsvTable table;
+        table.unreadable = true;
+        return table;
     };
-    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Not blocking: opening a FIFO would otherwise wait for a writer.
+    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return fail(std::string("cannot open the data file: ") + std::strerror(errno));
     struct stat info {};
-    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (::fstat(fd, &info) != 0) {
+        int const error = errno;
         ::close(fd);
-        return fail("not a regular file");
+        return fail(std::string("cannot read the data file: ") + std::strerror(error));
+    }
+    if (!S_ISREG(info.st_mode)) {
+        ::close(fd);
+        return fail(S_ISDIR(info.st_mode)    ? "the data file is a directory, not a regular file"
+                    : S_ISFIFO(info.st_mode) ? "the data file is a FIFO (pipe), not a regular file"
+                                             : "the data file is not a regular file");
     }
     MappedFile file;
     file.size = static_cast<std::size_t>(info.st_size);
     if (file.size > 0) {
         void* data = ::mmap(nullptr, file.size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
         if (data == MAP_FAILED) {
+            int const error = errno;
             ::close(fd);
-            return fail(std::string("cannot read the data file: ") + std::strerror(errno));
+            return fail(std::string("cannot read the data file: ") + std::strerror(error));
         }
         ::madvise(data, file.size, MADV_SEQUENTIAL);
         file.data = data;
     }
     ::close(fd);
-    return readCsvText(std::string_view(static_cast<char const*>(file.data), file.size), path,
-                       declare, messages);
+    return readTable(std::string_view(static_cast<char const*>(file.data), file.size), path,
+                     options, messages, [&file] { file.release(); });
 }
 
 }  // namespace host::dictionary

@@ -25,6 +25,7 @@ struct CsvColumnDeclaration {
 
 struct CsvColumn {
     std::string header;  // as written in the file
+    bool loaded = true;  // false: not asked for; the column holds no values
     bool numeric = true;
     std::vector<double> numbers;  // numeric: one per row, system-missing for empty cells
     // string: the values as data cells, blank-padded, cellsPerValue cells per row; when the
@@ -43,15 +44,38 @@ struct CsvTable {
     std::vector<CsvColumn> columns;
     std::int64_t rows = 0;
     bool ok = false;  // false: nothing could be read (missing or empty file, no header)
+    // The file itself could not be read (missing, no permission, not a regular file): nothing
+    // in it was looked at.
+    bool unreadable = false;
 };
 
 using CsvDeclare = std::function<CsvColumnDeclaration(std::string const& header)>;
+// Which columns to fill, given every header in file order; the others are stepped over.
+using CsvSelect = std::function<std::vector<bool>(std::vector<std::string> const& headers)>;
+// How far reading has come: bytes of the file behind it, of `total`, and rows read. Called
+// from the reading thread now and then.
+using CsvProgress =
+    std::function<void(std::uint64_t bytes, std::uint64_t total, std::int64_t rows)>;
 
-// Reads the file. `declare` (may be empty) tells what the dictionary says of each header.
-// Problems are reported with the file, line and column; rows are kept where that is safe.
-CsvTable readCsv(std::string const& path, CsvDeclare const& declare,
+struct CsvOptions {
+    CsvDeclare declare;  // may be empty: every type is inferred
+    CsvSelect select;    // may be empty: every column is read
+    CsvProgress progress;
+    // Pieces parsed side by side: 0 one per core. A file is cut into pieces of at least
+    // minPieceBytes, so small files are read in one.
+    unsigned threads = 0;
+    std::size_t minPieceBytes = std::size_t{1} << 22;
+};
+
+// Reads the file. Problems are reported with the file, line and column; rows are kept where
+// that is safe. The file is parsed in pieces side by side; what comes out (values, types,
+// messages and their line numbers) is what one pass from start to end would give.
+CsvTable readCsv(std::string const& path, CsvOptions const& options,
                  std::vector<Diagnostic>& messages);
 // The same over text in memory; `name` stands for the file in messages.
+CsvTable readCsvText(std::string_view text, std::string const& name, CsvOptions const& options,
+                     std::vector<Diagnostic>& messages);
+// Every column, `declare` saying what the dictionary says of each header (may be empty).
 CsvTable readCsvText(std::string_view text, std::string const& name, CsvDeclare const& declare,
                      std::vector<Diagnostic>& messages);
 

@@ -66,9 +66,15 @@ int addVariable(Dataset& dataset, std::string name, int width) {
         if (cells > 0)
             std::memset(column.data(), ' ', cells * sizeof(OBS));
     }
-    dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(data)));
-    dataset.columns.push_back(std::move(column));
-    return static_cast<int>(dataset.variables.size()) - 1;
+    return appendVariable(dataset, std::move(data), std::move(column));
+}
+
+int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, std::vector<OBS> cells) {
+    int const index = static_cast<int>(dataset.variables.size());
+    dataset.nameIndex.try_emplace(upper(variable->name), index);
+    dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(variable)));
+    dataset.columns.push_back(std::move(cells));
+    return index;
 }
 
 Variable& variableAt(Dataset& dataset, int index) {
@@ -76,6 +82,10 @@ Variable& variableAt(Dataset& dataset, int index) {
 }
 
 int findVariable(Dataset const& dataset, std::string const& name) {
+    if (dataset.nameIndex.size() == dataset.variables.size()) {
+        auto const found = dataset.nameIndex.find(upper(name));
+        return found == dataset.nameIndex.end() ? -1 : found->second;
+    }
     for (std::size_t i = 0; i < dataset.variables.size(); ++i) {
         if (equalsNoCase(dataset.variables[i]->hostData().name, name))
             return static_cast<int>(i);

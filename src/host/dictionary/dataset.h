@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/data_source.h"
@@ -61,6 +62,8 @@ struct KWEL_DataSource::Data {
     // Set when the cases live in a database: the dictionary is here, the columns stay empty, and
     // iterators fetch what a pass needs.
     std::shared_ptr<host::dictionary::RemoteSource> remote;
+    // Variable indexes by upper-cased name, the first of a name; kept by appendVariable.
+    std::unordered_map<std::string, int> nameIndex;
 };
 
 namespace host::dictionary {
@@ -72,6 +75,8 @@ using ValueLabels = KWEL_ValueLabelMap::Data;
 // Appends a variable with an empty column sized to the dataset's cases (all system-missing or
 // blank) and gives its index.
 int addVariable(Dataset& dataset, std::string name, int width);
+// Appends a variable with its cells (cellsPerValue cells per case) and gives its index.
+int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, std::vector<OBS> cells);
 // Sets sensible defaults of a new variable: F8.2 scale for numbers, A<width> nominal for
 // strings.
 void setDefaultFormat(Variable& variable);

@@ -30,6 +30,17 @@ void DiagnosticSink::add(std::string const& kind, Diagnostic diagnostic) {
     out_.push_back(std::move(diagnostic));
 }
 
+void DiagnosticSink::count(std::string const& kind, std::int64_t n, Diagnostic const& last) {
+    for (auto& entry : kinds_) {
+        if (entry.name == kind) {
+            entry.count += n;
+            entry.last = last;
+            return;
+        }
+    }
+    kinds_.push_back({kind, n, last});
+}
+
 void DiagnosticSink::finish() {
     for (auto& entry : kinds_) {
         if (entry.count <= limit_)

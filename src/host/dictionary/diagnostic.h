@@ -28,12 +28,14 @@ public:
     explicit DiagnosticSink(std::vector<Diagnostic>& out, int limitPerKind = 10)
         : out_(out), limit_(limitPerKind) {}
     void add(std::string const& kind, Diagnostic diagnostic);
+    // `n` more of a kind that was added before, past the limit: counted, not shown.
+    void count(std::string const& kind, std::int64_t n, Diagnostic const& last);
     void finish();
 
 private:
     struct Kind {
         std::string name;
-        int count = 0;
+        std::int64_t count = 0;
         Diagnostic last;
     };
     std::vector<Diagnostic>& out_;

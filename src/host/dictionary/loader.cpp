@@ -1,14 +1,20 @@
 #include "host/dictionary/loader.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <new>
+#include <unordered_map>
+#include <unordered_set>
 #include <string_view>
 
 #include "host/dictionary/csv_reader.h"
 #include "host/dictionary/formats.h"
+#include "host/dictionary/progress.h"
 
 namespace host::dictionary {
 
@@ -34,24 +40,31 @@ bool parseNumberText(std::string const& text, double& value) {
     return begin < end && r.ec == std::errc() && r.ptr == end;
 }
 
+std::string shortened(std::string const& text) {
+    constexpr std::size_t kShown = 60;
+    if (text.size() <= kShown)
+        return text;
+    std::size_t cut = kShown;
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+    return text.substr(0, cut) + "... (" + std::to_string(text.size()) + " bytes)";
+}
+
 class Builder {
 public:
     Builder(Dictionary const* dictionary, std::vector<Diagnostic>& messages)
-        : dictionary_(dictionary), messages_(messages) {}
+        : dictionary_(dictionary), messages_(messages) {
+        if (!dictionary_)
+            return;
+        for (auto const& field : dictionary_->fields) fields_.try_emplace(upper(field.name), &field);
+    }
 
     DictField const* fieldFor(std::string const& header) const {
-        if (!dictionary_)
+        if (fields_.empty())
             return nullptr;
-        for (auto const& field : dictionary_->fields) {
-            if (equalsNoCase(field.name, header))
-                return &field;
-        }
-        std::string const name = variableNameFor(header, 0);
-        for (auto const& field : dictionary_->fields) {
-            if (equalsNoCase(field.name, name))
-                return &field;
-        }
-        return nullptr;
+        auto found = fields_.find(upper(header));
+        if (found == fields_.end())
+            found = fields_.find(upper(variableNameFor(header, 0)));
+        return found == fields_.end() ? nullptr : found->second;
     }
 
     CsvColumnDeclaration declare(std::string const& header) const {
@@ -78,6 +91,9 @@ public:
         return declaration;
     }
 
+    // Names the columns (as build() will) and says which of them to read.
+    std::vector<bool> select(std::vector<std::string> const& headers,
+                             ColumnSelection const* selection);
     void build(CsvTable& table, Dataset& dataset);
 
 private:
@@ -90,34 +106,77 @@ private:
         d.text = std::move(text);
         messages_.push_back(std::move(d));
     }
+    void nameColumns(std::vector<std::string> const& headers);
     void applyField(DictField const& field, Variable& variable);
     void applySets(Dataset& dataset);
 
     Dictionary const* dictionary_;
     std::vector<Diagnostic>& messages_;
+    std::unordered_map<std::string, DictField const*> fields_;  // by upper-cased name
+    std::vector<std::string> names_;                             // of every column
 };
+
+void Builder::nameColumns(std::vector<std::string> const& headers) {
+    if (names_.size() == headers.size())
+        return;
+    names_.clear();
+    std::unordered_set<std::string> taken;
+    // The first suffix of a name not yet tried: the ones below it are taken, and stay taken.
+    std::unordered_map<std::string, int> nextSuffix;
+    for (std::size_t i = 0; i < headers.size(); ++i) {
+        std::string name = variableNameFor(headers[i], i);
+        if (!taken.insert(upper(name)).second) {
+            std::string const base = name;
+            int& n = nextSuffix.try_emplace(upper(base), 2).first->second;
+            do {
+                name = base + "_" + std::to_string(n++);
+            } while (!taken.insert(upper(name)).second);
+        }
+        names_.push_back(std::move(name));
+    }
+}
+
+std::vector<bool> Builder::select(std::vector<std::string> const& headers,
+                                  ColumnSelection const* selection) {
+    nameColumns(headers);
+    if (!selection)
+        return std::vector<bool>(headers.size(), true);
+    ColumnSelection wanted = *selection;
+    if (dictionary_) {
+        if (dictionary_->weight)
+            wanted.add(*dictionary_->weight);
+        for (auto const& name : dictionary_->split) wanted.add(name);
+        for (auto const& set : dictionary_->mrsets) {
+            for (auto const& name : set.variables) wanted.add(name);
+        }
+    }
+    return wanted.keep(names_);
+}
 
 void Builder::build(CsvTable& table, Dataset& dataset) {
     dataset.cases = table.rows;
-    std::vector<DictField const*> used;
+    std::vector<std::string> headers;
+    for (auto const& column : table.columns) headers.push_back(column.header);
+    nameColumns(headers);
+    std::unordered_set<DictField const*> used;
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
         auto& column = table.columns[i];
-        std::string name = variableNameFor(column.header, i);
-        if (findVariable(dataset, name) >= 0) {
-            std::string base = name;
-            for (int n = 2; findVariable(dataset, name) >= 0; ++n)
-                name = base + "_" + std::to_string(n);
-        }
+        std::string const& name = names_[i];
         if (name != column.header) {
             Diagnostic d;
             d.level = Diagnostic::Warning;
             d.file = dataset.path;
             d.line = 1;
-            d.text = "column " + std::to_string(i + 1) + ": the header \"" + column.header +
-                     "\" is no usable variable name; the variable is called " + name;
+            d.text = "column " + std::to_string(i + 1) + ": the header \"" +
+                     shortened(column.header) + "\" is no usable variable name; the variable is called " +
+                     shortened(name);
             messages_.push_back(std::move(d));
         }
         DictField const* field = fieldFor(column.header);
+        if (field)
+            used.insert(field);
+        if (!column.loaded)
+            continue;
         auto data = std::make_unique<Variable>();
         data->name = name;
         std::vector<OBS> cells;
@@ -138,17 +197,14 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
             data->measure = MEASURE_NOMINAL;
         }
         data->labels = std::make_shared<ValueLabels>(ValueLabels{data->width, {}});
-        if (field) {
+        if (field)
             applyField(*field, *data);
-            used.push_back(field);
-        }
-        dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(data)));
-        dataset.columns.push_back(std::move(cells));
+        appendVariable(dataset, std::move(data), std::move(cells));
     }
     if (!dictionary_)
         return;
     for (auto const& field : dictionary_->fields) {
-        if (std::find(used.begin(), used.end(), &field) == used.end()) {
+        if (!used.count(&field)) {
             error(dictionary_->file, field.place,
                   "field \"" + field.name + "\" names a column that " + dataset.path +
                       " does not have; the field is ignored");
@@ -277,6 +333,22 @@ void Builder::applySets(Dataset& dataset) {
     }
 }
 
+// Why a dictionary cannot be read, before it is opened: only a regular file of a sane size is
+// (a FIFO would block, a device never end). Empty when it can.
+std::string notARegularFile(std::string const& path) {
+    constexpr std::uintmax_t kMaxDictionaryBytes = std::uintmax_t{1} << 30;
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0)
+        return std::string("cannot open the dictionary: ") + std::strerror(errno);
+    if (S_ISDIR(info.st_mode))
+        return "the dictionary is a directory, not a regular file";
+    if (!S_ISREG(info.st_mode))
+        return "the dictionary is not a regular file (a FIFO or device?)";
+    if (static_cast<std::uintmax_t>(info.st_size) > kMaxDictionaryBytes)
+        return "the dictionary is larger than 1 GB; that is no dictionary";
+    return {};
+}
+
 bool endsWithNoCase(std::string const& text, std::string const& suffix) {
     return text.size() >= suffix.size() &&
            equalsNoCase(std::string_view(text).substr(text.size() - suffix.size()), suffix);
@@ -317,16 +389,29 @@ std::string variableNameFor(std::string const& header, std::size_t position) {
     return name;
 }
 
-LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary) {
+LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary,
+                   LoadOptions const& options) {
     LoadResult result;
     result.dataset = std::make_shared<Dataset>();
     result.dataset->path = csvPath;
     Builder builder(dictionary, result.messages);
     try {
-        CsvTable table = readCsv(
-            csvPath, [&](std::string const& header) { return builder.declare(header); },
-            result.messages);
+        CsvOptions csv;
+        csv.declare = [&](std::string const& header) { return builder.declare(header); };
+        csv.select = [&](std::vector<std::string> const& headers) {
+            return builder.select(headers, options.columns);
+        };
+        csv.progress = options.progress;
+        std::optional<ProgressLine> line;
+        if (!csv.progress && progressEnabled()) {
+            line.emplace("Reading " + csvPath);
+            csv.progress = [&line](std::uint64_t done, std::uint64_t total, std::int64_t rows) {
+                line->update(done, total, rows);
+            };
+        }
+        CsvTable table = readCsv(csvPath, csv, result.messages);
         if (!table.ok) {
+            result.unreadable = table.unreadable;
             result.dataset->fatal = true;
             return result;
         }
@@ -347,13 +432,20 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary) {
     return result;
 }
 
-LoadResult loadDataset(std::string const& path) {
-    namespace fs = std::filesystem;
+LoadResult loadDataset(std::string const& path, LoadOptions const& options) {
     std::vector<Diagnostic> messages;
     std::optional<Dictionary> dictionary;
     std::string csvPath = path;
     if (endsWithNoCase(path, ".json")) {
-        dictionary = readDictionary(path, messages);
+        if (std::string const why = notARegularFile(path); !why.empty()) {
+            Diagnostic d;
+            d.level = Diagnostic::Error;
+            d.file = path;
+            d.text = why;
+            messages.push_back(std::move(d));
+        } else {
+            dictionary = readDictionary(path, messages);
+        }
         if (dictionary && dictionary->csvPath.empty()) {
             Diagnostic d;
             d.level = Diagnostic::Error;
@@ -364,6 +456,7 @@ LoadResult loadDataset(std::string const& path) {
         }
         if (!dictionary) {
             LoadResult failed;
+            failed.unreadable = true;
             failed.dataset = std::make_shared<Dataset>();
             failed.dataset->fatal = true;
             failed.dataset->path = path;
@@ -373,8 +466,16 @@ LoadResult loadDataset(std::string const& path) {
         csvPath = dictionary->csvPath;
     } else {
         std::error_code ignored;
-        if (fs::exists(path + ".json", ignored)) {
-            dictionary = readDictionary(path + ".json", messages);
+        if (std::filesystem::exists(path + ".json", ignored)) {
+            if (std::string const why = notARegularFile(path + ".json"); !why.empty()) {
+                Diagnostic d;
+                d.level = Diagnostic::Error;
+                d.file = path + ".json";
+                d.text = why;
+                messages.push_back(std::move(d));
+            } else {
+                dictionary = readDictionary(path + ".json", messages);
+            }
             if (!dictionary) {
                 Diagnostic d;
                 d.level = Diagnostic::Warning;
@@ -384,7 +485,7 @@ LoadResult loadDataset(std::string const& path) {
             }
         }
     }
-    LoadResult result = loadCsv(csvPath, dictionary ? &*dictionary : nullptr);
+    LoadResult result = loadCsv(csvPath, dictionary ? &*dictionary : nullptr, options);
     messages.insert(messages.end(), result.messages.begin(), result.messages.end());
     result.messages = std::move(messages);
     return result;

@@ -6,11 +6,14 @@
 #include <set>
 
 #include <fmt/core.h>
+#include <unistd.h>
 
 #include "host/chart/chart_send.h"
 #include "host/chart/font_setup.h"
 #include "host/dictionary/data_commands.h"
+#include "host/dictionary/column_selection.h"
 #include "host/dictionary/job_data.h"
+#include "host/dictionary/progress.h"
 #include "host/files/file_io.h"
 #include "host/output/output_folder.h"
 #include "host/output/writers.h"
@@ -180,6 +183,26 @@ int runJobFile(RunOptions const& options) {
     host::output::ConsoleSink console(std::cerr);
     if (!options.quiet) document.addSink(&console);
 
+    // The data comes in before the job runs, only the columns the job's text can name; what
+    // could not be read is said in the output. A file that cannot be read at all stops the run.
+    host::dictionary::setProgressEnabled(!options.quiet && ::isatty(STDERR_FILENO));
+    host::dictionary::ColumnSelection const columns = host::dictionary::selectionForJob(read.bytes);
+    host::dictionary::LoadOptions load;
+    load.columns = &columns;
+    host::dictionary::JobDataResult data =
+        host::dictionary::loadJobData(options.dataPath, options.datasets, options.dictionaries, load);
+    if (data.cannotRun) {
+        for (auto const& problem : data.messages) {
+            if (problem.level == host::dictionary::Diagnostic::Error)
+                std::cerr << problem.toString() << "\n";
+        }
+        return kExitCannotRun;
+    }
+    for (auto const& problem : data.messages) {
+        document.addMessage(problem.level, problem.toString());
+    }
+
+    JobOptions job = options.job;
     std::error_code ec;
     std::filesystem::path out = outputFolder(options);
     std::filesystem::create_directories(out, ec);
@@ -198,13 +221,6 @@ int runJobFile(RunOptions const& options) {
         return kExitCannotRun;
     }
 
-    // The data comes in before the job runs; what could not be read is said in the output.
-    host::dictionary::JobDataResult data = host::dictionary::loadJobData(options.dataPath, options.datasets, options.dictionaries);
-    for (auto const& problem : data.messages) {
-        document.addMessage(problem.level, problem.toString());
-    }
-
-    JobOptions job = options.job;
     std::filesystem::path jobFolder = std::filesystem::absolute(options.jobPath, ec).parent_path();
     if (!ec) job.jobFolder = jobFolder;
     host::chart::OutputOptions charts;

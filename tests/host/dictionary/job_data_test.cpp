@@ -23,12 +23,12 @@ std::string dataFile(char const* name) {
 }  // namespace
 
 TEST(JobData, ActiveAndNamedDatasetsFromTheCommandLine) {
-    auto result = hd::loadJobData(dataFile("employees.csv"), {"scores=" + dataFile("inferred.csv"),
-                                                              "broken", "gone=/nowhere.csv"});
+    auto result = hd::loadJobData(dataFile("employees.csv"),
+                                  {"scores=" + dataFile("inferred.csv"), "gone=/nowhere.csv"});
     EXPECT_FALSE(result.ok);
-    ASSERT_EQ(result.messages.size(), 2u);
-    EXPECT_NE(result.messages[0].text.find("NAME=FILE, not \"broken\""), std::string::npos);
-    EXPECT_EQ(result.messages[1].file, "/nowhere.csv");
+    EXPECT_TRUE(result.cannotRun);  // a file that cannot be read stops the job
+    ASSERT_EQ(result.messages.size(), 1u);
+    EXPECT_EQ(result.messages[0].file, "/nowhere.csv");
     EXPECT_EQ(ProcedureDataSource().ColumnCount(), 10);
 
     UserCaseFileSpec spec;
@@ -37,6 +37,11 @@ TEST(JobData, ActiveAndNamedDatasetsFromTheCommandLine) {
     // A dataset that could not be read is there, and says so.
     ASSERT_TRUE(spec.Init("gone", false, false));
     EXPECT_TRUE(UserInputCaseFile(spec, nullptr).DataSource()->hostData()->fatal);
+
+    result = hd::loadJobData("", {"broken", "later=" + dataFile("inferred.csv")});
+    EXPECT_TRUE(result.cannotRun);
+    ASSERT_EQ(result.messages.size(), 1u);
+    EXPECT_NE(result.messages[0].text.find("NAME=FILE, not \"broken\""), std::string::npos);
 
     // A failed --data leaves a fatal active dataset, which stops a procedure.
     result = hd::loadJobData("/nowhere.csv", {});

@@ -22,7 +22,7 @@ std::string joined(std::vector<hd::Diagnostic> const& messages) {
 }
 
 hd::CsvTable read(std::string const& text, std::vector<hd::Diagnostic>& messages) {
-    return hd::readCsvText(text, "t.csv", {}, messages);
+    return hd::readCsvText(text, "t.csv", hd::CsvOptions{}, messages);
 }
 
 // Files of one test, removed afterwards.
@@ -346,7 +346,7 @@ TEST(MalformedCsv, ArbitraryBytesNeverCrashOrHang) {
         }
         csv.resize(next() % (csv.size() + 1));
         std::vector<hd::Diagnostic> messages;
-        auto table = hd::readCsvText(csv, "f.csv", {}, messages);
+        auto table = hd::readCsvText(csv, "f.csv", hd::CsvOptions{}, messages);
         for (auto const& column : table.columns) {
             std::size_t const stored =
                 column.numeric

@@ -1,5 +1,6 @@
 // The job runner on jobs as people write them, and on jobs that are broken.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -174,23 +175,37 @@ TEST(JobRunner, RunJobFileWritesBothOutputsAndTellsTheExitStatus) {
     fs::remove_all(folder);
 }
 
-TEST(JobRunner, DataThatCannotBeReadIsReportedAndTheJobStillRuns) {
+TEST(JobRunner, DataThatCannotBeReadStopsTheRunBeforeTheJob) {
     namespace fs = std::filesystem;
     fs::path folder = fs::temp_directory_path() / "ggraph_runner_data_test";
     fs::remove_all(folder);
-    fs::create_directories(folder);
+    fs::create_directories(folder / "folder.csv");
+    ASSERT_EQ(::mkfifo((folder / "pipe.csv").c_str(), 0600), 0);
     std::ofstream(folder / "job.sps") << "GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=x COUNT() /GRAPHSPEC.\n";
+    std::ofstream(folder / "empty.csv").flush();
     host::runner::RunOptions options;
     options.jobPath = folder / "job.sps";
-    options.dataPath = (folder / "absent.csv").string();
+    options.outDir = folder / "out";
     options.quiet = true;
-    // The data is missing: said at the top of the output; the command then finds no variable x.
+    // Missing, a directory, a FIFO nobody writes to (which must not block), a bad --dataset:
+    // nothing runs and no output is written.
+    for (auto const& data : {"absent.csv", "folder.csv", "pipe.csv", "absent.json"}) {
+        options.dataPath = (folder / data).string();
+        EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitCannotRun) << data;
+        EXPECT_FALSE(fs::exists(folder / "out" / "output.json")) << data;
+    }
+    options.dataPath.clear();
+    options.datasets = {"named=" + (folder / "pipe.csv").string()};
+    EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitCannotRun);
+    // An empty file can be read: the job runs and says what was wrong at the top.
+    options.datasets.clear();
+    options.dataPath = (folder / "empty.csv").string();
     EXPECT_EQ(host::runner::runJobFile(options), host::runner::kExitErrors);
-    std::ifstream json(folder / "job_output" / "output.json");
+    std::ifstream json(folder / "out" / "output.json");
     std::stringstream text;
     text << json.rdbuf();
     std::string const output = text.str();
-    std::size_t const dataMessage = output.find("absent.csv");
+    std::size_t const dataMessage = output.find("the file is empty");
     ASSERT_NE(dataMessage, std::string::npos);
     EXPECT_LT(dataMessage, output.find("GGRAPH"));
     host::dictionary::resetDatasets();

@@ -1,0 +1,594 @@
+#include "host/dictionary/csv_parser.h"
+
+#include <sys/mman.h>
+
+#include <fast_float/fast_float.h>
+#include <utf8.h>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "platform/dictionary.h"
+
+namespace host::dictionary::csv {
+
+namespace {
+
+constexpr double kSysmis = std::numeric_limits<double>::lowest();
+
+// A data cell of eight blanks.
+OBS const kBlankCell = [] {
+    OBS cell;
+    std::memset(&cell, ' ', sizeof cell);
+    return cell;
+}();
+
+// Bytes that end an unquoted field.
+struct DelimiterTable {
+    bool ends[256] = {};
+    constexpr DelimiterTable() {
+        ends[static_cast<unsigned char>(',')] = true;
+        ends[static_cast<unsigned char>('\n')] = true;
+        ends[static_cast<unsigned char>('\r')] = true;
+    }
+};
+constexpr DelimiterTable kDelimiters;
+
+inline bool isDelimiter(char c) {
+    return kDelimiters.ends[static_cast<unsigned char>(c)];
+}
+
+std::string_view trimBlanks(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    return text;
+}
+
+// A whole text as a finite number; a leading '+' is allowed.
+bool parseWholeNumber(std::string_view text, double& value) {
+    if (!text.empty() && text.front() == '+')
+        text.remove_prefix(1);
+    if (text.empty())
+        return false;
+    auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
+           std::isfinite(value);
+}
+
+constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// The common plain decimal ("-123.45") right up to a delimiter, read in one pass that also
+// counts the decimals. Exact: a mantissa below 2^53 and a power of ten up to 10^22 are both
+// exact doubles, and one division rounds correctly. Null when the field is anything else.
+inline char const* parsePlainDecimal(char const* p, char const* end, double& value, int& decimals) {
+    bool const negative = p < end && *p == '-';
+    if (negative)
+        ++p;
+    std::uint64_t mantissa = 0;
+    int digits = 0;
+    char const* const start = p;
+    while (p < end && static_cast<unsigned char>(*p - '0') < 10) {
+        mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+        ++p;
+    }
+    digits = static_cast<int>(p - start);
+    decimals = 0;
+    if (p < end && *p == '.') {
+        char const* const fraction = ++p;
+        while (p < end && static_cast<unsigned char>(*p - '0') < 10) {
+            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+            ++p;
+        }
+        decimals = static_cast<int>(p - fraction);
+        digits += decimals;
+    }
+    if (digits == 0 || digits > 15 || (p < end && !isDelimiter(*p)))
+        return nullptr;
+    value = static_cast<double>(mantissa) / kPowersOfTen[decimals];
+    if (negative)
+        value = -value;
+    return p;
+}
+
+int decimalsOf(std::string_view text) {
+    auto const dot = text.find('.');
+    if (dot == std::string_view::npos)
+        return 0;
+    int digits = 0;
+    for (std::size_t i = dot + 1; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+        ++digits;
+    }
+    return digits;
+}
+
+std::string quoteForMessage(std::string_view text) {
+    if (text.size() > 40)
+        return "\"" + std::string(text.substr(0, 37)) + "...\"";
+    return "\"" + std::string(text) + "\"";
+}
+
+
+class Parser {
+public:
+    Parser(std::string_view text, char const* start, std::string const& name,
+           RunMessages& messages)
+        : begin_(text.data()),
+          p_(start),
+          end_(text.data() + text.size()),
+          lineStart_(start),
+          name_(name),
+          messages_(messages) {}
+
+    // The header row; false when the text holds none.
+    bool header(std::vector<std::string>& headers);
+    // The rows that start before `stop`.
+    void rows(char const* stop, std::vector<ColumnState>& states, RunProgress* progress,
+              RunResult& result);
+    char const* position() const { return p_; }
+    std::int64_t lines() const { return line_ - 1; }
+
+private:
+    void report(Diagnostic::Level level, std::string const& kind, char const* at,
+                std::string text) {
+        Diagnostic d;
+        d.level = level;
+        d.file = name_;
+        d.line = line_;
+        d.column = at ? (at - lineStart_) + 1 : 0;
+        d.text = std::move(text);
+        messages_.add(kind, std::move(d));
+    }
+    void newline(char const* next) {
+        ++line_;
+        lineStart_ = next;
+    }
+    // Reads one field, quoted or not, leaving p_ on its delimiter (or the end).
+    std::string_view readText();
+    // Steps over the delimiter: 0 another field follows, 1 the row ended.
+    int endField();
+    void storeText(ColumnState& state, std::string_view text, char const* at, std::size_t field);
+    void storeNumberText(ColumnState& state, std::string_view text, char const* at,
+                         std::size_t field);
+    bool storePlainNumber(ColumnState& state);
+    void checkUtf8(std::string_view text, char const* at);
+    void raggedRow(std::int64_t rowLine, std::size_t fields, std::vector<ColumnState>& states);
+
+    char const* begin_;
+    char const* p_;
+    char const* end_;
+    char const* lineStart_;
+    std::int64_t line_ = 1;
+    std::string const& name_;
+    RunMessages& messages_;
+    std::string scratch_;
+};
+
+std::string_view Parser::readText() {
+    char const* const start = p_;
+    if (p_ < end_ && *p_ == '"') {
+        std::int64_t const openLine = line_;
+        std::int64_t const openColumn = (p_ - lineStart_) + 1;
+        scratch_.clear();
+        ++p_;
+        for (;;) {
+            auto const* quote =
+                static_cast<char const*>(std::memchr(p_, '"', static_cast<std::size_t>(end_ - p_)));
+            char const* const stop = quote ? quote : end_;
+            for (char const* nl = p_; nl < stop;) {
+                nl = static_cast<char const*>(
+                    std::memchr(nl, '\n', static_cast<std::size_t>(stop - nl)));
+                if (!nl)
+                    break;
+                newline(++nl);
+            }
+            // Past the widest string kept, the text is only scanned, never copied.
+            if (scratch_.size() <= static_cast<std::size_t>(kMaxStringWidth)) {
+                auto const room = static_cast<std::size_t>(kMaxStringWidth) + 1 - scratch_.size();
+                scratch_.append(p_, std::min(room, static_cast<std::size_t>(stop - p_)));
+            }
+            if (!quote) {
+                p_ = end_;
+                Diagnostic d;
+                d.level = Diagnostic::Error;
+                d.file = name_;
+                d.line = openLine;
+                d.column = openColumn;
+                d.text =
+                    "a quoted field is never closed: the file ends inside it (is the file "
+                    "cut short?); the rest of the file is read as this one field";
+                messages_.add("unclosed quote", std::move(d));
+                return scratch_;
+            }
+            p_ = quote + 1;
+            if (p_ < end_ && *p_ == '"') {
+                scratch_.push_back('"');
+                ++p_;
+                continue;
+            }
+            break;
+        }
+        if (p_ < end_ && !isDelimiter(*p_)) {
+            report(Diagnostic::Warning, "text after a closing quote", p_,
+                   "text follows the closing quote of a field; it is kept as part of the field");
+            char const* rest = p_;
+            while (p_ < end_ && !isDelimiter(*p_)) ++p_;
+            scratch_.append(rest, static_cast<std::size_t>(p_ - rest));
+        }
+        return scratch_;
+    }
+    bool quote = false;  // noted on the way: most fields are a few bytes long
+    for (; p_ < end_ && !isDelimiter(*p_); ++p_) quote |= *p_ == '"';
+    std::string_view text(start, static_cast<std::size_t>(p_ - start));
+    if (quote) {
+        report(Diagnostic::Warning, "stray quote", start + text.find('"'),
+               "a quote stands inside a field that does not start with one; it is kept as a "
+               "character");
+    }
+    return text;
+}
+
+int Parser::endField() {
+    if (p_ >= end_)
+        return 1;
+    char const c = *p_++;
+    if (c == ',')
+        return 0;
+    if (c == '\r' && p_ < end_ && *p_ == '\n')
+        ++p_;
+    newline(p_);
+    return 1;
+}
+
+void Parser::checkUtf8(std::string_view text, char const* at) {
+    bool ascii = true;
+    for (char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            ascii = false;
+            break;
+        }
+    }
+    if (ascii)
+        return;
+    auto const bad = utf8::find_invalid(text.begin(), text.end());
+    if (bad == text.end())
+        return;
+    auto const offset = static_cast<std::size_t>(bad - text.begin());
+    // Quoted text lives in the scratch buffer; its column is that of the field.
+    char const* place =
+        (at && text.data() >= begin_ && text.data() < end_) ? text.data() + offset : at;
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned char>(*bad));
+    report(Diagnostic::Warning, "bad UTF-8", place,
+           std::string("the byte ") + hex +
+               " is not valid UTF-8; the text is kept and the byte shows as U+FFFD");
+}
+
+// Asks for huge pages behind a large buffer that is reserved but not yet touched: far fewer
+// page faults while a column fills.
+void adviseHugePages(void const* data, std::size_t bytes) {
+    constexpr std::uintptr_t huge = std::uintptr_t{1} << 21;
+    auto const begin = (reinterpret_cast<std::uintptr_t>(data) + huge - 1) & ~(huge - 1);
+    auto const end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(huge - 1);
+    if (end > begin)
+        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
+
+std::string where(std::size_t field, ColumnState const& state) {
+    return "field " + std::to_string(field + 1) + " (" + state.column.header + ")";
+}
+
+void Parser::storeText(ColumnState& state, std::string_view text, char const* at,
+                       std::size_t field) {
+    auto& column = state.column;
+    checkUtf8(text, at);
+    std::size_t limit = state.declaredWidth > 0 ? static_cast<std::size_t>(state.declaredWidth)
+                                                : static_cast<std::size_t>(kMaxStringWidth);
+    if (text.size() > limit) {
+        std::size_t const full = text.size();
+        // Cut at a character boundary so that the kept text stays UTF-8.
+        std::size_t cut = limit;
+        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+        text = text.substr(0, cut);
+        report(Diagnostic::Warning, "string too long", at,
+               where(field, state) + ": a value of " + std::to_string(full) +
+                   " bytes is longer than " + std::to_string(limit) +
+                   (state.declaredWidth > 0 ? " (the declared width)" : "") + "; it is cut");
+    }
+    std::size_t const per = static_cast<std::size_t>(column.cellsPerValue);
+    if (text.size() > per * sizeof(OBS)) {
+        // Wider than the cells so far: lay the column out again, at least twice as wide, so
+        // that a column that keeps growing is copied only a few times.
+        widen(column, std::max(2 * per, static_cast<std::size_t>(
+                                            ObsCellsForWidth(static_cast<int>(text.size())))));
+    }
+    if (column.cellsPerValue == 1) {
+        OBS cell = kBlankCell;
+        std::memcpy(&cell, text.data(), text.size());
+        column.cells.push_back(cell);
+    } else {
+        std::size_t const base = column.cells.size();
+        column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
+                            kBlankCell);
+        std::memcpy(column.cells.data() + base, text.data(), text.size());
+    }
+    if (static_cast<int>(text.size()) > column.maxLength)
+        column.maxLength = static_cast<int>(text.size());
+}
+
+void Parser::storeNumberText(ColumnState& state, std::string_view raw, char const* at,
+                             std::size_t field) {
+    auto& column = state.column;
+    std::string_view const text = trimBlanks(raw);
+    double value = 0.0;
+    if (text.empty()) {
+        column.numbers.push_back(kSysmis);
+        return;
+    }
+    if (parseWholeNumber(text, value)) {
+        column.numbers.push_back(value);
+        ++state.numbersSeen;
+        column.maxDecimals = std::max(column.maxDecimals, decimalsOf(text));
+        column.maxLength = std::max(column.maxLength, static_cast<int>(text.size()));
+        return;
+    }
+    for (auto const& marker : state.nullMarkers) {
+        if (marker == text) {
+            column.numbers.push_back(kSysmis);
+            return;
+        }
+    }
+    if (state.declared) {
+        report(Diagnostic::Warning, "not a number", at,
+               where(field, state) + ": " + quoteForMessage(text) +
+                   " is not a number, as the dictionary declares; it is read as missing");
+        column.numbers.push_back(kSysmis);
+        return;
+    }
+    // Inferred so far as numeric: the column is a string column after all.
+    if (state.numbersSeen > 0)
+        state.flippedLate = true;
+    column.numeric = false;
+    // The room made for the numbers is what the text needs too, a cell per row so far.
+    column.cells.reserve(std::max(column.numbers.capacity(), column.numbers.size() + 1));
+    column.cells.assign(column.numbers.size(), kBlankCell);
+    column.numbers.clear();
+    column.numbers.shrink_to_fit();
+    column.maxLength = 0;
+    storeText(state, raw, at, field);
+}
+
+
+// The common case of a numeric column: a plain number right up to its delimiter.
+bool Parser::storePlainNumber(ColumnState& state) {
+    double value;
+    int decimals = 0;
+    char const* next = parsePlainDecimal(p_, end_, value, decimals);
+    if (!next) {
+        auto result = fast_float::from_chars(p_, end_, value);
+        if (result.ec == std::errc() && (result.ptr == end_ || isDelimiter(*result.ptr)) &&
+            std::isfinite(value)) {
+            next = result.ptr;
+            decimals = decimalsOf(std::string_view(p_, static_cast<std::size_t>(next - p_)));
+        }
+    }
+    if (!next)
+        return false;
+    auto& column = state.column;
+    column.numbers.push_back(value);
+    ++state.numbersSeen;
+    column.maxDecimals = std::max(column.maxDecimals, decimals);
+    column.maxLength = std::max(column.maxLength, static_cast<int>(next - p_));
+    p_ = next;
+    return true;
+}
+
+void Parser::raggedRow(std::int64_t rowLine, std::size_t fields, std::vector<ColumnState>& states) {
+    std::size_t const columns = states.size();
+    Diagnostic d;
+    d.level = Diagnostic::Warning;
+    d.file = name_;
+    d.line = rowLine;
+    d.column = 1;
+    if (fields > columns) {
+        d.text = "the row has " + std::to_string(fields) + " fields, the header " +
+                 std::to_string(columns) + "; the extra fields are ignored";
+    } else {
+        d.text = "the row has " + std::to_string(fields) + " field(s), the header " +
+                 std::to_string(columns) + "; the missing fields are read as empty";
+    }
+    messages_.add("ragged row", std::move(d));
+    for (std::size_t i = fields; i < columns; ++i) {
+        auto& column = states[i].column;
+        if (!states[i].load)
+            continue;
+        if (column.numeric) {
+            column.numbers.push_back(kSysmis);
+        } else {
+            column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
+                                kBlankCell);
+        }
+    }
+}
+
+bool Parser::header(std::vector<std::string>& headers) {
+    if (end_ - p_ >= 3 && std::memcmp(p_, "\xEF\xBB\xBF", 3) == 0) {
+        p_ += 3;
+        lineStart_ = p_;
+    }
+    // Blank lines before the header are passed over.
+    while (p_ < end_ && (*p_ == '\n' || *p_ == '\r')) endField();
+    if (p_ >= end_) {
+        Diagnostic d;
+        d.level = Diagnostic::Error;
+        d.file = name_;
+        d.text = "the file is empty: a header row with the names of the columns is needed";
+        messages_.add("empty", std::move(d));
+        return false;
+    }
+    for (;;) {
+        char const* at = p_;
+        headers.emplace_back(readText());
+        checkUtf8(headers.back(), at);
+        if (endField() == 1)
+            return true;
+    }
+}
+
+void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgress* progress,
+                  RunResult& result) {
+    std::size_t const columns = states.size();
+    constexpr std::int64_t kProgressEvery = 1 << 16;
+    char const* reported = p_;
+    while (p_ < stop) {
+        if (*p_ == '\n' || *p_ == '\r') {  // a blank line is no case
+            endField();
+            continue;
+        }
+        std::int64_t const rowLine = line_;
+        std::size_t field = 0;
+        for (;;) {
+            char const* const at = p_;
+            if (field < columns && states[field].load) {
+                ColumnState& state = states[field];
+                if (!state.column.numeric) {
+                    storeText(state, readText(), at, field);
+                } else if (p_ >= end_ || *p_ == '"' || !storePlainNumber(state)) {
+                    storeNumberText(state, readText(), at, field);
+                }
+            } else {
+                readText();
+            }
+            ++field;
+            if (endField() == 1)
+                break;
+        }
+        if (field != columns)
+            raggedRow(rowLine, field, states);
+        if (++result.rows % kProgressEvery == 0 && progress) {
+            progress->bytes += static_cast<std::uint64_t>(p_ - reported);
+            progress->rows += kProgressEvery;
+            reported = p_;
+        }
+    }
+    if (progress) {
+        progress->bytes += static_cast<std::uint64_t>(p_ - reported);
+        progress->rows += result.rows % kProgressEvery;
+    }
+}
+
+}  // namespace
+
+void RunMessages::add(std::string const& kind, Diagnostic diagnostic) {
+    constexpr std::int64_t kLimit = 10;  // as DiagnosticSink keeps them
+    for (auto& entry : kinds_) {
+        if (entry.kind == kind) {
+            if (++entry.count <= kLimit) {
+                kept_.push_back({kind, std::move(diagnostic)});
+            } else {
+                entry.last = std::move(diagnostic);
+            }
+            return;
+        }
+    }
+    kinds_.push_back({kind, 1, Diagnostic{}});
+    kept_.push_back({kind, std::move(diagnostic)});
+}
+
+void RunMessages::replay(DiagnosticSink& sink, std::int64_t lineOffset) const {
+    for (auto const& entry : kept_) {
+        Diagnostic d = entry.diagnostic;
+        if (d.line > 0)
+            d.line += lineOffset;
+        sink.add(entry.kind, std::move(d));
+    }
+    constexpr std::int64_t kLimit = 10;
+    for (auto const& kind : kinds_) {
+        if (kind.count > kLimit)
+            sink.count(kind.kind, kind.count - kLimit, kind.last);
+    }
+}
+
+bool parseHeader(std::string_view text, std::string const& name, std::vector<std::string>& headers,
+                 char const*& dataStart, std::int64_t& lines, RunMessages& messages) {
+    Parser parser(text, text.data(), name, messages);
+    bool const found = parser.header(headers);
+    dataStart = parser.position();
+    lines = parser.lines();
+    return found;
+}
+
+void parseRows(std::string_view text, char const* start, char const* stop,
+               std::string const& name, std::vector<ColumnState> states, std::size_t expectedRows,
+               RunProgress* progress, RunResult& result) {
+    for (auto& state : states) {
+        if (!state.load)
+            continue;
+        if (state.column.numeric) {
+            state.column.numbers.reserve(expectedRows);
+            adviseHugePages(state.column.numbers.data(), expectedRows * sizeof(double));
+        } else {
+            if (state.declaredWidth > 0)
+                state.column.cellsPerValue = ObsCellsForWidth(state.declaredWidth);
+            std::size_t const cells =
+                expectedRows * static_cast<std::size_t>(state.column.cellsPerValue);
+            state.column.cells.reserve(cells);
+            adviseHugePages(state.column.cells.data(), cells * sizeof(OBS));
+        }
+    }
+    Parser parser(text, start, name, result.messages);
+    parser.rows(stop, states, progress, result);
+    result.end = parser.position();
+    result.lines = parser.lines();
+    result.states = std::move(states);
+}
+
+std::size_t estimateRows(char const* from, char const* end, std::size_t bytes) {
+    std::size_t const sample = std::min<std::size_t>(static_cast<std::size_t>(end - from), 1 << 16);
+    std::size_t lines = 0;
+    for (std::size_t i = 0; i < sample; ++i) lines += from[i] == '\n';
+    if (lines == 0 || sample == 0)
+        return 0;
+    double const perLine = static_cast<double>(sample) / static_cast<double>(lines);
+    return static_cast<std::size_t>(static_cast<double>(bytes) / perLine * 1.02) + 16;
+}
+
+char const* nextRowStart(char const* at, char const* end) {
+    for (; at < end; ++at) {
+        if (*at == '\n')
+            return at + 1;
+        // A lone carriage return ends a line too; one before a line feed does not end the row
+        // by itself.
+        if (*at == '\r' && (at + 1 == end || at[1] != '\n'))
+            return at + 1;
+    }
+    return end;
+}
+
+// Lays a string column out with `per` cells per value.
+void widen(CsvColumn& column, std::size_t per) {
+    std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
+    std::size_t const rows = column.cells.size() / old;
+    std::vector<OBS> cells;
+    cells.reserve(std::max(column.cells.capacity() / old * per, rows * per));
+    cells.assign(rows * per, kBlankCell);
+    for (std::size_t row = 0; row < rows; ++row) {
+        std::memcpy(cells.data() + row * per, column.cells.data() + row * old, old * sizeof(OBS));
+    }
+    column.cells.swap(cells);
+    column.cellsPerValue = static_cast<int>(per);
+}
+
+
+void numbersToBlanks(CsvColumn& column) {
+    column.numeric = false;
+    column.cells.assign(column.numbers.size() * static_cast<std::size_t>(column.cellsPerValue),
+                        kBlankCell);
+    column.numbers.clear();
+    column.numbers.shrink_to_fit();
+    column.maxLength = 0;
+}
+
+}  // namespace host::dictionary::csv

@@ -1,0 +1,87 @@
+#pragma once
+// The CSV reader's inside: a parser of the header and one of a run of rows. The reader cuts a
+// file into runs at row boundaries, parses them side by side and joins what they found; a run
+// knows nothing of the others, so its line numbers count from its own start and its messages
+// wait until the join puts them in file order.
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/dictionary/csv_reader.h"
+
+namespace host::dictionary::csv {
+
+// Messages of one run, in order, with each kind kept short as DiagnosticSink keeps it: the
+// first `limit` of a kind are kept, the rest only counted.
+class RunMessages {
+public:
+    struct Entry {
+        std::string kind;
+        Diagnostic diagnostic;
+    };
+    struct Overflow {
+        std::string kind;
+        std::int64_t count = 0;
+        Diagnostic last;
+    };
+    void add(std::string const& kind, Diagnostic diagnostic);
+    // Into `sink` as if reported there one by one; lines move down by `lineOffset`.
+    void replay(DiagnosticSink& sink, std::int64_t lineOffset) const;
+
+private:
+    std::vector<Entry> kept_;
+    std::vector<Overflow> kinds_;  // every kind seen; count is what was not kept
+};
+
+struct ColumnState {
+    CsvColumn column;
+    bool load = true;  // false: the field is stepped over
+    bool declared = false;
+    int declaredWidth = 0;
+    std::vector<std::string> nullMarkers;
+    std::int64_t numbersSeen = 0;  // non-empty numeric cells
+    bool flippedLate = false;      // turned string after numbers had been read
+};
+
+// Reports how far the runs have come: bytes behind them and rows read, from any thread.
+struct RunProgress {
+    std::atomic<std::uint64_t> bytes{0};
+    std::atomic<std::int64_t> rows{0};
+};
+
+// What one run of rows gave.
+struct RunResult {
+    std::vector<ColumnState> states;
+    std::int64_t rows = 0;
+    std::int64_t lines = 0;        // line breaks passed, quoted ones included
+    char const* end = nullptr;     // where its last row ended
+    RunMessages messages;
+};
+
+// Reads the header at the start of `text` (after a byte-order mark and blank lines). False when
+// there is none; `dataStart` is where the rows begin and `lines` the line breaks before them.
+bool parseHeader(std::string_view text, std::string const& name, std::vector<std::string>& headers,
+                 char const*& dataStart, std::int64_t& lines, RunMessages& messages);
+
+// Parses the rows that start in [start, stop) of `text`; the last one may end past `stop`.
+// `states` are the columns as declared, `expectedRows` how many rows to make room for.
+void parseRows(std::string_view text, char const* start, char const* stop,
+               std::string const& name, std::vector<ColumnState> states, std::size_t expectedRows,
+               RunProgress* progress, RunResult& result);
+
+// Roughly how many rows `bytes` of rows like those at `from` hold.
+std::size_t estimateRows(char const* from, char const* end, std::size_t bytes);
+
+// The first row boundary at or after `at`: past the next line break, as if no quote were open.
+char const* nextRowStart(char const* at, char const* end);
+
+// Lays a string column out with `per` cells per value.
+void widen(CsvColumn& column, std::size_t per);
+
+// A string column that held only empty cells as numbers, as blank text.
+void numbersToBlanks(CsvColumn& column);
+
+}  // namespace host::dictionary::csv
