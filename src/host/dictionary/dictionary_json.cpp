@@ -104,9 +104,11 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
     if (field.contains("type")) {
         auto const& type = field["type"];
         out.type = type.is_string() ? type.get<std::string>() : "";
-        if (out.type != "number" && out.type != "integer" && out.type != "string") {
+        if (out.type != "number" && out.type != "integer" && out.type != "string" &&
+            out.type != "date" && out.type != "time" && out.type != "datetime") {
             error(at(type, offset), what + ": unknown type " + type.dump() +
-                                        "; expected \"number\", \"integer\" or \"string\"");
+                                        "; expected \"number\", \"integer\", \"string\", "
+                                        "\"date\", \"time\" or \"datetime\"");
             out.type.clear();
         }
     }

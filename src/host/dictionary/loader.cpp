@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "host/dictionary/csv_reader.h"
+#include "host/dictionary/date_columns.h"
 #include "host/dictionary/formats.h"
 
 namespace host::dictionary {
@@ -69,6 +70,11 @@ public:
             declaration.numeric = isNumber;
             declaration.width = field->width;
         }
+        if (dateKindOf(*field)) {  // read as text, then as dates (date_columns.cpp)
+            declaration.declared = true;
+            declaration.numeric = false;
+            declaration.width = 0;
+        }
         for (auto const& value : field->missing) {
             double number;
             if (!value.isNumber && !parseNumberText(value.text, number)) {
@@ -79,6 +85,29 @@ public:
     }
 
     void build(CsvTable& table, Dataset& dataset);
+
+    // A date field: of a date type, or numeric with a date print format.
+    static std::optional<DateKind> dateKindOf(DictField const& field) {
+        if (auto kind = dateKindOfType(field.type))
+            return kind;
+        if (field.type != "string" && isDateFormatType(field.formatType))
+            return field.formatType == FMT_TIME || field.formatType == FMT_DTIME ||
+                           field.formatType == FMT_MTIME
+                       ? DateKind::Time
+                   : field.formatType == FMT_DATETIME || field.formatType == FMT_YMDHMS
+                       ? DateKind::DateTime
+                       : DateKind::Date;
+        return std::nullopt;
+    }
+    void readDates(CsvTable& table, std::string const& file) {
+        dateKinds_ = convertDateColumns(
+            table,
+            [&](std::string const& header) -> std::optional<DateKind> {
+                DictField const* field = fieldFor(header);
+                return field ? dateKindOf(*field) : std::nullopt;
+            },
+            file, messages_);
+    }
 
 private:
     void error(std::string const& file, DictPlace place, std::string text) {
@@ -95,6 +124,7 @@ private:
 
     Dictionary const* dictionary_;
     std::vector<Diagnostic>& messages_;
+    std::vector<std::optional<DateKind>> dateKinds_;
 };
 
 void Builder::build(CsvTable& table, Dataset& dataset) {
@@ -131,6 +161,9 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
                 width = decimals + 2;
             data->format = KwelFormatPack(FMT_F, width, decimals);
             data->measure = MEASURE_SCALE;
+            if (i < dateKinds_.size() && dateKinds_[i])
+                data->format = KwelFormatPack(dateFormatType(*dateKinds_[i]),
+                                              dateFormatWidth(*dateKinds_[i]), 0);
         } else {
             data->width = column.width;
             cells = std::move(column.cells);
@@ -330,6 +363,7 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary) {
             result.dataset->fatal = true;
             return result;
         }
+        builder.readDates(table, csvPath);
         builder.build(table, *result.dataset);
     } catch (std::bad_alloc const&) {
         // Wide declared strings times many rows can ask for more than the machine has.
