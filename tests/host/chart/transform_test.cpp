@@ -1,12 +1,19 @@
+#include <unistd.h>
+
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <map>
 
 #include <gtest/gtest.h>
 
+#include "host/chart/frame/csv_source.h"
 #include "host/chart/frame/expression.h"
 #include "host/chart/frame/trans_statements.h"
 #include "host/chart/frame/transforms.h"
 #include "host/chart/gpl_syntax.h"
+#include "host/dictionary/date_values.h"
+#include "platform/var_data_processor.h"
 
 using namespace host::chart::transform;
 
@@ -253,4 +260,27 @@ TEST(TransStatements, RunInOrderAndReportTheirLine) {
     EXPECT_EQ(seq, (std::vector<double>{1, 1.5, 2}));
     EXPECT_FALSE(evaluateIter(iter.statements[1].body, seq, error));
     EXPECT_EQ(error.line, 2);
+}
+
+TEST(CsvSource, ReadsColumnsByHeaderWithDates) {
+    namespace fs = std::filesystem;
+    fs::path dir = fs::temp_directory_path() / ("csv_source_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    std::ofstream(dir / "d.csv") << "name,score,day\nann,3.5,2024-01-02\nbob,,2024-01-03\n";
+    VarDataProcessor vdp;
+    std::string error;
+    std::vector<std::string> warnings;
+    ASSERT_TRUE(host::chart::readCsvSource((dir / "d.csv").string(), "s", vdp, error, warnings))
+        << error;
+    EXPECT_EQ(vdp.GetRowCount("s"), 2u);
+    int score = vdp.FindVariable("s", "score"), name = vdp.FindVariable("s", "name");
+    int day = vdp.FindVariable("s", "day");
+    EXPECT_EQ(vdp.GetNumber("s", score, 0), 3.5);
+    EXPECT_EQ(vdp.GetCellKind("s", score, 1), VarDataProcessor::CellKind::Missing);
+    EXPECT_EQ(vdp.GetText("s", name, 1), "bob");
+    EXPECT_EQ(vdp.GetNumber("s", day, 1), host::dictionary::valueFromCivil(2024, 1, 3));
+    EXPECT_FALSE(
+        host::chart::readCsvSource((dir / "none.csv").string(), "t", vdp, error, warnings));
+    EXPECT_NE(error.find("none.csv"), std::string::npos) << error;
+    fs::remove_all(dir);
 }
