@@ -139,6 +139,23 @@ constexpr FunctionDef kFunctions[] = {
     {"minimumpercent", Support::Drawn},
     {"sumvariable", Support::Drawn},
     {"othervalue", Support::Drawn},
+    {"point.dodge.symmetric", Support::Drawn},
+    {"point.jitter", Support::Drawn},
+    {"point.stack", Support::Drawn},
+    {"bin.dot", Support::Drawn},
+    {"smooth.quadratic", Support::Drawn},
+    {"smooth.cubic", Support::Drawn},
+    {"smooth.loess", Support::Drawn},
+    {"smooth.spline", Support::Drawn},
+    {"smooth.step.right", Support::Drawn},
+    {"smooth.step.left", Support::Drawn},
+    {"smooth.step.center", Support::Drawn},
+    {"span", Support::Drawn},
+    {"fixedwindow", Support::Drawn},
+    {"link.hull", Support::Drawn},
+    {"link.join", Support::Drawn},
+    {"link.mst", Support::Drawn},
+    {"link.sequence", Support::Drawn},
     // Known, drawn in a later version of the engine.
     {"pow", Support::NotYet},
     {"exponent", Support::NotYet},
@@ -149,27 +166,12 @@ constexpr FunctionDef kFunctions[] = {
     {"mirror", Support::NotYet},
     {"sameratio", Support::NotYet},
     {"label.angle", Support::NotYet},
-    {"point.dodge.symmetric", Support::NotYet},
-    {"point.jitter", Support::NotYet},
-    {"point.stack", Support::NotYet},
     {"area.difference", Support::NotYet},
     {"color.saturation", Support::NotYet},
     {"texture.pattern.interior", Support::NotYet},
     {"summary.count.cumulative", Support::NotYet},
     {"summary.percent.cumulative", Support::NotYet},
     {"bin.hex", Support::NotYet},
-    {"bin.dot", Support::NotYet},
-    {"smooth.quadratic", Support::NotYet},
-    {"smooth.cubic", Support::NotYet},
-    {"smooth.loess", Support::NotYet},
-    {"smooth.spline", Support::NotYet},
-    {"smooth.step.right", Support::NotYet},
-    {"smooth.step.left", Support::NotYet},
-    {"smooth.step.center", Support::NotYet},
-    {"link.hull", Support::NotYet},
-    {"link.join", Support::NotYet},
-    {"link.mst", Support::NotYet},
-    {"link.sequence", Support::NotYet},
 };
 
 FunctionDef const* lookup(std::string const& key) {
@@ -177,8 +179,13 @@ FunctionDef const* lookup(std::string const& key) {
         if (key == f.name)
             return &f;
     if (key.rfind("density.kernel.", 0) == 0) {
-        static constexpr FunctionDef kernel{"density.kernel", Support::NotYet};
-        return &kernel;
+        static constexpr FunctionDef kernel{"density.kernel", Support::Drawn};
+        static constexpr FunctionDef unknown{"density.kernel", Support::NotYet};
+        for (char const* k : {"epanechnikov", "normal", "gaussian", "uniform", "triangular",
+                              "biweight", "triweight", "cosine"})
+            if (key.substr(15) == k)
+                return &kernel;
+        return &unknown;
     }
     return nullptr;
 }

@@ -3,6 +3,7 @@
 #include "host/chart/geometry/draw.h"
 #include "host/chart/layer/layer.h"
 #include "host/chart/layout/layout.h"
+#include "host/chart/position/jitter.h"
 #include "host/chart/position/stack.h"
 #include "host/chart/scales/colors.h"
 #include "host/chart/scales/scales.h"
@@ -31,6 +32,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         return scene;
     }
     stackLayers(layers, scales);
+    jitterLayers(layers, scales);
     dropUnshowable(layers, spec, scene.warnings);
     trainValueScales(layers, spec, scales);
     Palette palette = makePalette(scales, spec, model, layers);

@@ -181,8 +181,8 @@ std::optional<Column> DataView::derivedColumn(ChartVariableRecord const& var,
         for (auto const& diag : diags)
             for (auto const& st : model_.program.statements)
                 if (st.keyword == "TRANS" && diag.text.rfind("TRANS " + st.target + ":", 0) == 0)
-                    d.errors[st.target] = fmt::format("line {}, column {}: {}", diag.line,
-                                                      diag.column, diag.text);
+                    d.errors[st.target] =
+                        fmt::format("line {}, column {}: {}", diag.line, diag.column, diag.text);
     }
     if (auto it = d.columns.find(var.name); it != d.columns.end())
         return fromValues(it->second, var);

@@ -60,7 +60,7 @@ double PanelGeometry::catPos(Layer const& l, Row const& m) const {
         return binPos(m.xNum);
     double start, width;
     band(l.x.at(m.x), l.cluster.at(m.cluster), start, width);
-    return origin() + start + width / 2;
+    return origin() + start + width / 2 + m.dx * width;
 }
 
 double PanelGeometry::baseValue() const {

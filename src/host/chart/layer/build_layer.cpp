@@ -11,6 +11,7 @@
 #include "host/chart/layer/layer.h"
 #include "host/chart/scales/ticks.h"
 #include "host/chart/spec/position_algebra.h"
+#include "host/chart/stats/fit_statistics.h"
 #include "host/chart/stats/registry.h"
 #include "platform/chart_string.h"
 
@@ -167,7 +168,7 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
     if (p.twoWay)
         p.countOnly = true;
     if (p.density && factors.size() != 1) {
-        warn(element, "density.normal takes one variable, as in density.normal(x)");
+        warn(element, fmt::format("{0} takes one variable, as in {0}(x)", stat));
         return std::nullopt;
     }
     // With a count of one factor (or a density) the statistic is the second dimension.
@@ -278,7 +279,8 @@ bool LayerBuilder::checkColumns(Plan const& plan, Columns& cols) {
         if (plan.twoWay)
             cols.yEdges = edgesOf(cols.ys[0].second, plan.pos.bin);
     }
-    if ((plan.density || plan.pos.kind == StatKind::Smooth) && (!cols.x || cols.x->categorical)) {
+    bool pointwise = plan.pos.kind == StatKind::Smooth || plan.pos.kind == StatKind::Link;
+    if ((plan.density || pointwise) && (!cols.x || cols.x->categorical)) {
         warn(element, fmt::format("'{}' needs a continuous variable on the first dimension", stat));
         return false;
     }
@@ -418,7 +420,8 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
     };
     std::vector<Group> groups;
     std::unordered_map<GroupKey, std::size_t, GroupKeyHash> groupIndex;
-    bool groupsByX = !plan.density && plan.pos.kind != StatKind::Smooth;
+    bool groupsByX =
+        !plan.density && plan.pos.kind != StatKind::Smooth && plan.pos.kind != StatKind::Link;
     if (!plan.summary)
         layer.rows.reserve(n * seriesCount);
     for (std::size_t s = 0; s < seriesCount; ++s) {
@@ -553,6 +556,8 @@ void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<
         numberOption(call, "multiple", 1),
         plan.density ? densityEdges(*plan.element, plan, cols) : std::vector<double>{},
         [&](std::uint32_t r) { return labelCode(cols, layer, r); }};
+    context.call = call;
+    context.modifier = plan.element->modifier;
     StatisticDef const* def = findStatistic(stat.empty() ? "summary.count" : stat);
     for (auto& g : groups) {
         context.total = totals[baseKey(g.row)];
@@ -616,16 +621,19 @@ void LayerBuilder::fitLines(Layer const& points, ElementSpec const& element) {
             ys.push_back(m->y);
             ws.push_back(1);
         }
-        LinearFit f = linearFit(xs, ys, ws);
-        if (!f.valid)
+        std::vector<std::pair<double, double>> curve;
+        double r2 = 0;
+        if (!templateFit(spec_.fitType, xs, ys, curve, r2))
             continue;
-        layer.labels.push_back(fmt::format("R² Linear = {:.3f}", f.rSquared));
-        for (double x : {f.xMin, f.xMax}) {
+        std::string type = spec_.fitType;
+        type[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(type[0])));
+        layer.labels.push_back(fmt::format("R² {} = {:.3f}", type, r2));
+        for (auto const& [x, y] : curve) {
             Row p = *rows.front();
             p.color = k.total ? -1 : rows.front()->color;
             p.series = k.total ? 0 : 1;
             p.xNum = x;
-            p.y = f.intercept + f.slope * x;
+            p.y = y;
             p.label = static_cast<std::int32_t>(layer.labels.size() - 1);
             p.binned = false;
             layer.rows.push_back(p);
@@ -662,11 +670,17 @@ void readFitTemplates(Spec& spec, ChartModel const& model, std::vector<std::stri
     for (auto const& t : model.inlineTemplates) {
         if (t.find("addFitLine") == std::string::npos)
             continue;
-        if (t.find("type=\"linear\"") == std::string::npos) {
+        std::string type;
+        for (char const* known : {"linear", "quadratic", "cubic", "loess"})
+            if (t.find(fmt::format("type=\"{}\"", known)) != std::string::npos)
+                type = known;
+        if (type.empty()) {
             warnings.push_back(
-                "only linear fit lines are supported yet; a fit line of another type is left out");
+                "fit lines are linear, quadratic, cubic or loess; a fit line of another type is "
+                "left out");
             continue;
         }
+        spec.fitType = type;
         if (t.find("target=\"pair\"") != std::string::npos)
             spec.totalFit = true;
         if (t.find("target=\"subgroup\"") != std::string::npos)

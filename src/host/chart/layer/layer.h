@@ -25,6 +25,7 @@ struct Row {
     std::int32_t cluster = -1, panelCol = -1, panelRow = -1, color = -1, shape = -1, series = -1;
     std::int32_t label = -1;  // into Layer::labels
     std::int32_t extra = -1;  // into Layer::bins for binned rows, Layer::boxes for box rows
+    float dx = 0;  // point.jitter: an offset along a categorical dimension 1, in bands
     bool binned = false;
     bool ranged = false;  // an interval from y0 to y rather than from the base
 };

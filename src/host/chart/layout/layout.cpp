@@ -26,7 +26,7 @@ std::string axisTitle(Spec& spec, int dim, ChartVariableRecord const* var, Layer
     std::string const& stat = ls.yStatistic;
     if (dim == 2 && !stat.empty() && !var)
         return stat.find("percent") != std::string::npos ? "Percent"
-               : stat == "density.normal"                ? "Density"
+               : stat.rfind("density.", 0) == 0          ? "Density"
                                                          : "Count";
     if (dim == 2 && ls.yNames.size() > 1)
         return "";

@@ -262,7 +262,9 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
                                        line, b.name));
         return;
     }
-    if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge")
+    bool pointModifier =
+        e.type == "point" && (e.modifier == "jitter" || e.modifier == "dodge.symmetric");
+    if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge" && !pointModifier)
         warnings.push_back(
             fmt::format("line {}: '{}' is drawn without its modifier", line, b.name));
     auto either = [&](char const* first, char const* second) {
@@ -270,6 +272,12 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
         return n ? n : b.find(second);
     };
     e.position = b.find("position");
+    // Points stack and dodge in dot plots only; elsewhere they are drawn where they fall.
+    bool dots = e.position && !e.position->args.empty() && e.position->args[0].key() == "bin.dot";
+    if (e.type == "point" && (e.modifier == "stack" || e.modifier == "dodge.symmetric") && !dots)
+        warnings.push_back(fmt::format(
+            "line {}: '{}' stacks the dots of bin.dot only; the points are drawn where they fall",
+            line, b.name));
     e.color = either("color.interior", "color");
     e.exterior = b.find("color.exterior");
     e.shape = either("shape.interior", "shape");

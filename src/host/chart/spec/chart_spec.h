@@ -40,7 +40,7 @@ struct ColorScaleSpec {
 
 struct ElementSpec {
     std::string type;      // a row of the element table: interval, point, line, ...
-    std::string modifier;  // stack, dodge
+    std::string modifier;  // stack, dodge, dodge.symmetric, jitter
     gpl::Node const* position = nullptr;
     gpl::Node const* color = nullptr;  // interior colour
     gpl::Node const* exterior = nullptr;
@@ -80,6 +80,7 @@ struct Spec {
     bool graphPlaced = false;  // GRAPH: begin(origin(), scale()) as fractions of the page
     double graphX = 0, graphY = 0, graphW = 1, graphH = 1;
     bool totalFit = false, subgroupFit = false;  // fit lines asked for by inline templates
+    std::string fitType = "linear";              // linear, quadratic, cubic, loess
     bool elementsRefused = false;                // a coordinate system the engine cannot draw
     std::string gradientLow = "#DEEBF7", gradientHigh = "#08519C";  // counts of two-way bins
 };
