@@ -75,8 +75,8 @@ void stepSmooth(StatContext const& c, Group const& g, Layer& out) {
     pushCurve(g, stats::stepCurve(pointsOf(g), kind), out);
 }
 
-// Over a histogram of the same variable the density is scaled to its counts and drawn over its
-// bins; alone it reaches past the data as far as the kernel does.
+// Over a histogram of the same variable the density is scaled to its counts. It reaches past
+// the data as far as the kernel does, so that its whole mass is drawn.
 void kernelDensityCurve(StatContext const& c, Group const& g, Layer& out) {
     stats::Kernel kernel = stats::Kernel::Normal;
     if (!stats::kernelByName(c.name.substr(std::string("density.kernel.").size()), kernel))
@@ -93,11 +93,8 @@ void kernelDensityCurve(StatContext const& c, Group const& g, Layer& out) {
         return;
     double reach = kernel == stats::Kernel::Normal ? 3 * h : h;
     double from = *lo - reach, to = *hi + reach, scale = 1;
-    if (c.densityEdges.size() >= 2) {
-        from = c.densityEdges.front();
-        to = c.densityEdges.back();
+    if (c.densityEdges.size() >= 2)
         scale = g.count * (c.densityEdges[1] - c.densityEdges[0]);
-    }
     auto curve = stats::kernelDensity(v, g.sample.weights, kernel, h, stats::grid(from, to, 200));
     for (auto& p : curve) p.second *= scale;
     pushCurve(g, curve, out);
