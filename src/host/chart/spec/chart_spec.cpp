@@ -188,6 +188,7 @@ void readCoord(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
         spec.elementsRefused = true;
     }
     spec.transpose = b.find("transpose") != nullptr;
+    spec.wrap = b.find("wrap") != nullptr;
     if (auto const* c = b.find("cluster"); c && !c->args.empty())
         spec.clusterDim = static_cast<int>(c->args[0].number);
 }

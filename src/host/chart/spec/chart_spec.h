@@ -76,6 +76,7 @@ struct Spec {
     std::string title, subtitle, subsubtitle, footnote;
     std::vector<RefLine> refLines;
     bool polar = false;  // polar.theta: pies
+    bool wrap = false;   // rect(..., wrap()): the panels of one factor wrapped into rows
     double startAngle = 0;
     bool graphPlaced = false;  // GRAPH: begin(origin(), scale()) as fractions of the page
     double graphX = 0, graphY = 0, graphW = 1, graphH = 1;
