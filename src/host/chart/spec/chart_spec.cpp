@@ -165,6 +165,8 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
         s.base = base->args[0].number > 1 && std::isfinite(base->args[0].number)
                      ? base->args[0].number
                      : 10;
+    if (auto const* e = b.find("exponent"); e && !e->args.empty())
+        s.exponent = e->args[0].number;
     spec.scales[dim] = s;
 }
 

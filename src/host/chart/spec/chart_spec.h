@@ -32,6 +32,7 @@ struct ScaleSpec {
     std::vector<std::string> sortValues;
     bool reverse = false;
     double base = 10;
+    double exponent = 0.5;  // pow
 };
 
 struct ColorScaleSpec {
