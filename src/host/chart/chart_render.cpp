@@ -38,7 +38,7 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
     Palette palette = makePalette(scales, spec, model, layers);
     Layout layout = layoutChart(spec, model, layers, scales, legendEntries(scales, palette, layers),
                                 measurer, scene.warnings);
-    DrawContext dc{scene, spec, scales, palette, measurer};
+    DrawContext dc{scene, spec, scales, palette, measurer, &layers};
     drawChart(dc, model, layers, layout);
     if (layers.layers.empty() && scene.warnings.empty())
         scene.warnings.push_back("the chart has no element to draw");

@@ -32,7 +32,7 @@ struct Plan {
 };
 
 struct Columns {
-    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight;
+    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight, size;
     std::vector<std::pair<std::string, Column>> ys;
     std::vector<double> xEdges, yEdges;  // bins shared by all panels and groups
 };
@@ -115,6 +115,13 @@ private:
     Layers& out_;
     std::vector<std::string>& warnings_;
     std::unordered_map<std::string, std::int32_t> numericLabels_;
+    bool colorSeen_ = false, sizeSeen_ = false;
+    // The domain of a continuous aesthetic over every layer.
+    static void widen(double& lo, double& hi, double v, bool& seen) {
+        lo = seen ? std::min(lo, v) : v;
+        hi = seen ? std::max(hi, v) : v;
+        seen = true;
+    }
 };
 
 std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
@@ -246,6 +253,9 @@ bool LayerBuilder::loadAesthetics(Plan const& plan, Columns& cols) {
         }
     };
     aesthetic(element.color, cols.color);
+    if (!cols.color)
+        aesthetic(element.shade, cols.color);
+    aesthetic(element.size, cols.size);
     aesthetic(element.shape, cols.shape);
     aesthetic(element.label, cols.label);
     aesthetic(element.split, cols.split);
@@ -323,6 +333,8 @@ void LayerBuilder::noteVariables(Plan const& plan, Columns const& cols) {
         out_.yStatistic = plan.pos.statistic.empty() ? "summary.count" : plan.pos.statistic;
     if (cols.color && !out_.colorVar)
         out_.colorVar = cols.color->var;
+    if (cols.size && !out_.sizeVar)
+        out_.sizeVar = cols.size->var;
     if (cols.cluster && !out_.clusterVar)
         out_.clusterVar = cols.cluster->var;
     if (cols.panelCol && !out_.panelVar)
@@ -353,6 +365,11 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
         layer.color.texts = true;
     }
     layer.hasColor = cols.color.has_value();
+    if (cols.color && !cols.color->categorical && !plan.summary)
+        layer.colorScale = plan.element->shade && !plan.element->color
+                               ? (plan.element->shade->key() == "color.brightness" ? 'b' : 's')
+                               : 'g';
+    layer.sizeScale = cols.size && !cols.size->categorical && !plan.summary;
     layer.cells = plan.twoWay;
     if (cols.label && cols.label->categorical) {
         for (auto const& v : cols.label->values) {
@@ -448,6 +465,18 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
             double y = yc && !yMissing ? yc->numbers[r] : kSysmis;
             if (cols.label)
                 m.label = labelCode(cols, layer, r);
+            if (layer.colorScale) {
+                if (!cols.color->present(r))
+                    continue;
+                m.cval = static_cast<float>(cols.color->numbers[r]);
+                widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
+            }
+            if (layer.sizeScale) {
+                if (!cols.size->present(r))
+                    continue;
+                m.sval = static_cast<float>(cols.size->numbers[r]);
+                widen(out_.sizeLo, out_.sizeHi, m.sval, sizeSeen_);
+            }
             if (!plan.summary) {
                 // A missing value is never drawn; lines use it to know where to break.
                 m.y = yMissing ? kSysmis : y;
@@ -698,6 +727,8 @@ std::string const& KeyTable::key(std::int32_t code) const {
 Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* data,
                    std::vector<std::string>& warnings) {
     Layers out;
+    out.sizeMin = spec.sizeMin;
+    out.sizeMax = spec.sizeMax;
     readFitTemplates(spec, model, warnings);
     DataView view(model, data);
     LayerBuilder builder(spec, model, view, out, warnings);

@@ -66,12 +66,19 @@ void placeLegend(Spec const& spec, Layers const& ls, std::vector<LegendEntry> en
     legend.shown = !entries.empty() && !spec.legendHidden;
     if (!legend.shown)
         return;
+    std::string sizeTitle = !spec.sizeLegendLabel.empty() ? spec.sizeLegendLabel
+                                                          : varTitle(ls.sizeVar);
     std::string title = spec.legendLabelSet ? spec.legendLabel
                         : ls.colorVar       ? varTitle(ls.colorVar)
                         : ls.anyCells       ? "Count"
+                        : ls.sizeVar        ? sizeTitle
                                             : "";
+    for (auto& e : entries)
+        if (e.heading)
+            e.label = sizeTitle;
     double w = measureText(title, kTitleFont, m, true).width;
-    for (auto const& e : entries) w = std::max(w, 18 + measureText(e.label, kTickFont, m).width);
+    for (auto const& e : entries)
+        w = std::max(w, std::max(18.0, 2 * e.radius + 6) + measureText(e.label, kTickFont, m).width);
     w = std::min(w, spec.width * 0.3);
     legend.x = room.right - w;
     legend.y = room.top + 4;

@@ -118,6 +118,14 @@ void readAestheticScale(Node const& b, Spec& spec) {
                                     : numberKey(pair.args[0].number);
                 spec.colorScale.map[k] = col;
             }
+    auto const* aes = b.find("aesthetic");
+    if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.size") {
+        if (auto const* lo = b.find("aestheticminimum"); lo && !lo->args.empty())
+            spec.sizeMin = std::clamp(sizeValue(lo->args[0], 20, 4), 1.0, 100.0);
+        if (auto const* hi = b.find("aestheticmaximum"); hi && !hi->args.empty())
+            spec.sizeMax = std::clamp(sizeValue(hi->args[0], 20, 24), 1.0, 100.0);
+        return;
+    }
     if (auto t = colorText(b.find("aestheticminimum")); !t.empty())
         spec.gradientLow = t;
     if (auto t = colorText(b.find("aestheticmaximum")); !t.empty())
@@ -222,6 +230,12 @@ void readGuide(Node const& b, Spec& spec) {
     if (key == "axis") {
         readAxis(b, spec);
     } else if (key == "legend") {
+        auto const* aes = b.find("aesthetic");
+        if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.size") {
+            if (b.find("label"))
+                spec.sizeLegendLabel = labelOf(b);
+            return;
+        }
         spec.legendHidden = b.find("null") != nullptr;
         if (b.find("label")) {
             spec.legendLabel = labelOf(b);
@@ -282,6 +296,7 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
             "line {}: '{}' stacks the dots of bin.dot only; the points are drawn where they fall",
             line, b.name));
     e.color = either("color.interior", "color");
+    e.shade = either("color.saturation", "color.brightness");
     e.exterior = b.find("color.exterior");
     e.shape = either("shape.interior", "shape");
     e.size = b.find("size");

@@ -44,6 +44,7 @@ struct ElementSpec {
     std::string modifier;  // stack, dodge, dodge.symmetric, jitter
     gpl::Node const* position = nullptr;
     gpl::Node const* color = nullptr;  // interior colour
+    gpl::Node const* shade = nullptr;  // color.saturation or color.brightness of a variable
     gpl::Node const* exterior = nullptr;
     gpl::Node const* shape = nullptr;
     gpl::Node const* size = nullptr;
@@ -73,6 +74,8 @@ struct Spec {
     std::map<int, AxisGuide> axes;
     std::string legendLabel;
     bool legendLabelSet = false;
+    std::string sizeLegendLabel;  // legend(aesthetic(aesthetic.size), label(...))
+    double sizeMin = 4, sizeMax = 24;  // diameters of a size scale, in pixels
     bool legendHidden = false;
     std::string title, subtitle, subsubtitle, footnote;
     std::vector<RefLine> refLines;
