@@ -129,47 +129,50 @@ constexpr FunctionDef kFunctions[] = {
     {"smooth.linear", Support::Drawn},
     {"alpha", Support::Drawn},
     {"multiple", Support::Drawn},
+    {"csvsource", Support::Drawn},
+    {"file", Support::Drawn},
+    {"iter", Support::Drawn},
+    {"eval", Support::Drawn},
+    {"index", Support::Drawn},
+    {"collapse", Support::Drawn},
+    {"category", Support::Drawn},
+    {"minimumpercent", Support::Drawn},
+    {"sumvariable", Support::Drawn},
+    {"othervalue", Support::Drawn},
+    {"wrap", Support::Drawn},
+    {"color.saturation", Support::Drawn},
+    {"color.brightness", Support::Drawn},
+    {"pow", Support::Drawn},
+    {"exponent", Support::Drawn},
+    {"time", Support::Drawn},
+    {"point.dodge.symmetric", Support::Drawn},
+    {"point.jitter", Support::Drawn},
+    {"point.stack", Support::Drawn},
+    {"bin.dot", Support::Drawn},
+    {"smooth.quadratic", Support::Drawn},
+    {"smooth.cubic", Support::Drawn},
+    {"smooth.loess", Support::Drawn},
+    {"smooth.spline", Support::Drawn},
+    {"smooth.step.right", Support::Drawn},
+    {"smooth.step.left", Support::Drawn},
+    {"smooth.step.center", Support::Drawn},
+    {"span", Support::Drawn},
+    {"fixedwindow", Support::Drawn},
+    {"link.hull", Support::Drawn},
+    {"link.join", Support::Drawn},
+    {"link.mst", Support::Drawn},
+    {"link.sequence", Support::Drawn},
     // Known, drawn in a later version of the engine.
-    {"csvsource", Support::NotYet},
-    {"file", Support::NotYet},
-    {"iter", Support::NotYet},
-    {"eval", Support::NotYet},
-    {"index", Support::NotYet},
-    {"collapse", Support::NotYet},
-    {"category", Support::NotYet},
-    {"minimumpercent", Support::NotYet},
-    {"sumvariable", Support::NotYet},
-    {"othervalue", Support::NotYet},
-    {"pow", Support::NotYet},
-    {"exponent", Support::NotYet},
-    {"time", Support::NotYet},
     {"sort.statistic", Support::NotYet},
     {"polar", Support::NotYet},
-    {"wrap", Support::NotYet},
     {"mirror", Support::NotYet},
     {"sameratio", Support::NotYet},
     {"label.angle", Support::NotYet},
-    {"point.dodge.symmetric", Support::NotYet},
-    {"point.jitter", Support::NotYet},
-    {"point.stack", Support::NotYet},
     {"area.difference", Support::NotYet},
-    {"color.saturation", Support::NotYet},
     {"texture.pattern.interior", Support::NotYet},
     {"summary.count.cumulative", Support::NotYet},
     {"summary.percent.cumulative", Support::NotYet},
     {"bin.hex", Support::NotYet},
-    {"bin.dot", Support::NotYet},
-    {"smooth.quadratic", Support::NotYet},
-    {"smooth.cubic", Support::NotYet},
-    {"smooth.loess", Support::NotYet},
-    {"smooth.spline", Support::NotYet},
-    {"smooth.step.right", Support::NotYet},
-    {"smooth.step.left", Support::NotYet},
-    {"smooth.step.center", Support::NotYet},
-    {"link.hull", Support::NotYet},
-    {"link.join", Support::NotYet},
-    {"link.mst", Support::NotYet},
-    {"link.sequence", Support::NotYet},
 };
 
 FunctionDef const* lookup(std::string const& key) {
@@ -177,8 +180,13 @@ FunctionDef const* lookup(std::string const& key) {
         if (key == f.name)
             return &f;
     if (key.rfind("density.kernel.", 0) == 0) {
-        static constexpr FunctionDef kernel{"density.kernel", Support::NotYet};
-        return &kernel;
+        static constexpr FunctionDef kernel{"density.kernel", Support::Drawn};
+        static constexpr FunctionDef unknown{"density.kernel", Support::NotYet};
+        for (char const* k : {"epanechnikov", "normal", "gaussian", "uniform", "triangular",
+                              "biweight", "triweight", "cosine"})
+            if (key.substr(15) == k)
+                return &kernel;
+        return &unknown;
     }
     return nullptr;
 }

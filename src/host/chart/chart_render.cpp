@@ -3,6 +3,7 @@
 #include "host/chart/geometry/draw.h"
 #include "host/chart/layer/layer.h"
 #include "host/chart/layout/layout.h"
+#include "host/chart/position/jitter.h"
 #include "host/chart/position/stack.h"
 #include "host/chart/scales/colors.h"
 #include "host/chart/scales/scales.h"
@@ -31,12 +32,13 @@ Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
         return scene;
     }
     stackLayers(layers, scales);
+    jitterLayers(layers, scales);
     dropUnshowable(layers, spec, scene.warnings);
     trainValueScales(layers, spec, scales);
     Palette palette = makePalette(scales, spec, model, layers);
     Layout layout = layoutChart(spec, model, layers, scales, legendEntries(scales, palette, layers),
                                 measurer, scene.warnings);
-    DrawContext dc{scene, spec, scales, palette, measurer};
+    DrawContext dc{scene, spec, scales, palette, measurer, &layers};
     drawChart(dc, model, layers, layout);
     if (layers.layers.empty() && scene.warnings.empty())
         scene.warnings.push_back("the chart has no element to draw");

@@ -617,6 +617,69 @@ bool isKeyword(std::string const& word) {
     return false;
 }
 
+// `TRANS: y = eval(...)` holds an expression, not graph algebra: its text is kept whole (as
+// a String argument at its place in the program) for the expression parser of the transform.
+bool evalStatement(std::string_view body, int line, int column, Statement& st) {
+    std::size_t i = 0;
+    auto skip = [&]() {
+        while (i < body.size() && std::isspace(static_cast<unsigned char>(body[i]))) ++i;
+    };
+    auto word = [&]() {
+        std::size_t start = i;
+        while (i < body.size() && isNameChar(static_cast<unsigned char>(body[i]))) ++i;
+        return std::string(body.substr(start, i - start));
+    };
+    skip();
+    std::string target = word();
+    skip();
+    if (target.empty() || i >= body.size() || body[i] != '=')
+        return false;
+    ++i;
+    skip();
+    std::size_t callAt = i;
+    if (lower(word()) != "eval")
+        return false;
+    skip();
+    if (i >= body.size() || body[i] != '(')
+        return false;
+    std::size_t open = ++i;
+    int depth = 1;
+    char quote = 0;
+    for (; i < body.size() && depth > 0; ++i) {
+        char c = body[i];
+        if (quote)
+            quote = c == quote ? 0 : quote;
+        else if (c == '"' || c == '\'')
+            quote = c;
+        else
+            depth += c == '(' ? 1 : c == ')' ? -1 : 0;
+    }
+    std::size_t close = depth == 0 ? i - 1 : body.size();
+    auto at = [&](std::size_t offset, int& l, int& c) {
+        l = line;
+        c = column;
+        for (std::size_t k = 0; k < offset; ++k) {
+            if (body[k] == '\n') {
+                ++l;
+                c = 1;
+            } else {
+                ++c;
+            }
+        }
+    };
+    st.target = target;
+    st.body = Node{};
+    st.body.kind = Node::Kind::Call;
+    st.body.name = std::string(body.substr(callAt, 4));
+    at(callAt, st.body.line, st.body.column);
+    Node text;
+    text.kind = Node::Kind::String;
+    text.value = std::string(body.substr(open, close - open));
+    at(open, text.line, text.column);
+    st.body.args.push_back(std::move(text));
+    return true;
+}
+
 }  // namespace
 
 std::string lower(std::string_view text) {
@@ -724,6 +787,10 @@ Program parse(std::string_view text) {
             while (!st.comment.empty() &&
                    std::isspace(static_cast<unsigned char>(st.comment.back())))
                 st.comment.pop_back();
+            program.statements.push_back(std::move(st));
+            continue;
+        }
+        if (st.keyword == "TRANS" && evalStatement(body, piece.line, piece.column, st)) {
             program.statements.push_back(std::move(st));
             continue;
         }

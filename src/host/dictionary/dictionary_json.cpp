@@ -130,9 +130,11 @@ void Reader::readField(json const& field, std::size_t where, Dictionary& diction
     if (field.contains("type")) {
         auto const& type = field["type"];
         out.type = type.is_string() ? type.get<std::string>() : "";
-        if (out.type != "number" && out.type != "integer" && out.type != "string") {
+        if (out.type != "number" && out.type != "integer" && out.type != "string" &&
+            out.type != "date" && out.type != "time" && out.type != "datetime") {
             error(at(type, offset), what + ": unknown type " + host::files::briefJson(type) +
-                                        "; expected \"number\", \"integer\" or \"string\"");
+                                        "; expected \"number\", \"integer\", \"string\", "
+                                        "\"date\", \"time\" or \"datetime\"");
             out.type.clear();
         }
     }

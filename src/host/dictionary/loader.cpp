@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "host/dictionary/csv_reader.h"
+#include "host/dictionary/date_columns.h"
 #include "host/dictionary/formats.h"
 #include "host/dictionary/progress.h"
 
@@ -82,6 +83,11 @@ public:
             declaration.numeric = isNumber;
             declaration.width = field->width;
         }
+        if (dateKindOf(*field)) {  // read as text, then as dates (date_columns.cpp)
+            declaration.declared = true;
+            declaration.numeric = false;
+            declaration.width = 0;
+        }
         for (auto const& value : field->missing) {
             double number;
             if (!value.isNumber && !parseNumberText(value.text, number)) {
@@ -95,6 +101,29 @@ public:
     std::vector<bool> select(std::vector<std::string> const& headers,
                              ColumnSelection const* selection);
     void build(CsvTable& table, Dataset& dataset);
+
+    // A date field: of a date type, or numeric with a date print format.
+    static std::optional<DateKind> dateKindOf(DictField const& field) {
+        if (auto kind = dateKindOfType(field.type))
+            return kind;
+        if (field.type != "string" && isDateFormatType(field.formatType))
+            return field.formatType == FMT_TIME || field.formatType == FMT_DTIME ||
+                           field.formatType == FMT_MTIME
+                       ? DateKind::Time
+                   : field.formatType == FMT_DATETIME || field.formatType == FMT_YMDHMS
+                       ? DateKind::DateTime
+                       : DateKind::Date;
+        return std::nullopt;
+    }
+    void readDates(CsvTable& table, std::string const& file) {
+        dateKinds_ = convertDateColumns(
+            table,
+            [&](std::string const& header) -> std::optional<DateKind> {
+                DictField const* field = fieldFor(header);
+                return field ? dateKindOf(*field) : std::nullopt;
+            },
+            file, messages_);
+    }
 
 private:
     void error(std::string const& file, DictPlace place, std::string text) {
@@ -114,6 +143,7 @@ private:
     std::vector<Diagnostic>& messages_;
     std::unordered_map<std::string, DictField const*> fields_;  // by upper-cased name
     std::vector<std::string> names_;                             // of every column
+    std::vector<std::optional<DateKind>> dateKinds_;
 };
 
 void Builder::nameColumns(std::vector<std::string> const& headers) {
@@ -190,6 +220,9 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
                 width = decimals + 2;
             data->format = KwelFormatPack(FMT_F, width, decimals);
             data->measure = MEASURE_SCALE;
+            if (i < dateKinds_.size() && dateKinds_[i])
+                data->format = KwelFormatPack(dateFormatType(*dateKinds_[i]),
+                                              dateFormatWidth(*dateKinds_[i]), 0);
         } else {
             data->width = column.width;
             cells = std::move(column.cells);
@@ -415,6 +448,7 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary,
             result.dataset->fatal = true;
             return result;
         }
+        builder.readDates(table, csvPath);
         builder.build(table, *result.dataset);
     } catch (std::bad_alloc const&) {
         // Wide declared strings times many rows can ask for more than the machine has.

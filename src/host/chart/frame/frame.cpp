@@ -50,21 +50,22 @@ std::optional<Column> DataView::column(std::string const& name, std::string& err
         error = fmt::format("variable '{}' is not declared", name);
         return std::nullopt;
     }
+    if (isComputedVariable(model_, *var))
+        return derivedColumn(*var, error);
     Column c;
     c.var = var;
     c.categorical = var->categorical;
     std::string source = vdpSource(var->source);
-    if (!data_ || !data_->HasSource(source)) {
-        error = fmt::format("no rows were supplied for source '{}'", var->source);
+    VarDataProcessor const* data = store(var->source, error);
+    if (!data)
         return std::nullopt;
-    }
-    int index = data_->FindVariable(source, var->column);
+    int index = data->FindVariable(source, var->column);
     if (index < 0) {
         error = fmt::format("the rows of source '{}' have no column '{}' (variable '{}')", source,
                             var->column, name);
         return std::nullopt;
     }
-    unsigned n = data_->GetRowCount(source);
+    unsigned n = data->GetRowCount(source);
     // Codes only where they are needed: a million-row scale column has none.
     bool wantCodes = var->categorical || !var->notIn.empty();
     c.numbers.assign(n, kSysmis);
@@ -79,9 +80,9 @@ std::optional<Column> DataView::column(std::string const& name, std::string& err
     if (wantCodes)
         useCodes();
     for (unsigned r = 0; r < n; ++r) {
-        auto kind = data_->GetCellKind(source, index, r);
+        auto kind = data->GetCellKind(source, index, r);
         if (kind == VarDataProcessor::CellKind::Number) {
-            double v = data_->GetNumber(source, index, r);
+            double v = data->GetNumber(source, index, r);
             if (!std::isfinite(v))
                 continue;
             c.numbers[r] = v;
@@ -98,7 +99,7 @@ std::optional<Column> DataView::column(std::string const& name, std::string& err
             }
             c.categorical = true;
             c.hasText = true;
-            c.codes[r] = coder.code(data_->GetText(source, index, r));
+            c.codes[r] = coder.code(data->GetText(source, index, r));
             c.missing[r] = 0;
         }
         if (!c.missing[r] && !notIn.empty() && notIn.count(c.key(r)))

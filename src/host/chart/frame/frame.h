@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,9 +42,21 @@ public:
     std::optional<Column> column(std::string const& name, std::string& error) const;
 
 private:
+    // Variables that no supplied column holds: TRANS results, iter sequences, and the rows of
+    // csvSource files; made on first use (derived_columns.cpp).
+    struct Derived;
+    Derived& derived() const;
+    std::optional<Column> derivedColumn(ChartVariableRecord const& var, std::string& error) const;
+    // The row store holding a source: the supplied rows, or a csvSource file read on first use.
+    VarDataProcessor const* store(std::string const& gplSource, std::string& error) const;
+
     std::string vdpSource(std::string const& gplSource) const;
     ChartModel const& model_;
     VarDataProcessor const* data_;
+    mutable std::shared_ptr<Derived> derived_;
 };
+
+// Is the variable computed by the chart (TRANS, iter) rather than read from a column?
+bool isComputedVariable(ChartModel const& model, ChartVariableRecord const& var);
 
 }  // namespace host::chart

@@ -60,7 +60,7 @@ double PanelGeometry::catPos(Layer const& l, Row const& m) const {
         return binPos(m.xNum);
     double start, width;
     band(l.x.at(m.x), l.cluster.at(m.cluster), start, width);
-    return origin() + start + width / 2;
+    return origin() + start + width / 2 + m.dx * width;
 }
 
 double PanelGeometry::baseValue() const {
@@ -70,7 +70,9 @@ double PanelGeometry::baseValue() const {
 
 Color ElementDraw::colorOf(Row const& m) const {
     Color c;
-    if (!layer.hasColor && m.color < 0)
+    if (layer.colorScale)
+        c = dc.palette.shade(layer.colorScale, m.cval);
+    else if (!layer.hasColor && m.color < 0)
         c = el.color ? fixed : dc.palette.single;
     else
         c = dc.palette.of(layer.color.at(m.color));

@@ -48,6 +48,7 @@ struct DrawContext {
     Scales const& scales;
     Palette const& palette;
     TextMeasurer const& measurer;
+    Layers const* layers = nullptr;
 };
 
 // An element of a layer, drawn on one panel.

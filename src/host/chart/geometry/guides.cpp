@@ -132,6 +132,28 @@ void drawLegend(Scene& scene, LegendLayout const& legend) {
     }
     for (auto const& e : legend.entries) {
         std::int32_t key = scene.key(e.key);
+        if (e.heading) {
+            ly += 6;
+            addText(scene, Role::LegendTitle, e.label, lx, ly + kTitleFont, kTitleFont, -1,
+                    kTextColor, true);
+            ly += kTitleFont * 1.6;
+            continue;
+        }
+        if (e.radius > 0) {
+            // A size key: the circle, its label beside it.
+            Style st;
+            st.fill = e.color;
+            st.size = e.radius;
+            Batch& b = scene.batch(MarkKind::Circle, Role::LegendSwatch, st);
+            double h = std::max(18.0, 2 * e.radius + 4);
+            b.addCircle(lx + e.radius, ly + h / 2, e.radius);
+            b.setMeaning(key, -1, 0);
+            addText(scene, Role::LegendLabel, e.label, lx + 2 * e.radius + 6, ly + h / 2 + 4,
+                    kTickFont, -1, kTextColor)
+                .setMeaning(key, -1, 0);
+            ly += h;
+            continue;
+        }
         if (legend.lines) {
             addLine(scene, Role::LegendSwatch, {lx, ly + 6}, {lx + 12, ly + 6}, e.color, 2.5)
                 .setMeaning(key, -1, 0);

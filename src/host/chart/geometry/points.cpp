@@ -64,7 +64,8 @@ void drawPoints(ElementDraw& d) {
         }
         Batch& b = scene.batches[index];
         double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
-        b.addCircle(g.tr ? v : c, g.tr ? c : v, radius);
+        b.addCircle(g.tr ? v : c, g.tr ? c : v,
+                    d.layer.sizeScale ? sizeRadius(*d.dc.layers, m.sval) : radius);
         b.setFill(d.colorOf(m));
         b.setMeaning(d.categoryKey(m), d.colorKey(m), m.y);
     }

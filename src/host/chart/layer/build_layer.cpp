@@ -11,6 +11,7 @@
 #include "host/chart/layer/layer.h"
 #include "host/chart/scales/ticks.h"
 #include "host/chart/spec/position_algebra.h"
+#include "host/chart/stats/fit_statistics.h"
 #include "host/chart/stats/registry.h"
 #include "platform/chart_string.h"
 
@@ -31,7 +32,7 @@ struct Plan {
 };
 
 struct Columns {
-    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight;
+    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight, size;
     std::vector<std::pair<std::string, Column>> ys;
     std::vector<double> xEdges, yEdges;  // bins shared by all panels and groups
 };
@@ -122,6 +123,13 @@ private:
     Layers& out_;
     std::vector<std::string>& warnings_;
     std::unordered_map<std::string, std::int32_t> numericLabels_;
+    bool colorSeen_ = false, sizeSeen_ = false;
+    // The domain of a continuous aesthetic over every layer.
+    static void widen(double& lo, double& hi, double v, bool& seen) {
+        lo = seen ? std::min(lo, v) : v;
+        hi = seen ? std::max(hi, v) : v;
+        seen = true;
+    }
 };
 
 std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
@@ -177,7 +185,7 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
     if (p.twoWay)
         p.countOnly = true;
     if (p.density && factors.size() != 1) {
-        warn(element, "density.normal takes one variable, as in density.normal(x)");
+        warn(element, fmt::format("{0} takes one variable, as in {0}(x)", stat));
         return std::nullopt;
     }
     // With a count of one factor (or a density) the statistic is the second dimension.
@@ -255,6 +263,9 @@ bool LayerBuilder::loadAesthetics(Plan const& plan, Columns& cols) {
         }
     };
     aesthetic(element.color, cols.color);
+    if (!cols.color)
+        aesthetic(element.shade, cols.color);
+    aesthetic(element.size, cols.size);
     aesthetic(element.shape, cols.shape);
     aesthetic(element.label, cols.label);
     aesthetic(element.split, cols.split);
@@ -288,7 +299,8 @@ bool LayerBuilder::checkColumns(Plan const& plan, Columns& cols) {
         if (plan.twoWay)
             cols.yEdges = edgesOf(cols.ys[0].second, plan.pos.bin);
     }
-    if ((plan.density || plan.pos.kind == StatKind::Smooth) && (!cols.x || cols.x->categorical)) {
+    bool pointwise = plan.pos.kind == StatKind::Smooth || plan.pos.kind == StatKind::Link;
+    if ((plan.density || pointwise) && (!cols.x || cols.x->categorical)) {
         warn(element, fmt::format("'{}' needs a continuous variable on the first dimension", stat));
         return false;
     }
@@ -331,6 +343,8 @@ void LayerBuilder::noteVariables(Plan const& plan, Columns const& cols) {
         out_.yStatistic = plan.pos.statistic.empty() ? "summary.count" : plan.pos.statistic;
     if (cols.color && !out_.colorVar)
         out_.colorVar = cols.color->var;
+    if (cols.size && !out_.sizeVar)
+        out_.sizeVar = cols.size->var;
     if (cols.cluster && !out_.clusterVar)
         out_.clusterVar = cols.cluster->var;
     if (cols.panelCol && !out_.panelVar)
@@ -361,6 +375,11 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
         layer.color.texts = true;
     }
     layer.hasColor = cols.color.has_value();
+    if (cols.color && !cols.color->categorical && !plan.summary)
+        layer.colorScale = plan.element->shade && !plan.element->color
+                               ? (plan.element->shade->key() == "color.brightness" ? 'b' : 's')
+                               : 'g';
+    layer.sizeScale = cols.size && !cols.size->categorical && !plan.summary;
     layer.cells = plan.twoWay;
     if (cols.label && cols.label->categorical) {
         for (auto const& v : cols.label->values) {
@@ -427,7 +446,8 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
         return it->second;
     };
     Groups groups;
-    bool groupsByX = !plan.density && plan.pos.kind != StatKind::Smooth;
+    bool groupsByX =
+        !plan.density && plan.pos.kind != StatKind::Smooth && plan.pos.kind != StatKind::Link;
     if (!plan.summary)
         layer.rows.reserve(n * seriesCount);
     for (std::size_t s = 0; s < seriesCount; ++s) {
@@ -454,6 +474,18 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
             double y = yc && !yMissing ? yc->numbers[r] : kSysmis;
             if (cols.label)
                 m.label = labelCode(cols, layer, r);
+            if (layer.colorScale) {
+                if (!cols.color->present(r))
+                    continue;
+                m.cval = static_cast<float>(cols.color->numbers[r]);
+                widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
+            }
+            if (layer.sizeScale) {
+                if (!cols.size->present(r))
+                    continue;
+                m.sval = static_cast<float>(cols.size->numbers[r]);
+                widen(out_.sizeLo, out_.sizeHi, m.sval, sizeSeen_);
+            }
             if (!plan.summary) {
                 // A missing value is never drawn; lines use it to know where to break.
                 m.y = yMissing ? kSysmis : y;
@@ -569,6 +601,8 @@ void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<
         numberOption(call, "multiple", 1),
         plan.density ? densityEdges(*plan.element, plan, cols) : std::vector<double>{},
         [&](std::uint32_t r) { return labelCode(cols, layer, r); }};
+    context.call = call;
+    context.modifier = plan.element->modifier;
     StatisticDef const* def = findStatistic(stat.empty() ? "summary.count" : stat);
     for (auto& g : groups) {
         context.total = totals[baseKey(g.row)];
@@ -632,16 +666,19 @@ void LayerBuilder::fitLines(Layer const& points, ElementSpec const& element) {
             ys.push_back(m->y);
             ws.push_back(1);
         }
-        LinearFit f = linearFit(xs, ys, ws);
-        if (!f.valid)
+        std::vector<std::pair<double, double>> curve;
+        double r2 = 0;
+        if (!templateFit(spec_.fitType, xs, ys, curve, r2))
             continue;
-        layer.labels.push_back(fmt::format("R² Linear = {:.3f}", f.rSquared));
-        for (double x : {f.xMin, f.xMax}) {
+        std::string type = spec_.fitType;
+        type[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(type[0])));
+        layer.labels.push_back(fmt::format("R² {} = {:.3f}", type, r2));
+        for (auto const& [x, y] : curve) {
             Row p = *rows.front();
             p.color = k.total ? -1 : rows.front()->color;
             p.series = k.total ? 0 : 1;
             p.xNum = x;
-            p.y = f.intercept + f.slope * x;
+            p.y = y;
             p.label = static_cast<std::int32_t>(layer.labels.size() - 1);
             p.binned = false;
             layer.rows.push_back(p);
@@ -678,11 +715,17 @@ void readFitTemplates(Spec& spec, ChartModel const& model, std::vector<std::stri
     for (auto const& t : model.inlineTemplates) {
         if (t.find("addFitLine") == std::string::npos)
             continue;
-        if (t.find("type=\"linear\"") == std::string::npos) {
+        std::string type;
+        for (char const* known : {"linear", "quadratic", "cubic", "loess"})
+            if (t.find(fmt::format("type=\"{}\"", known)) != std::string::npos)
+                type = known;
+        if (type.empty()) {
             warnings.push_back(
-                "only linear fit lines are supported yet; a fit line of another type is left out");
+                "fit lines are linear, quadratic, cubic or loess; a fit line of another type is "
+                "left out");
             continue;
         }
+        spec.fitType = type;
         if (t.find("target=\"pair\"") != std::string::npos)
             spec.totalFit = true;
         if (t.find("target=\"subgroup\"") != std::string::npos)
@@ -700,6 +743,8 @@ std::string const& KeyTable::key(std::int32_t code) const {
 Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* data,
                    std::vector<std::string>& warnings) {
     Layers out;
+    out.sizeMin = spec.sizeMin;
+    out.sizeMax = spec.sizeMax;
     readFitTemplates(spec, model, warnings);
     DataView view(model, data);
     LayerBuilder builder(spec, model, view, out, warnings);

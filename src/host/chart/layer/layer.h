@@ -25,6 +25,8 @@ struct Row {
     std::int32_t cluster = -1, panelCol = -1, panelRow = -1, color = -1, shape = -1, series = -1;
     std::int32_t label = -1;  // into Layer::labels
     std::int32_t extra = -1;  // into Layer::bins for binned rows, Layer::boxes for box rows
+    float dx = 0;  // point.jitter: an offset along a categorical dimension 1, in bands
+    float cval = 0, sval = 0;  // the values of a continuous colour and size
     bool binned = false;
     bool ranged = false;  // an interval from y0 to y rather than from the base
 };
@@ -56,6 +58,8 @@ struct Layer {
     std::vector<BoxStats> boxes;
     std::vector<std::vector<std::int32_t>> outlierLabels;  // per box, parallel to its outliers
     bool hasColor = false;                                 // colour comes from a variable
+    char colorScale = 0;  // a continuous colour: 'g'radient, 's'aturation, 'b'rightness
+    bool sizeScale = false;  // a continuous size
     bool cells = false;                                    // two-way bins, coloured by their counts
 };
 
@@ -74,6 +78,10 @@ struct Layers {
     std::string yStatistic;  // the statistic dimension 2 shows, for its title
     bool xCategorical = true;
     double cellMax = 0;  // the largest count of a two-way bin: the top of the colour gradient
+    // The domains of continuous colours and sizes over all layers.
+    double colorLo = 0, colorHi = 0, sizeLo = 0, sizeHi = 0;
+    double sizeMin = 4, sizeMax = 24;  // the diameters the size scale maps to
+    ChartVariableRecord const* sizeVar = nullptr;
     bool anyCells = false;
 };
 

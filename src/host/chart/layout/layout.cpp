@@ -26,7 +26,7 @@ std::string axisTitle(Spec& spec, int dim, ChartVariableRecord const* var, Layer
     std::string const& stat = ls.yStatistic;
     if (dim == 2 && !stat.empty() && !var)
         return stat.find("percent") != std::string::npos ? "Percent"
-               : stat == "density.normal"                ? "Density"
+               : stat.rfind("density.", 0) == 0          ? "Density"
                                                          : "Count";
     if (dim == 2 && ls.yNames.size() > 1)
         return "";
@@ -66,12 +66,19 @@ void placeLegend(Spec const& spec, Layers const& ls, std::vector<LegendEntry> en
     legend.shown = !entries.empty() && !spec.legendHidden;
     if (!legend.shown)
         return;
+    std::string sizeTitle = !spec.sizeLegendLabel.empty() ? spec.sizeLegendLabel
+                                                          : varTitle(ls.sizeVar);
     std::string title = spec.legendLabelSet ? spec.legendLabel
                         : ls.colorVar       ? varTitle(ls.colorVar)
                         : ls.anyCells       ? "Count"
+                        : ls.sizeVar        ? sizeTitle
                                             : "";
+    for (auto& e : entries)
+        if (e.heading)
+            e.label = sizeTitle;
     double w = measureText(title, kTitleFont, m, true).width;
-    for (auto const& e : entries) w = std::max(w, 18 + measureText(e.label, kTickFont, m).width);
+    for (auto const& e : entries)
+        w = std::max(w, std::max(18.0, 2 * e.radius + 6) + measureText(e.label, kTickFont, m).width);
     w = std::min(w, spec.width * 0.3);
     legend.x = room.right - w;
     legend.y = room.top + 4;
@@ -122,10 +129,22 @@ void placeAxes(Spec const& spec, TextMeasurer const& m, std::size_t columns, Roo
     }
 }
 
-void placePanels(Scales const& scales, TextMeasurer const& m, Room const& room, Layout& out,
-                 std::vector<std::string>& warnings) {
-    std::size_t cols = std::max<std::size_t>(1, scales.panelCol.size());
+// With wrap() the panels of one factor fill rows of a grid about as wide as it is high.
+std::size_t wrappedColumns(Spec const& spec, Scales const& scales) {
+    std::size_t n = scales.panelCol.size();
+    if (!spec.wrap || !scales.panelRow.empty() || n < 3)
+        return std::max<std::size_t>(1, n);
+    return static_cast<std::size_t>(std::ceil(std::sqrt(double(n))));
+}
+
+void placePanels(Spec const& spec, Scales const& scales, TextMeasurer const& m, Room const& room,
+                 Layout& out, std::vector<std::string>& warnings) {
+    std::size_t cols = wrappedColumns(spec, scales);
     std::size_t rows = std::max<std::size_t>(1, scales.panelRow.size());
+    std::size_t count = scales.panelCol.size();
+    bool wrapped = cols < count;
+    if (wrapped)
+        rows = (count + cols - 1) / cols;
     out.panelled = !scales.panelCol.empty() || !scales.panelRow.empty();
     double header = out.panelled ? kTickFont * 1.6 : 0;
     double gap = out.panelled ? 12 : 0;
@@ -140,15 +159,20 @@ void placePanels(Scales const& scales, TextMeasurer const& m, Room const& room, 
     out.panels.reserve(cols * rows);
     for (std::size_t r = 0; r < rows; ++r)
         for (std::size_t c = 0; c < cols; ++c) {
+            std::size_t index = wrapped ? r * cols + c : c;  // on the panel scale
+            if (wrapped && index >= count)
+                break;
             PanelBox p;
             p.plot = {room.left + double(c) * (panelW + gap),
                       room.top + header + double(r) * (panelH + header + gap), panelW, panelH};
-            p.col = scales.panelCol.empty() ? -1 : std::int32_t(c);
+            p.col = scales.panelCol.empty() ? -1 : std::int32_t(index);
             p.row = scales.panelRow.empty() ? -1 : std::int32_t(r);
             p.firstColumn = c == 0;
-            p.lastRow = r + 1 == rows;
+            // A wrapped panel with none below it carries the axis of its column.
+            p.lastRow = r + 1 == rows || (wrapped && index + cols >= count);
             if (out.panelled) {
-                std::string head = p.col >= 0 ? scales.panelCol.label(scales.panelCol.keys[c]) : "";
+                std::string head =
+                    p.col >= 0 ? scales.panelCol.label(scales.panelCol.keys[index]) : "";
                 if (p.row >= 0)
                     head +=
                         (head.empty() ? "" : ", ") + scales.panelRow.label(scales.panelRow.keys[r]);
@@ -202,8 +226,8 @@ Layout layoutChart(Spec& spec, ChartModel const& model, Layers const& ls, Scales
     }
     placeTitles(spec, model, m, room, out);
     placeLegend(spec, ls, std::move(legend), m, room, out.legend);
-    placeAxes(spec, m, std::max<std::size_t>(1, scales.panelCol.size()), room, out);
-    placePanels(scales, m, room, out, warnings);
+    placeAxes(spec, m, wrappedColumns(spec, scales), room, out);
+    placePanels(spec, scales, m, room, out, warnings);
     out.left = room.left;
     out.right = room.right;
     out.top = room.top;

@@ -11,7 +11,8 @@ namespace host::chart {
 
 void stackLayers(Layers& ls, Scales const& scales) {
     for (auto& l : ls.layers) {
-        if (l.element->modifier != "stack")
+        // Points stack in their statistic (bin.dot), not by adding values.
+        if (l.element->modifier != "stack" || l.element->type == "point")
             continue;
         std::stable_sort(l.rows.begin(), l.rows.end(), [&](Row const& a, Row const& b) {
             return l.color.at(a.color) < l.color.at(b.color);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "host/chart/scales/aesthetic_ramps.h"
+
 namespace host::chart {
 
 namespace {
@@ -61,6 +63,12 @@ Color constantColor(gpl::Node const* call, Color fallback) {
     return fallback;
 }
 
+double sizeRadius(Layers const& layers, double value) {
+    return sizeByArea(layers.sizeMin, layers.sizeMax,
+                      placeIn(value, layers.sizeLo, layers.sizeHi)) /
+           2;
+}
+
 Color defaultColor() {
     return hexColor(kPalette[0]);
 }
@@ -70,6 +78,15 @@ Color Palette::cell(double count) const {
     return {gradientLow.r + t * (gradientHigh.r - gradientLow.r),
             gradientLow.g + t * (gradientHigh.g - gradientLow.g),
             gradientLow.b + t * (gradientHigh.b - gradientLow.b), 1};
+}
+
+Color Palette::shade(char scale, double value) const {
+    double t = placeIn(value, colorLo, colorHi);
+    auto rgb = [](Color c) { return Rgb01{c.r, c.g, c.b}; };
+    Rgb01 out = scale == 's'   ? bySaturation(rgb(single), t)
+                : scale == 'b' ? byBrightness(rgb(single), t)
+                               : gradient(rgb(gradientLow), rgb(gradientHigh), t);
+    return {out.r, out.g, out.b, 1};
 }
 
 Palette makePalette(Scales const& scales, Spec const& spec, ChartModel const& model,
@@ -87,6 +104,8 @@ Palette makePalette(Scales const& scales, Spec const& spec, ChartModel const& mo
     p.gradientLow = namedColor(spec.gradientLow, grey);
     p.gradientHigh = namedColor(spec.gradientHigh, grey);
     p.cellMax = layers.cellMax;
+    p.colorLo = layers.colorLo;
+    p.colorHi = layers.colorHi;
     return p;
 }
 
@@ -96,6 +115,36 @@ std::vector<LegendEntry> legendEntries(Scales const& scales, Palette const& pale
     for (std::size_t i = 0; i < scales.color.size(); ++i) {
         std::string const& key = scales.color.keys[i];
         out.push_back({key, scales.color.label(key), palette.byIndex[i]});
+    }
+    char shade = 0;
+    bool sized = false;
+    for (auto const& l : layers.layers) {
+        shade = shade ? shade : l.colorScale;
+        sized |= l.sizeScale;
+    }
+    auto roundValues = [](double lo, double hi) {
+        auto ticks = niceTicks(lo, hi, 7);
+        std::vector<double> inside;
+        for (double t : ticks)
+            if (t >= lo - 1e-9 * std::fabs(hi - lo) && t <= hi + 1e-9 * std::fabs(hi - lo))
+                inside.push_back(t);
+        return inside.size() >= 2 ? inside : std::vector<double>{lo, hi};
+    };
+    // A continuous colour: a few round values with their colours, a gradient in steps.
+    if (shade)
+        for (double v : roundValues(layers.colorLo, layers.colorHi))
+            out.push_back({"\x1c" + numberKey(v), formatNumber(v, NumberFormat{}),
+                           palette.shade(shade, v)});
+    // A size key: circles of a few round sizes, under their own heading.
+    if (sized) {
+        if (!out.empty()) {
+            ChartVariableRecord const* v = layers.sizeVar;
+            out.push_back({"\x1dsize", v ? (v->label.empty() ? v->name : v->label) : "",
+                           Color{}, 0, true});
+        }
+        for (double v : roundValues(layers.sizeLo, layers.sizeHi))
+            out.push_back({"\x1d" + numberKey(v), formatNumber(v, NumberFormat{}),
+                           Color{0.55, 0.55, 0.55, 1}, sizeRadius(layers, v)});
     }
     if (!layers.anyCells)
         return out;

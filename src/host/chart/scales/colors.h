@@ -17,6 +17,8 @@ struct LegendEntry {
     std::string key;
     std::string label;
     Color color;
+    double radius = 0;     // a size key: a circle of this radius instead of a swatch
+    bool heading = false;  // the title of a second legend (sizes under colours)
 };
 
 struct Palette {
@@ -27,9 +29,16 @@ struct Palette {
 
     Color of(int index) const { return index >= 0 ? byIndex[std::size_t(index)] : single; }
     Color cell(double count) const;  // a two-way bin of this count
+    // A continuous colour: a value of [colorLo, colorHi] as a gradient ('g'), or as the
+    // saturation ('s') or brightness ('b') of the single colour.
+    double colorLo = 0, colorHi = 0;
+    Color shade(char scale, double value) const;
 };
 
 Color hexColor(std::string const& hex, double alpha = 1);
+// The radius of a point of a continuous size: its area grows with the value, from the size
+// scale's smallest to its largest diameter.
+double sizeRadius(Layers const& layers, double value);
 // "#RRGGBB" or "color.name"; `fallback` for what is neither.
 Color namedColor(std::string const& text, Color fallback);
 // The colour a constant argument names: color(color.red), color("#..."); else `fallback`.

@@ -34,6 +34,12 @@ std::vector<TickText> tickTexts(int dim, Scales const& scales, Layers const& lay
         return out;
     }
     LinScale const& s = dim == 1 ? scales.xLin : scales.yLin;
+    if (s.time) {
+        std::vector<TickText> out;
+        for (std::size_t i = 0; i < s.ticks.size(); ++i)
+            out.push_back({s.tickLabels[i], s.ticks[i], ""});
+        return out;
+    }
     NumberFormat f;
     ChartVariableRecord const* var = dim == 1 ? layers.xVar : layers.yVar;
     if (var && var->format.set)

@@ -112,6 +112,9 @@ double LinScale::map(double v, double a, double b) const {
     if (log) {
         double l = std::log(std::max(v, 1e-300)), l0 = std::log(lo), l1 = std::log(hi);
         t = (l - l0) / (l1 - l0);
+    } else if (exponent != 1) {
+        auto p = [&](double x) { return std::copysign(std::pow(std::fabs(x), exponent), x); };
+        t = (p(v) - p(lo)) / (p(hi) - p(lo));
     } else {
         t = halfSpan(lo, v) / halfSpan(lo, hi);
     }
@@ -190,6 +193,8 @@ LinScale trainLinear(double lo, double hi, ScaleSpec const* scale, AxisGuide con
     double first = guide && guide->hasStart ? guide->start : std::ceil(lo / s.step - 1e-9) * s.step;
     s.ticks = stepTicks(first, s.step, lo, hi);
     s.reverse = scale && scale->reverse;
+    if (scale && scale->type == "pow" && scale->exponent > 0 && std::isfinite(scale->exponent))
+        s.exponent = scale->exponent;
     return s;
 }
 

@@ -21,8 +21,12 @@ struct LinScale {
     bool log = false;
     double base = 10;
     bool reverse = false;
+    double exponent = 1;  // pow(exponent(e)): positions by sign(v) |v|^e
     std::vector<double> ticks;
     double step = 0;
+    // A time scale's ticks fall on calendar units and read as dates (time_scale.h).
+    bool time = false;
+    std::vector<std::string> tickLabels;
     // A value's place between the pixel positions a (at lo) and b (at hi).
     double map(double v, double a, double b) const;
     // Whether a value can be shown at all (a log scale has no place for 0 and below).

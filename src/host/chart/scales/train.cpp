@@ -6,6 +6,9 @@
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/scales/scales.h"
+#include "host/chart/scales/time_scale.h"
+#include "host/dictionary/date_values.h"
+#include "platform/dictionary.h"
 
 namespace host::chart {
 
@@ -37,6 +40,28 @@ void place(KeyTable& table, CatScale const& scale) {
 ScaleSpec const* scaleOf(Spec const& spec, int dim) {
     auto it = spec.scales.find(dim);
     return it == spec.scales.end() ? nullptr : &it->second;
+}
+
+// A dimension of dates (time(dim(n)), unit.time(), or a variable with a date format) gets its
+// ticks on calendar units, read in the variable's date format. A time-of-day format counts
+// seconds from midnight.
+void useTimeTicks(LinScale& s, ScaleSpec const* scale, ChartVariableRecord const* var,
+                  AxisGuide const& guide) {
+    int type = var && var->format.packed ? KwelFormatType(var->format.packed) : 0;
+    int width = var && var->format.packed ? KwelFormatWidth(var->format.packed) : 0;
+    bool dated = host::dictionary::isDateFormatType(type);
+    if (!(scale && scale->type == "time") && !(var && var->time) && !dated)
+        return;
+    if (guide.delta > 0 || s.log)
+        return;  // the guide's own step wins
+    bool timeOfDay = type == FMT_TIME || type == FMT_MTIME || type == FMT_DTIME;
+    TimeTicks t = timeTicks(s.lo, s.hi, 6, dated ? type : 0, width, timeOfDay);
+    if (t.values.size() < 2)
+        return;
+    s.time = true;
+    s.ticks = std::move(t.values);
+    s.tickLabels = std::move(t.labels);
+    s.step = 0;
 }
 
 }  // namespace
@@ -193,6 +218,7 @@ void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
         if (!anyBinnedX)  // bins end where their edges end
             pad(xLo, xHi, xScale);
         s.xLin = trainLinear(xLo, xHi, xScale, &spec.axes[1], false);
+        useTimeTicks(s.xLin, xScale, ls.xVar, spec.axes[1]);
     }
 }
 

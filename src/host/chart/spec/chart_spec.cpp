@@ -118,6 +118,14 @@ void readAestheticScale(Node const& b, Spec& spec) {
                                     : numberKey(pair.args[0].number);
                 spec.colorScale.map[k] = col;
             }
+    auto const* aes = b.find("aesthetic");
+    if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.size") {
+        if (auto const* lo = b.find("aestheticminimum"); lo && !lo->args.empty())
+            spec.sizeMin = std::clamp(sizeValue(lo->args[0], 20, 4), 1.0, 100.0);
+        if (auto const* hi = b.find("aestheticmaximum"); hi && !hi->args.empty())
+            spec.sizeMax = std::clamp(sizeValue(hi->args[0], 20, 24), 1.0, 100.0);
+        return;
+    }
     if (auto t = colorText(b.find("aestheticminimum")); !t.empty())
         spec.gradientLow = t;
     if (auto t = colorText(b.find("aestheticmaximum")); !t.empty())
@@ -177,6 +185,8 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
                 "used",
                 line, v));
     }
+    if (auto const* e = b.find("exponent"); e && !e->args.empty())
+        s.exponent = e->args[0].number;
     spec.scales[dim] = s;
 }
 
@@ -200,6 +210,7 @@ void readCoord(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
         spec.elementsRefused = true;
     }
     spec.transpose = b.find("transpose") != nullptr;
+    spec.wrap = b.find("wrap") != nullptr;
     if (auto const* c = b.find("cluster"); c && !c->args.empty())
         spec.clusterDim = static_cast<int>(c->args[0].number);
 }
@@ -231,6 +242,12 @@ void readGuide(Node const& b, Spec& spec) {
     if (key == "axis") {
         readAxis(b, spec);
     } else if (key == "legend") {
+        auto const* aes = b.find("aesthetic");
+        if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.size") {
+            if (b.find("label"))
+                spec.sizeLegendLabel = labelOf(b);
+            return;
+        }
         spec.legendHidden = b.find("null") != nullptr;
         if (b.find("label")) {
             spec.legendLabel = labelOf(b);
@@ -274,7 +291,9 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
                                        line, b.name));
         return;
     }
-    if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge")
+    bool pointModifier =
+        e.type == "point" && (e.modifier == "jitter" || e.modifier == "dodge.symmetric");
+    if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge" && !pointModifier)
         warnings.push_back(
             fmt::format("line {}: '{}' is drawn without its modifier", line, b.name));
     auto either = [&](char const* first, char const* second) {
@@ -282,7 +301,14 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
         return n ? n : b.find(second);
     };
     e.position = b.find("position");
+    // Points stack and dodge in dot plots only; elsewhere they are drawn where they fall.
+    bool dots = e.position && !e.position->args.empty() && e.position->args[0].key() == "bin.dot";
+    if (e.type == "point" && (e.modifier == "stack" || e.modifier == "dodge.symmetric") && !dots)
+        warnings.push_back(fmt::format(
+            "line {}: '{}' stacks the dots of bin.dot only; the points are drawn where they fall",
+            line, b.name));
     e.color = either("color.interior", "color");
+    e.shade = either("color.saturation", "color.brightness");
     e.exterior = b.find("color.exterior");
     e.shape = either("shape.interior", "shape");
     e.size = b.find("size");

@@ -32,6 +32,7 @@ struct ScaleSpec {
     std::vector<std::string> sortValues;
     bool reverse = false;
     double base = 10;
+    double exponent = 0.5;  // pow
 };
 
 struct ColorScaleSpec {
@@ -40,9 +41,10 @@ struct ColorScaleSpec {
 
 struct ElementSpec {
     std::string type;      // a row of the element table: interval, point, line, ...
-    std::string modifier;  // stack, dodge
+    std::string modifier;  // stack, dodge, dodge.symmetric, jitter
     gpl::Node const* position = nullptr;
     gpl::Node const* color = nullptr;  // interior colour
+    gpl::Node const* shade = nullptr;  // color.saturation or color.brightness of a variable
     gpl::Node const* exterior = nullptr;
     gpl::Node const* shape = nullptr;
     gpl::Node const* size = nullptr;
@@ -72,14 +74,18 @@ struct Spec {
     std::map<int, AxisGuide> axes;
     std::string legendLabel;
     bool legendLabelSet = false;
+    std::string sizeLegendLabel;  // legend(aesthetic(aesthetic.size), label(...))
+    double sizeMin = 4, sizeMax = 24;  // diameters of a size scale, in pixels
     bool legendHidden = false;
     std::string title, subtitle, subsubtitle, footnote;
     std::vector<RefLine> refLines;
     bool polar = false;  // polar.theta: pies
+    bool wrap = false;   // rect(..., wrap()): the panels of one factor wrapped into rows
     double startAngle = 0;
     bool graphPlaced = false;  // GRAPH: begin(origin(), scale()) as fractions of the page
     double graphX = 0, graphY = 0, graphW = 1, graphH = 1;
     bool totalFit = false, subgroupFit = false;  // fit lines asked for by inline templates
+    std::string fitType = "linear";              // linear, quadratic, cubic, loess
     bool elementsRefused = false;                // a coordinate system the engine cannot draw
     std::string gradientLow = "#DEEBF7", gradientHigh = "#08519C";  // counts of two-way bins
 };

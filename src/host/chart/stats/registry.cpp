@@ -1,6 +1,7 @@
 #include "host/chart/stats/registry.h"
 
 #include "host/chart/frame/frame.h"
+#include "host/chart/stats/fit_statistics.h"
 
 #include <algorithm>
 
@@ -125,6 +126,26 @@ constexpr StatisticDef kStatistics[] = {
     {"region.spread.se", StatKind::Region, spreadSe},
     {"region.spread.range", StatKind::Region, spreadRange},
     {"smooth.linear", StatKind::Smooth, linearSmooth},
+    {"smooth.quadratic", StatKind::Smooth, polynomialSmooth},
+    {"smooth.cubic", StatKind::Smooth, polynomialSmooth},
+    {"smooth.loess", StatKind::Smooth, loessSmooth},
+    {"smooth.spline", StatKind::Smooth, splineSmooth},
+    {"smooth.step.left", StatKind::Smooth, stepSmooth},
+    {"smooth.step.right", StatKind::Smooth, stepSmooth},
+    {"smooth.step.center", StatKind::Smooth, stepSmooth},
+    {"density.kernel.epanechnikov", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.normal", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.gaussian", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.uniform", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.triangular", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.biweight", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.triweight", StatKind::Density, kernelDensityCurve},
+    {"density.kernel.cosine", StatKind::Density, kernelDensityCurve},
+    {"bin.dot", StatKind::Density, dotBins},
+    {"link.hull", StatKind::Link, hullLink},
+    {"link.mst", StatKind::Link, edgeLinks},
+    {"link.join", StatKind::Link, edgeLinks},
+    {"link.sequence", StatKind::Link, edgeLinks},
 };
 
 }  // namespace

@@ -14,7 +14,9 @@
 
 namespace host::chart {
 
-enum class StatKind { Summary, Percent, Bin, Box, Density, Region, Smooth };
+// Smooth and Link statistics take the group's points (x, y) in data order; Density ones the
+// values of the first dimension.
+enum class StatKind { Summary, Percent, Bin, Box, Density, Region, Smooth, Link };
 
 // The cases of one group: one category (or bin) in one panel and one set of aesthetics.
 struct Group {
@@ -34,6 +36,8 @@ struct StatContext {
     double multiple = 1;
     std::vector<double> densityEdges;                    // a histogram the curve sits over
     std::function<std::int32_t(std::uint32_t)> labelOf;  // the label code of a data row
+    gpl::Node const* call = nullptr;  // the statistic's call, for its options (span, ...)
+    std::string modifier;             // the element's collision modifier (dodge.symmetric)
 };
 
 using StatFunction = void (*)(StatContext const& context, Group const& group, Layer& out);
