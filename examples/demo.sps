@@ -137,7 +137,39 @@ BEGIN GPL
   ELEMENT: line(position(density.normal(salary)), color(color.black))
 END GPL.
 
-* 11. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 11. A map: mean revenue of the stores of each state (examples/data/stores.csv, the dataset
+* "stores"), the states joined by name, Alaska and Hawaii as insets.
+GGRAPH
+  /GRAPHDATASET NAME="bystate" DATASET="stores" VARIABLES=state MEAN(revenue)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean store revenue by state".
+BEGIN GPL
+  SOURCE: s = userSource(id("bystate"))
+  SOURCE: m = mapSource(map("UnitedStates"), key("name"), showAllFeatures())
+  DATA: state = col(source(s), name("state"), unit.category())
+  DATA: revenue = col(source(s), name("MEAN_revenue"))
+  GUIDE: text.title(label("Mean store revenue by state"))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Revenue (thousands)"))
+  ELEMENT: polygon(position(feature(state)), color.interior(revenue))
+END GPL.
+
+* 12. A world map of mean growth over two years (examples/data/countries.csv, the dataset
+* "countries"); countries without figures are grey.
+GGRAPH
+  /GRAPHDATASET NAME="bycountry" DATASET="countries" VARIABLES=country MEAN(growth)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean growth by country".
+BEGIN GPL
+  SOURCE: s = userSource(id("bycountry"))
+  SOURCE: m = mapSource(map("World"), showAllFeatures())
+  DATA: country = col(source(s), name("country"), unit.category())
+  DATA: growth = col(source(s), name("MEAN_growth"))
+  PAGE: begin(scale(800px, 450px))
+  GUIDE: text.title(label("Mean growth, 2022 and 2023"))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Growth (%)"))
+  ELEMENT: polygon(position(feature(country)), color.interior(growth))
+  PAGE: end()
+END GPL.
+
+* 13. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

@@ -46,10 +46,10 @@ RouteResult runRoute(RouteContext& context, GraphSpec& spec, XViZTemplate& style
         case GraphSpec::SOURCE_VIZMLFILE: return runVizmlFileRoute(context, spec, styleSheet);
         case GraphSpec::SOURCE_IMAGEFILE: return runImageFileRoute(context, spec);
         case GraphSpec::SOURCE_PMMLFILE: return runPmmlFileRoute(context, spec);
-        case GraphSpec::SOURCE_VIZJSONFILE:
-        case GraphSpec::SOURCE_VIZJSONTEMPLATE:
+        case GraphSpec::SOURCE_VIZJSONFILE: return runVizJsonFileRoute(context, spec);
+        case GraphSpec::SOURCE_VIZJSONTEMPLATE: return runVizJsonTemplateRoute(context, spec);
         case GraphSpec::SOURCE_VIZTEMPLATE:
-            // ViZ JSON and stored ViZ templates need a renderer this host does not have.
+            // Stored ViZ templates need a template library this host does not have.
             report(kWarning, kRouteNotSupported, {sourceKeyword(spec.getSource())});
             return RouteResult::Next;
     }

@@ -144,12 +144,20 @@ void paintScene(cairo_t* cr, Scene const& scene) {
                 break;
             case Primitive::Kind::Polyline:
             case Primitive::Kind::Polygon:
-                for (std::size_t i = 0; i < p.points.size(); ++i)
-                    (i ? cairo_line_to : cairo_move_to)(cr, p.points[i].x, p.points[i].y);
+                for (std::size_t i = 0, ring = 0; i < p.points.size(); ++i) {
+                    bool const starts = i == 0 || (ring < p.ringStarts.size() && p.ringStarts[ring] == i);
+                    if (starts && i > 0) {
+                        cairo_close_path(cr);
+                        ++ring;
+                    }
+                    (starts ? cairo_move_to : cairo_line_to)(cr, p.points[i].x, p.points[i].y);
+                }
                 if (p.kind == Primitive::Kind::Polygon) {
                     cairo_close_path(cr);
                     if (p.fill.a > 0) {
                         setColor(cr, p.fill);
+                        cairo_set_fill_rule(cr, p.ringStarts.empty() ? CAIRO_FILL_RULE_WINDING
+                                                                     : CAIRO_FILL_RULE_EVEN_ODD);
                         cairo_fill_preserve(cr);
                     }
                 }

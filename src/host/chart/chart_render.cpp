@@ -1,4 +1,5 @@
 #include "host/chart/chart_render.h"
+#include "host/maps/map_chart.h"
 
 #include <algorithm>
 #include <cmath>
@@ -1007,6 +1008,8 @@ std::string formatNumber(double value, NumberFormat const& format, double step) 
 
 Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                  TextMeasurer const& measurer) {
+    if (maps::drawsMap(model))
+        return maps::buildMapScene(model, data, measurer);
     Scene scene;
     Spec spec = readSpec(model.program, scene.warnings);
     scene.width = spec.width;

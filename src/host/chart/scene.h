@@ -23,6 +23,9 @@ struct Primitive {
     // Rect: x, y, w, h. Circle: centre x, y and radius w. Text: anchor point x, y.
     double x = 0, y = 0, w = 0, h = 0;
     std::vector<Point> points;  // Polyline, Polygon
+    // Polygon: where each ring after the first begins in `points`; rings are filled even-odd, so
+    // a ring inside another is a hole.
+    std::vector<std::size_t> ringStarts;
     Color fill{0, 0, 0, 0};
     Color stroke{0, 0, 0, 0};
     double strokeWidth = 0;

@@ -46,6 +46,22 @@ std::string points(std::vector<Point> const& pts) {
     return out;
 }
 
+// The rings of a polygon as one path, so that holes stay open under the even-odd rule.
+std::string ringPath(Primitive const& p) {
+    std::string out;
+    out.reserve(p.points.size() * 14);
+    for (std::size_t i = 0, ring = 0; i < p.points.size(); ++i) {
+        bool const starts = i == 0 || (ring < p.ringStarts.size() && p.ringStarts[ring] == i);
+        if (starts && i > 0) {
+            out += "Z";
+            ++ring;
+        }
+        out += fmt::format("{}{:.2f},{:.2f}", starts ? "M" : (i ? " " : ""), p.points[i].x,
+                           p.points[i].y);
+    }
+    return out + "Z";
+}
+
 }  // namespace
 
 std::string writeSvg(Scene const& scene) {
@@ -74,6 +90,11 @@ std::string writeSvg(Scene const& scene) {
                     cls, points(p.points), strokeOf(p));
                 break;
             case Primitive::Kind::Polygon:
+                if (!p.ringStarts.empty()) {
+                    out += fmt::format("<path{} d=\"{}\" fill-rule=\"evenodd\"{}{}/>\n", cls,
+                                       ringPath(p), paint("fill", p.fill), strokeOf(p));
+                    break;
+                }
                 out += fmt::format("<polygon{} points=\"{}\"{}{}/>\n", cls, points(p.points),
                                    paint("fill", p.fill), strokeOf(p));
                 break;

@@ -1,0 +1,144 @@
+// Map charts drawn from GPL: the choropleth's colours and legend, features without data, keys
+// that match nothing, points at longitude and latitude, holes in the SVG.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "host/chart/renderers.h"
+#include "support/scene_rows.h"
+
+namespace {
+
+using test::fill;
+
+// Three squares side by side in Europe, the middle one with a hole.
+constexpr char kSquares[] = R"({"type": "FeatureCollection", "features": [
+  {"type": "Feature", "properties": {"name": "West"},
+   "geometry": {"type": "Polygon", "coordinates": [[[0,45],[2,45],[2,47],[0,47],[0,45]]]}},
+  {"type": "Feature", "properties": {"name": "Middle Land"},
+   "geometry": {"type": "Polygon", "coordinates": [[[3,45],[5,45],[5,47],[3,47],[3,45]],
+                                                    [[3.5,45.5],[4.5,45.5],[4.5,46.5],[3.5,46.5],[3.5,45.5]]]}},
+  {"type": "Feature", "properties": {"name": "East"},
+   "geometry": {"type": "Polygon", "coordinates": [[[6,45],[8,45],[8,47],[6,47],[6,45]]]}}]})";
+
+std::string const kHead =
+    "SOURCE: s=userSource(id(\"graphdataset\"))\n"
+    "DATA: region=col(source(s), name(\"region\"), unit.category())\n"
+    "DATA: v=col(source(s), name(\"v\"))\n";
+
+host::chart::Primitive const* feature(host::chart::Scene const& s, std::string const& name) {
+    for (auto const& p : s.items)
+        if (p.kind == host::chart::Primitive::Kind::Polygon && p.category == name)
+            return &p;
+    return nullptr;
+}
+
+double lightness(host::chart::Color const& c) {
+    return c.r + c.g + c.b;
+}
+
+TEST(MapScene, ChoroplethColoursByValueAndGreysFeaturesWithoutData) {
+    XDocument doc(kHead +
+                      "SOURCE: m=mapSource(vizMap(), key(\"name\"), showAllFeatures())\n"
+                      "ELEMENT: polygon(position(feature(region)), color.interior(v))",
+                  true, true);
+    doc.setVIZMap("squares", kSquares);
+    VarDataProcessor vdp;
+    fill(vdp, "graphdataset", {"region", "v"},
+         {{"west", 10.0}, {"MIDDLE LAND", 30.0}, {"Atlantis", 5.0}});
+    auto s = test::scene(doc, &vdp);
+    auto const* west = feature(s, "West");
+    auto const* middle = feature(s, "Middle Land");
+    auto const* east = feature(s, "East");
+    ASSERT_TRUE(west && middle && east);
+    EXPECT_EQ(west->role, "feature");
+    EXPECT_EQ(west->value, 10);
+    EXPECT_GT(lightness(west->fill), lightness(middle->fill));  // more is darker
+    EXPECT_EQ(east->role, "feature-no-data");
+    EXPECT_EQ(east->fill.hex(), "#D4D4D4");
+    // The hole is a second ring of the middle feature.
+    EXPECT_EQ(middle->ringStarts.size(), 1u);
+    // West lies left of East on the page.
+    EXPECT_LT(west->points[0].x, east->points[0].x);
+    ASSERT_EQ(s.warnings.size(), 1u);
+    EXPECT_EQ(s.warnings[0],
+              "line 5: 1 key of 'region' matches no feature of map 'squares' by 'name': Atlantis");
+    // The legend: a gradient from 10 to 30 with its ticks, and a swatch for no data.
+    EXPECT_FALSE(s.withRole("legend-gradient").empty());
+    std::vector<std::string> labels;
+    for (auto const* p : s.withRole("legend-label")) labels.push_back(p->text);
+    EXPECT_NE(std::find(labels.begin(), labels.end(), "10"), labels.end());
+    EXPECT_NE(std::find(labels.begin(), labels.end(), "30"), labels.end());
+    EXPECT_EQ(labels.back(), "No data");
+
+    std::string const svg = host::chart::writeSvg(s);
+    EXPECT_NE(svg.find("fill-rule=\"evenodd\""), std::string::npos);
+}
+
+TEST(MapScene, WithoutShowAllFeaturesOnlyFeaturesWithDataAreDrawn) {
+    XDocument doc(
+        kHead +
+            "SOURCE: m=mapSource(vizMap(), key(\"name\"))\n"
+            "ELEMENT: polygon(position(feature(region)), color.interior(summary.mean(v)))",
+        true, true);
+    doc.setVIZMap("squares", kSquares);
+    VarDataProcessor vdp;
+    // Cases, not summaries: the map takes the mean of each feature's rows.
+    fill(vdp, "graphdataset", {"region", "v"}, {{"East", 2.0}, {"East", 4.0}, {"West", 9.0}});
+    auto s = test::scene(doc, &vdp);
+    EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
+    ASSERT_TRUE(feature(s, "East"));
+    EXPECT_EQ(feature(s, "East")->value, 3);
+    EXPECT_EQ(feature(s, "West")->value, 9);
+    EXPECT_FALSE(feature(s, "Middle Land"));
+}
+
+TEST(MapScene, CategoriesGetThePaletteAndPointsLieOnTheMap) {
+    XDocument doc(kHead +
+                      "DATA: kind=col(source(s), name(\"kind\"), unit.category())\n"
+                      "DATA: lon=col(source(s), name(\"lon\"))\n"
+                      "DATA: lat=col(source(s), name(\"lat\"))\n"
+                      "SOURCE: m=mapSource(vizMap(), showAllFeatures(\"no\"))\n"
+                      "ELEMENT: polygon(position(feature(region)), color.interior(kind))\n"
+                      "ELEMENT: point(position(lon*lat))\n"
+                      "GUIDE: text.title(label(\"Kinds\"))",
+                  true, true);
+    doc.setVIZMap("squares", kSquares);
+    VarDataProcessor vdp;
+    fill(vdp, "graphdataset", {"region", "v", "kind", "lon", "lat"},
+         {{"West", 1.0, "a", 1.0, 46.0},
+          {"East", 1.0, "b", 7.0, 46.0},
+          {"Middle Land", 1.0, "a", 400.0, 46.0}});
+    auto s = test::scene(doc, &vdp);
+    EXPECT_EQ(feature(s, "West")->fill.hex(), feature(s, "Middle Land")->fill.hex());
+    EXPECT_NE(feature(s, "West")->fill.hex(), feature(s, "East")->fill.hex());
+    EXPECT_EQ(s.withRole("legend-swatch").size(), 2u);
+    auto points = s.withRole("point");
+    ASSERT_EQ(points.size(), 2u);  // the third lies off the globe
+    // The first point is inside the West square.
+    auto const* west = feature(s, "West");
+    double x0 = 1e9, x1 = -1e9;
+    for (auto const& p : west->points) x0 = std::min(x0, p.x), x1 = std::max(x1, p.x);
+    EXPECT_GT(points[0]->x, x0);
+    EXPECT_LT(points[0]->x, x1);
+    EXPECT_EQ(s.withRole("title").size(), 1u);
+    EXPECT_EQ(
+        s.warnings,
+        (std::vector<std::string>{"line 9: 1 point outside longitude and latitude left out"}));
+}
+
+TEST(MapScene, AMapThatCannotBeFoundIsReported) {
+    XDocument doc(kHead +
+                      "SOURCE: m=mapSource(map(\"Atlantis\"))\n"
+                      "ELEMENT: polygon(position(feature(region)), color.interior(v))",
+                  true, true);
+    VarDataProcessor vdp;
+    fill(vdp, "graphdataset", {"region", "v"}, {{"x", 1.0}});
+    auto s = test::scene(doc, &vdp);
+    ASSERT_GE(s.warnings.size(), 1u);
+    EXPECT_EQ(
+        s.warnings[0],
+        "line 4: map 'Atlantis' is neither a shipped map nor a readable file; it is not drawn");
+}
+
+}  // namespace
