@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include <fmt/format.h>
+
 #include "host/chart/chart_render.h"
 
 namespace host::maps {
@@ -16,6 +18,8 @@ constexpr double kMargin = 12;
 constexpr double kTitleSize = 15, kTextSize = 11;
 constexpr double kBarWidth = 14, kBarHeight = 170;
 constexpr int kBarSlices = 64;
+// More categories than this end the legend with "and N more".
+constexpr std::size_t kMaxSwatches = 16;
 
 Color rgb(int r, int g, int b) {
     return {r / 255.0, g / 255.0, b / 255.0, 1};
@@ -112,7 +116,15 @@ void drawLegend(chart::Scene& scene, MapLegend const& legend, double x, double t
         }
         y += kBarHeight + 10;
     }
+    std::size_t shown = 0;
     for (auto const& [name, color] : legend.categories) {
+        if (++shown > kMaxSwatches) {
+            scene.items.push_back(text(
+                "legend-label", fmt::format("and {} more", legend.categories.size() - kMaxSwatches),
+                x, y + kBarWidth * 0.8, kTextSize, -1));
+            y += kBarWidth + 5;
+            break;
+        }
         auto sw = rect("legend-swatch", x, y, kBarWidth, kBarWidth, color);
         sw.category = name;
         scene.items.push_back(sw);

@@ -153,6 +153,16 @@ struct Builder {
     }
 };
 
+// A quantitative field given as text ("06", "1.5") is its number; other texts are missing.
+json asNumber(json const& v) {
+    if (!v.is_string())
+        return v.is_number() ? v : json(nullptr);
+    std::string const s = v.get<std::string>();
+    char* end = nullptr;
+    double d = std::strtod(s.c_str(), &end);
+    return !s.empty() && end == s.c_str() + s.size() && std::isfinite(d) ? json(d) : json(nullptr);
+}
+
 bool categoricalType(Channel const& c) {
     return c.type == "nominal" || c.type == "ordinal" || !c.timeUnit.empty() ||
            (c.type == "temporal");
@@ -189,6 +199,8 @@ Rows shapeRows(Rows const& in, Unit const& u, std::string const& binned) {
             json v = fieldValue(row, c.field);
             if (!c.timeUnit.empty())
                 v = timeUnitValue(v, c.timeUnit);
+            else if (c.type == "quantitative")
+                v = asNumber(v);
             out[columnName(c)] = v;
         }
         cut.push_back(std::move(out));
@@ -323,7 +335,7 @@ void translateGeoUnit(Unit const& u, int index, Builder& b, Translation& t, Rows
             json v = fieldValue(f, color.field);
             if (v.is_null())
                 v = fieldValue(f, "properties." + color.field);
-            row[color.field] = v;
+            row[color.field] = color.type == "quantitative" ? asNumber(v) : v;
         }
         rows.push_back(std::move(row));
     }
@@ -378,13 +390,27 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
     std::string binned;
     if (has("x") && u.enc.at("x").bin)
         binned = "x";
+    // Cells of binned x and y coloured by their counts: the heat map the engine draws.
+    bool const cells = mark == "rect";
+    if (cells) {
+        bool const counted = has("color") && u.enc.at("color").aggregate == "count";
+        bool const numeric = has("x") && has("y") && !categoricalType(u.enc.at("x")) &&
+                             !categoricalType(u.enc.at("y"));
+        if (!counted || !numeric) {
+            t.warnings.push_back(
+                "mark \"rect\" is drawn for binned x and y coloured by their count; other cells "
+                "are not drawn yet, and the layer is left out");
+            return;
+        }
+        binned = "xy";
+    }
     Rows rows = shapeRows(in, u, binned);
     writeRows(*t.rows, source, rows);
     b.sources.push_back(fmt::format("SOURCE: {} = userSource(id({}))", s, gplString(source)));
     std::map<std::string, std::string> var;
     for (auto const& [name, c] : u.enc)
         if (c.used() && (!c.field.empty() || !c.aggregate.empty()) &&
-            !(name == "y" && !binned.empty()))
+            !(name == "y" && binned == "x") && !(name == "color" && cells))
             var[name] = b.variable(s, columnName(c), c.aggregate.empty() && categoricalType(c));
     for (auto const& [name, c] : u.enc)
         if (auto order = timeUnitOrder(c.timeUnit);
@@ -404,6 +430,13 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
         b.coords.push_back("COORD: polar.theta(startAngle(0))");
         position = fmt::format("summary.percent({})", var["theta"]);
         element = "interval.stack";
+    } else if (cells) {
+        // One number of bins serves both axes: the larger maxbins the two give.
+        int const bins = std::max(u.enc.at("x").maxbins, u.enc.at("y").maxbins);
+        position =
+            fmt::format("bin.rect({}*{}, binCount({}))", var["x"], var["y"], bins > 0 ? bins : 10);
+        color = "summary.count()";
+        element = "polygon";
     } else if (!binned.empty()) {
         Channel const& x = u.enc.at("x");
         position = fmt::format("summary.count(bin.rect({}{}))", var["x"],
@@ -425,7 +458,6 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
         bool const stacked = !color.empty() && categoricalType(u.enc.at("color"));
         element = mark == "bar"    ? (stacked ? "interval.stack" : "interval")
                   : mark == "area" ? (stacked ? "area.stack" : "area")
-                  : mark == "rect" ? "polygon"
                                    : mark;
     }
     std::string aesthetics;

@@ -103,6 +103,33 @@ TEST(VegaLite, ArcsAreSlicesOfAPie) {
     EXPECT_EQ(values(s, "slice"), (std::vector<double>{25, 75}));
 }
 
+TEST(VegaLite, RectsAreHeatMapCellsOfBinnedCounts) {
+    auto t = translateText(
+        R"({"data": {"values": [{"a": 1, "b": 1}, {"a": 1.2, "b": 1.1}, {"a": 9, "b": 9}]},
+      "mark": "rect", "encoding": {"x": {"field": "a", "bin": {"maxbins": 2}, "type": "quantitative"},
+                                   "y": {"field": "b", "bin": true, "type": "quantitative"},
+                                   "color": {"aggregate": "count"}}})",
+        ".");
+    EXPECT_TRUE(t.warnings.empty()) << t.warnings[0];
+    auto s = draw(t);
+    std::vector<double> counts;
+    for (auto const& p : s.items)
+        if (p.kind == host::chart::Primitive::Kind::Rect && p.value > 0 &&
+            p.role != "legend-gradient")
+            counts.push_back(p.value);
+    std::sort(counts.begin(), counts.end());
+    EXPECT_EQ(counts, (std::vector<double>{1, 2}));
+    // Cells of two categories coloured by a value are not drawn, and the warning says so.
+    auto named =
+        translateText(R"({"data": {"values": [{"a": "x", "b": "y", "v": 1}]}, "mark": "rect",
+      "encoding": {"x": {"field": "a", "type": "nominal"}, "y": {"field": "b", "type": "nominal"},
+                   "color": {"field": "v", "type": "quantitative"}}})",
+                      ".");
+    ASSERT_EQ(named.warnings.size(), 1u);
+    EXPECT_NE(named.warnings[0].find("not drawn yet"), std::string::npos);
+    EXPECT_TRUE(named.gpl.empty());
+}
+
 TEST(VegaLite, GeoshapeLayersTakeTheGivenGeoJsonAndColourByAProperty) {
     std::string const a = R"({"type": "Feature", "properties": {"name": "A", "pop": 10},
       "geometry": {"type": "Polygon", "coordinates": [[[0,0],[1,0],[1,1],[0,1],[0,0]]]}})";
