@@ -137,22 +137,25 @@ BEGIN GPL
   ELEMENT: line(position(density.normal(salary)), color(color.black))
 END GPL.
 
-* 11. A map: mean revenue of the stores of each state (examples/data/stores.csv, the dataset
-* "stores"), the states joined by name, Alaska and Hawaii as insets.
+* 11. A chart from the template library (templates/): the template's slots are filled from
+* the MAPPING, no GPL needed.
+GGRAPH
+  /GRAPHDATASET NAME="pay" VARIABLES=jobcat gender MEAN(salary)
+  /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME="Clustered Bar"[LOCATION=LOCAL]
+     MAPPING("x"="jobcat" "y"="MEAN_salary" "color"="gender"))
+     LABEL="Mean salary by category and gender (template)".
+
+* 12. A map from a template: mean revenue of the stores of each state (examples/data/stores.csv,
+* the dataset "stores"), joined to the shipped map of the states by name; Alaska and Hawaii as
+* insets.
 GGRAPH
   /GRAPHDATASET NAME="bystate" DATASET="stores" VARIABLES=state MEAN(revenue)
-  /GRAPHSPEC SOURCE=INLINE LABEL="Mean store revenue by state".
-BEGIN GPL
-  SOURCE: s = userSource(id("bystate"))
-  SOURCE: m = mapSource(map("UnitedStates"), key("name"), showAllFeatures())
-  DATA: state = col(source(s), name("state"), unit.category())
-  DATA: revenue = col(source(s), name("MEAN_revenue"))
-  GUIDE: text.title(label("Mean store revenue by state"))
-  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Revenue (thousands)"))
-  ELEMENT: polygon(position(feature(state)), color.interior(revenue))
-END GPL.
+  /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME="Choropleth of Means"[LOCATION=LOCAL]
+     MAPPING("key"="state" "color"="MEAN_revenue"))
+     VIZMAP="UnitedStates"[LOCATION=LOCAL TYPE=DATA MAPKEY="name" SHOWALLFEATURES=YES]
+     LABEL="Mean store revenue by state".
 
-* 12. A world map of mean growth over two years (examples/data/countries.csv, the dataset
+* 13. A world map of mean growth over two years (examples/data/countries.csv, the dataset
 * "countries"); countries without figures are grey.
 GGRAPH
   /GRAPHDATASET NAME="bycountry" DATASET="countries" VARIABLES=country MEAN(growth)
@@ -169,7 +172,7 @@ BEGIN GPL
   PAGE: end()
 END GPL.
 
-* 13. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 14. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

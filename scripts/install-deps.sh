@@ -9,6 +9,7 @@ packages=(
   libpugixml-dev nlohmann-json3-dev libboost-math-dev
   libfast-float-dev libutfcpp-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  default-jdk-headless
 )
 for arg in "$@"; do
   case "$arg" in

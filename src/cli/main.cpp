@@ -7,9 +7,11 @@
 #include <CLI/CLI.hpp>
 
 #include "host/chart/chart_cli.h"
+#include "host/chart/template_library.h"
 #include "host/dictionary/describe.h"
 #include "host/files/file_io.h"
 #include "host/runner/job_runner.h"
+#include "platform/entries.h"
 
 namespace {
 
@@ -73,6 +75,10 @@ int main(int argc, char** argv) {
     runCommand->add_flag("--stop-on-error", run.job.stopOnError,
                          "End the job at the first error instead of going on with the next command");
     runCommand->add_flag("--quiet,-q", run.quiet, "Print no messages on stderr");
+    std::string templates;
+    runCommand->add_option("--templates", templates,
+                           "The folder of chart templates that VIZTEMPLATE finds by name "
+                           "(default: the templates/ folder of this program's sources)");
 
     std::string describeData;
     bool describeJson = false;
@@ -106,6 +112,7 @@ int main(int argc, char** argv) {
 
     if (runCommand->parsed()) {
         run.job.context = context;
+        if (!templates.empty()) host::chart::setTemplateFolder(templates);
         run.chartFormats = splitFormats(formats);
         int status = host::runner::runJobFile(run);
         if (status != host::runner::kExitCannotRun && !run.quiet) {
@@ -118,7 +125,7 @@ int main(int argc, char** argv) {
     if (gpl2xml->parsed()) {
         std::string gpl;
         if (!readInput(gplFile, gpl)) return host::runner::kExitCannotRun;
-        return finish(host::chart::gplToXml(gpl));
+        return finish(host::chart::gplToXml(gpl, convertGPLToChartXML(gpl)));
     }
     if (render->parsed()) {
         std::string xml, rows;

@@ -150,7 +150,9 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
             if (!transposed) {
                 vdp->DeleteRow(name, row);
             } else {
-                // Every row of the case, last first, so that the store's row count shrinks back.
+                // A dropped case takes all its rows with it, not only the one of the variable
+                // that dropped it: half a case would stack a part of its values with no sign
+                // that the rest is missing. Last first, so that the row count shrinks back.
                 for (unsigned int k = rowsPerCase; k-- > 0;)
                     vdp->DeleteRow(name, rowsPerCase * row + k);
             }
@@ -174,7 +176,9 @@ unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
                 }
                 continue;
             }
-            // The weight, appended after $CASENUM, would land on the next case's first row.
+            // A transposed data set keeps the weight out of its rows: stacked beside the values
+            // it would read as one more of them, and written at its own position it would land
+            // on the next case's first row.
             if (transposed && position >= rowsPerCase)
                 continue;
             unsigned int const transposedRow = rowsPerCase * row + position;

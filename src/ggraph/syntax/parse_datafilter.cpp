@@ -104,10 +104,9 @@ bool GGraphParser::GGraphParserData::parseDataFilterVariables(SubComObj const* s
 
 bool GGraphParser::GGraphParserData::HandleVariableValue(SubComObj const* sub, int& cursor, int end,
                                                          GGraphVariableFilter* filter) {
-    if (cursor >= end) {
-        (void)IncompleteSubcommand(kName);
-        return false;
-    }
+    // A list that ends the subcommand is reported, and the level check below still runs; the
+    // filter, having no closing parenthesis, is never added to the data set.
+    if (cursor >= end) (void)IncompleteSubcommand(kName);
     while (cursor < end) {
         TokenInfoObj const* value = sub->getTokenObj(cursor);
         std::string const text = value->getString();

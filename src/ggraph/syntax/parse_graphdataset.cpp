@@ -180,7 +180,7 @@ bool GGraphParser::GGraphParserData::parseTransform(SubComObj const* sub, int& c
         }
         int which = -1;
         for (int k = 0; k < 4; ++k) {
-            if (!token->IsLiteral() && isKeyword(token, kNames[k])) which = k;
+            if (isKeyword(token, kNames[k])) which = k;  // by its text: "SUMMARY" matches too
         }
         if (which < 0) return UnknownKeyword(kName, token->getString());
         if (seen[which]) return DuplicateAttribute(kName, token->getString());

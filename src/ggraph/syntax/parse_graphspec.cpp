@@ -79,7 +79,7 @@ Step readLocationBracket(GGraphParser::GGraphParserData& p, SubComObj const* sub
                          int end, XViZTemplate::LOCATION& location, std::string& text) {
     ++cursor;
     while (cursor < end && !isKeyword(sub->getTokenObj(cursor), "LOCATION")) ++cursor;
-    if (cursor >= end) return Step::Incomplete;
+    if (cursor + 1 >= end) return Step::Incomplete;
     if (!p.IsThisNextOperator(cursor, end, sub, kEquals)) {
         (void)p.MissingTrailingEqual(kName, "LOCATION");
         return Step::Fail;
@@ -150,6 +150,7 @@ Step readMap(GGraphParser::GGraphParserData& p, SubComObj const* sub, int& curso
             (void)p.DuplicateAttribute(kName, word);
             return Step::Fail;
         }
+        if (cursor + 1 >= end) return Step::Incomplete;
         if (!p.IsThisNextOperator(cursor, end, sub, kEquals)) {
             (void)p.MissingTrailingEqual(kName, word);
             return Step::Fail;
@@ -274,8 +275,10 @@ bool GGraphParser::GGraphParserData::HandleSpecSubCmd(SubComObj const* sub, int 
                 if (form == nullptr) return UnknownKeyword(kName, token->getString());
                 ++cursor;
                 if (cursor >= end) {
-                    (void)IncompleteSubcommand(kName);
-                    return false;
+                    // The word ends the subcommand: nothing is set and the walk ends here, as
+                    // it would behind a file form without its parenthesis.
+                    state = kKeyword;
+                    break;
                 }
                 if (!isOperator(sub->getTokenObj(cursor), kLeftParen)) {
                     // Without a parenthesis the token behind the word is passed over, silently.
@@ -340,8 +343,13 @@ bool GGraphParser::GGraphParserData::HandleSpecSubCmd(SubComObj const* sub, int 
                 if (!token->IsLiteral()) return UnknownKeyword(kName, token->getString());
                 spec->SetVIZStyleSheet(token->getString());
                 ++cursor;
-                if (cursor >= end || !isOperator(sub->getTokenObj(cursor), kLeftBracket))
-                    return UnknownKeyword(kName, textOf(tokenAt(sub, cursor, end)));
+                if (cursor >= end) {
+                    // Running out inside a style sheet or map is always the same report.
+                    (void)IncompleteSubcommand(kName);
+                    return false;
+                }
+                if (!isOperator(sub->getTokenObj(cursor), kLeftBracket))
+                    return UnknownKeyword(kName, sub->getTokenObj(cursor)->getString());
                 XViZTemplate::LOCATION location = XViZTemplate::LOCATION_LOCAL;
                 std::string text;
                 Step step = readLocationBracket(*this, sub, cursor, end, location, text);

@@ -344,10 +344,10 @@ bool GGraphStatistic::CalculateErrorBarIntervals(double value, AggregationResult
         }
     }
     // An infinite end becomes the lowest double, so that it drops out of the chart; the high end
-    // too, on purpose. NaN (0 times infinity) is treated the same: it has no place on a chart.
+    // too, on purpose. Only the two infinities and the two largest numbers count: a NaN end is
+    // written as it is, and the chart leaves it out without the warning.
     auto dropInfinite = [this](double& end) {
-        if (std::isnan(end) || std::fabs(end) == KWEL_Globals::infinity() ||
-            std::fabs(end) == DBL_MAX) {
+        if (std::fabs(end) == KWEL_Globals::infinity() || std::fabs(end) == DBL_MAX) {
             end = -DBL_MAX;
             d->errorBarInfinite = true;
         }

@@ -150,11 +150,12 @@ std::string lookUp(FacSTDictionary* dictionary, std::string const& key) {
     return dictionary ? dictionary->LookUp(key) : key;
 }
 
-// The summary variable's label, or its name when it has none.
+// The summary variable's label, or its name when it has none. A label that is present but empty
+// is the label: the user blanked it on purpose.
 std::string displayText(GGraphStatistic::GGraphStatisticData const& d) {
     if (d.summaryVariable) {
         char const* label = d.summaryVariable->GetLabel();
-        if (label && *label)
+        if (label)
             return label;
     }
     return d.summaryVariableName;

@@ -11,19 +11,16 @@
 
 namespace host::chart {
 
-CliResult gplToXml(std::string const& gpl) {
+CliResult gplToXml(std::string const& gpl, std::string const& xml) {
     CliResult r;
+    // The document again, for what the conversion does not tell: why it failed, or its warnings.
     XDocument doc(gpl, true, true);
-    if (!doc.implementationExists()) {
+    if (xml.empty() || !doc.implementationExists()) {
         r.exitCode = 1;
-        r.error = doc.errorText() + "\n";
+        r.error = (doc.errorText().empty() ? "the GPL text makes no chart" : doc.errorText()) + "\n";
         return r;
     }
-    // The same description as the conversion entry gives.
-    ChartString label;
-    label.assignUTF8("ggraph");
-    doc.SetDescription(label.xc_str());
-    r.output = doc.getChartXML();
+    r.output = xml;
     for (auto const& d : doc.model().program.diagnostics)
         r.error += "GPL warning at line " + std::to_string(d.line) + ": " + d.text + "\n";
     return r;

@@ -11,8 +11,9 @@ struct CliResult {
     std::string error;   // for stderr
 };
 
-// GPL text to chart XML.
-CliResult gplToXml(std::string const& gpl);
+// GPL text to chart XML: `xml` is what the command library's conversion made of it (empty when
+// it made no chart); the result adds the GPL's warnings, or the reason there is no chart.
+CliResult gplToXml(std::string const& gpl, std::string const& xml);
 
 // Chart XML (and optional rows as JSON: {"source": {"columns": [...], "rows": [[...], ...]}})
 // to files in `outDir`/charts; formats from "svg,png,pdf".

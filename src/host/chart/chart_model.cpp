@@ -231,6 +231,31 @@ std::string stringArg(gpl::Node const* call) {
     return out;
 }
 
+// Published jobs use a column of their one data source without a DATA statement for it. With a
+// single userSource the meaning is plain: declare the name from the column of that name. Whether
+// the rows have such a column is known only when they arrive; a missing one is reported then.
+bool declareFromOnlySource(ChartModel& model, gpl::Node const& use) {
+    SourceRecord const* only = nullptr;
+    for (auto const& s : model.sources) {
+        if (s.kind != "userSource" || only)
+            return false;
+        only = &s;
+    }
+    if (!only)
+        return false;
+    ChartVariableRecord v;
+    v.name = use.name;
+    v.column = use.name;
+    v.source = only->name;
+    model.variables.push_back(std::move(v));
+    model.program.diagnostics.push_back(
+        {gpl::Diagnostic::Level::Warning, use.line, use.column,
+         fmt::format("variable '{}' is used but never declared; it is read from the column '{}' "
+                     "of source '{}'",
+                     use.name, use.name, only->name)});
+    return true;
+}
+
 }  // namespace
 
 std::vector<gpl::Diagnostic> checkFunctions(gpl::Program const& program) {
@@ -323,10 +348,16 @@ void buildFromGpl(ChartModel& model, std::string const& gpl) {
             continue;
         std::vector<gpl::Node const*> names;
         for (auto const& a : st.body.args) collectNames(a, names);
-        for (auto const* n : names)
-            if (!declared.count(n->name))
-                fail(n->line, n->column,
-                     fmt::format("variable '{}' is used but never declared", n->name));
+        for (auto const* n : names) {
+            if (declared.count(n->name))
+                continue;
+            if (declareFromOnlySource(model, *n)) {
+                declared.insert(n->name);
+                continue;
+            }
+            fail(n->line, n->column,
+                 fmt::format("variable '{}' is used but never declared", n->name));
+        }
     }
     model.ok = !model.program.hasErrors();
     model.error = model.ok ? std::string() : model.program.describe();

@@ -23,6 +23,8 @@ enum class Msg {
     StringClosedAtParen,
     MissingClose,
     SurplusClose,
+    SurplusCloseInside,
+    JoinedName,
     TooDeep,
     EmptyStatement,
     EmptyProgram,
@@ -51,6 +53,10 @@ constexpr MsgDef kMessages[] = {
      "string not closed at the end of the line; closed at the next ')'"},
     {Msg::MissingClose, Diagnostic::Level::Warning, "missing ')' for {} added at the end"},
     {Msg::SurplusClose, Diagnostic::Level::Warning, "surplus ')' ignored"},
+    {Msg::SurplusCloseInside, Diagnostic::Level::Warning,
+     "surplus ')' ignored: what follows it is read as further arguments of '{}'"},
+    {Msg::JoinedName, Diagnostic::Level::Warning,
+     "the name '{}' goes on at the next line as '{}'; read as one name '{}'"},
     {Msg::TooDeep, Diagnostic::Level::Error, "parentheses nested too deeply (more than {})"},
     {Msg::EmptyStatement, Diagnostic::Level::Error, "{} statement has no body"},
     {Msg::EmptyProgram, Diagnostic::Level::Error, "the GPL text is empty"},
@@ -325,8 +331,7 @@ public:
                        describeToken(cur()));
                 return false;
             }
-            st.target = cur().text;
-            ++p_;
+            st.target = joinedName().text;
             if (cur().kind != Tok::Equals) {
                 report(diags_, Msg::ExpectedEquals, cur().line, cur().column, st.target);
                 return false;
@@ -337,6 +342,17 @@ public:
         if (!body)
             return false;
         st.body = std::move(*body);
+        // `interval(position(a*b))), color(c))`: a `)` too many closed the call early, and
+        // the arguments that follow still belong to it.
+        if (cur().kind == Tok::Comma && st.body.kind == Node::Kind::Call && p_ > 0 &&
+            t_[p_ - 1].kind == Tok::RParen) {
+            Token const& surplus = t_[p_ - 1];
+            report(diags_, Msg::SurplusCloseInside, surplus.line, surplus.column, st.body.name);
+            ++p_;
+            Token open = surplus;
+            if (!arguments(st.body.args, 1, "'" + st.body.name + "'", open))
+                return false;
+        }
         while (cur().kind == Tok::RParen) {
             report(diags_, Msg::SurplusClose, cur().line, cur().column);
             ++p_;
@@ -350,6 +366,24 @@ public:
 
 private:
     Token const& cur() const { return t_[p_]; }
+
+    // Takes the name at the cursor. A name that ends its line and is followed on the next line
+    // by another bare name is one name broken by the editor (`Monthlyhouseholdexpen` /
+    // `    ditureperperson`): two names side by side are never valid GPL otherwise.
+    Token joinedName() {
+        Token name = cur();
+        ++p_;
+        int lastLine = name.line;
+        while (cur().kind == Tok::Name && cur().line == lastLine + 1) {
+            Token const& rest = cur();
+            std::string whole = name.text + rest.text;
+            report(diags_, Msg::JoinedName, rest.line, rest.column, name.text, rest.text, whole);
+            name.text = std::move(whole);
+            lastLine = rest.line;
+            ++p_;
+        }
+        return name;
+    }
     Token const& ahead(std::size_t k) const { return p_ + k < t_.size() ? t_[p_ + k] : t_.back(); }
 
     static Node make(Node::Kind kind, Token const& at) {
@@ -441,8 +475,7 @@ private:
                 return n;
             }
             case Tok::Name: {
-                Token name = t;
-                ++p_;
+                Token name = joinedName();
                 // A constant with a string: color."FF8800".
                 if (name.text.size() > 1 && name.text.back() == '.' && cur().kind == Tok::String) {
                     Node n = make(Node::Kind::Constant, name);

@@ -28,8 +28,9 @@ struct Inset {
     XY from, to;  // the inset's own centre and where it is placed
 };
 
-// Alaska and Hawaii below the south-west, Puerto Rico beyond Florida; placed so that no inset
-// meets the lower 48 states (their projected extent is about x -0.35..0.35, y -0.21..0.25).
+// Alaska and Hawaii below the south-west, Puerto Rico and the Virgin Islands beyond Florida; placed
+// so that no inset meets the lower 48 states (their projected extent is about x -0.35..0.35, y
+// -0.21..0.25).
 Inset const kLower48{{-96, 37.5, 29.5, 45.5}, 1, {0, 0}, {0, 0}};
 Inset const kAlaska{{-154, 50, 55, 65}, 0.35, {-0.05, 0.225}, {-0.25, -0.21}};
 Inset const kHawaii{{-157, 20, 8, 18}, 1, {-0.008, 0.015}, {-0.11, -0.235}};
@@ -70,8 +71,8 @@ std::optional<XY> albersUsa(LonLat p) {
         return place(p, kAlaska);
     if (lat > 18 && lat < 23 && lon > -161 && lon < -154)
         return place(p, kHawaii);
-    if (lat > 17.5 && lat < 18.7 && lon > -68 && lon < -65)
-        return place(p, kPuertoRico);
+    if (lat > 17.5 && lat < 18.8 && lon > -68 && lon < -64.4)
+        return place(p, kPuertoRico);  // with the Virgin Islands
     if (lat > 24 && lat < 50 && lon > -125.5 && lon < -66)
         return place(p, kLower48);
     return std::nullopt;

@@ -26,7 +26,8 @@ XY albers(LonLat p, AlbersParameters const& a);
 XY equalEarth(LonLat p);
 
 // The United States: the states below Canada in an Albers projection, with Alaska (at 0.35 of its
-// size), Hawaii and Puerto Rico as insets below the south-west and the south-east. Places outside
+// size), Hawaii, and Puerto Rico with the Virgin Islands as insets below the south-west and the
+// south-east. Places outside
 // these regions have no position.
 std::optional<XY> albersUsa(LonLat p);
 

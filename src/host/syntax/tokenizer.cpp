@@ -118,6 +118,12 @@ private:
         return c >= '0' && c <= '9';
     }
 
+    bool isNameStartAt(std::size_t offset) const {
+        char c = byteAt(offset);
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$' ||
+               c == '#' || c == '@' || static_cast<unsigned char>(c) >= 0x80;
+    }
+
     void step() {
         Utf8Char c = peek();
         if (isBlank(c.code) && c.valid) {
@@ -280,6 +286,11 @@ private:
         if (byteAt(0) == '.' && digitAt(1)) {
             take();
             while (digitAt(0)) take();
+        } else if (byteAt(0) == '.' && parenDepth_ > 0 && pos_ != terminatorPos_ &&
+                   !isNameStartAt(1)) {
+            // `MEANCI(x, 95.)`: inside parentheses a trailing period belongs to the number;
+            // outside them it may end the command, as in `x 5.`.
+            take();
         }
         if (byteAt(0) == 'e' || byteAt(0) == 'E') {
             std::size_t sign = (byteAt(1) == '+' || byteAt(1) == '-') ? 1 : 0;
@@ -347,6 +358,10 @@ private:
                 continue;
             Mark at = mark();
             for (std::size_t i = 0; i < e.text.size(); ++i) take();
+            if (e.code == TokenSequenceBase::OP_LEFT_PAREN)
+                ++parenDepth_;
+            else if (e.code == TokenSequenceBase::OP_RIGHT_PAREN && parenDepth_ > 0)
+                --parenDepth_;
             add(TokenInfoObj::KIND_OPERATOR, std::string(e.text), at, 0.0, e.code);
             return true;
         }
@@ -359,6 +374,7 @@ private:
     int col_;
     std::size_t terminatorPos_;
     std::size_t suppressed_ = 0;
+    int parenDepth_ = 0;
     TokenizeResult result_;
 };
 

@@ -213,6 +213,15 @@ TEST_F(GraphDataSetSubcommand, TransformForms) {
     EXPECT_EQ(index.toUTF8(), "i");
     EXPECT_EQ(low.toUTF8(), "#LOW");
 
+    // The keywords of the list match by their text, quoted or not.
+    auto quoted = parseDataSet(
+        "NAME=\"g\" VARIABLES=MEAN(salary) TRANSFORM=VARSTOCASES(\"SUMMARY\"=\"s\" 'low'=\"l\")");
+    ASSERT_TRUE(quoted->parsed) << quoted->onlyMessage().text;
+    ASSERT_TRUE(onlyDataSet(*quoted)->getTransposedNames(summary, index, low, high));
+    EXPECT_EQ(summary.toUTF8(), "s");
+    EXPECT_EQ(low.toUTF8(), "l");
+    EXPECT_EQ(index.toUTF8(), "#INDEX");
+
     auto bare = parseDataSet("NAME=\"g\" VARIABLES=MEAN(salary) TRANSFORM=VARSTOCASES");
     ASSERT_TRUE(bare->parsed);
     ASSERT_TRUE(onlyDataSet(*bare)->getTransposedNames(summary, index, low, high));
@@ -280,6 +289,23 @@ TEST_F(GraphDataSetSubcommand, DataFilterLists) {
         EXPECT_FALSE(bad->parsed) << c.filter;
         EXPECT_EQ(bad->onlyMessage().text, c.text) << c.filter;
     }
+    // A VALUES list that ends the subcommand is reported; the level check still runs, and the
+    // unclosed filter is left out of a data set that is otherwise complete. (Inside the open
+    // parenthesis a slash does not end the subcommand: only the end of the command does.)
+    auto lastSubcommand = [](std::string const& subcommand) {
+        return test::parse("GGRAPH /GRAPHSPEC SOURCE=INLINE /GRAPHDATASET " + subcommand + "." + kBlock);
+    };
+    auto open = lastSubcommand("NAME=\"g\" VARIABLES=jobcat COUNT() DATAFILTER=jobcat(VALUES=");
+    EXPECT_TRUE(open->parsed);
+    EXPECT_EQ(open->onlyMessage().text, "Incomplete subCmd GRAPHDATASET.");
+    EXPECT_TRUE(onlyDataSet(*open)->GetVariableFilters().empty());
+    auto openScale = lastSubcommand("NAME=\"g\" VARIABLES=jobcat COUNT() DATAFILTER=salary(VALUES=");
+    EXPECT_FALSE(openScale->parsed);
+    ASSERT_EQ(openScale->messages().size(), 2u);
+    EXPECT_EQ(openScale->messages()[1].text,
+              "Variable salary specified for keyword DATAFILTER of subcommand GRAPHDATASET must be "
+              "categorical (nominal or ordinal).");
+
     // As the end of the subcommand the last filter is added without the uniqueness test.
     auto last = parseDataSet("NAME=\"g\" VARIABLES=jobcat COUNT() DATAFILTER=jobcat(VALUES=1) jobcat(VALUES=2)");
     EXPECT_TRUE(last->parsed);

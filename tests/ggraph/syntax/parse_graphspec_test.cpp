@@ -49,6 +49,17 @@ TEST(GraphSpecSubcommand, FileFormWithoutParenthesisSwallowsTheNameAndStaysInlin
     EXPECT_FALSE(run->spec(0).GetGPLSpecification().empty());  // read as an inline block
 }
 
+TEST(GraphSpecSubcommand, FileFormEndingTheSubcommandLeavesTheSpecificationInline) {
+    for (char const* command : {"GGRAPH /GRAPHSPEC SOURCE=GPLFILE.",
+                                "GGRAPH /GRAPHSPEC SOURCE=GPLFILE /FITLINE TOTAL=YES."}) {
+        auto run = test::parse(withBlock(command));
+        ASSERT_TRUE(run->parsed) << command;
+        EXPECT_TRUE(run->messages().empty()) << command;
+        EXPECT_EQ(run->spec(0).getSource(), GraphSpec::SOURCE_INLINE);
+        EXPECT_FALSE(run->spec(0).GetGPLSpecification().empty()) << command;
+    }
+}
+
 TEST(GraphSpecSubcommand, UnclosedFileFormReportsUnbalancedParentheses) {
     auto run = test::parse("GGRAPH /GRAPHSPEC SOURCE=GPLFILE(\"a.gpl\" EDITABLE=NO.\n");
     EXPECT_FALSE(run->parsed);
@@ -89,9 +100,17 @@ TEST(GraphSpecSubcommand, StyleSheetNeedsItsBracket) {
     EXPECT_EQ(run->spec(0).GetVIZStyleSheet(), "s");
     EXPECT_EQ(run->spec(0).getViZStyleSheetOrig(), "s");
 
-    auto bare = test::parse(withBlock("GGRAPH /GRAPHSPEC VIZSTYLESHEET=\"s\"."));
-    EXPECT_FALSE(bare->parsed);
-    EXPECT_EQ(bare->onlyMessage().text, "SubCmd GRAPHSPEC. Unknown token  .");
+    auto noBracket = test::parse(withBlock("GGRAPH /GRAPHSPEC VIZSTYLESHEET=\"s\" LABEL=\"x\"."));
+    EXPECT_FALSE(noBracket->parsed);
+    EXPECT_EQ(noBracket->onlyMessage().text, "SubCmd GRAPHSPEC. Unknown token LABEL.");
+    // Running out of tokens anywhere in a style sheet or a map is one report.
+    for (char const* open : {"VIZSTYLESHEET=\"s\"", "VIZSTYLESHEET=\"s\"[LOCATION",
+                             "VIZSTYLESHEET=\"s\"[LOCATION=LOCAL", "VIZMAP=\"m\"",
+                             "VIZMAP=\"m\"[TYPE", "VIZMAP=\"m\"[TYPE=", "VIZMAP=\"m\"[TYPE=DATA"}) {
+        auto bare = test::parse(withBlock(std::string("GGRAPH /GRAPHSPEC ") + open + "."));
+        EXPECT_FALSE(bare->parsed) << open;
+        EXPECT_EQ(bare->onlyMessage().text, "Incomplete subCmd GRAPHSPEC.") << open;
+    }
 }
 
 TEST(GraphSpecSubcommand, MapsTakeTheLocationKnownWhenTheirTypeIsRead) {

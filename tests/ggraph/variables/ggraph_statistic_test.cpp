@@ -1,6 +1,7 @@
 #include "ggraph/variables/ggraph_statistic.h"
 
 #include <cfloat>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <string>
@@ -357,6 +358,14 @@ TEST(GGraphStatisticTest, InfiniteEndsDropOut) {
     GGraphStatistic finite("countci", nullptr);
     EXPECT_TRUE(finite.CalculateErrorBarIntervals(3, AggregationResult(3), 10, low, high));
     EXPECT_FALSE(finite.isErrorBarInfinite());
+
+    // One case with no spread: 0 times an infinite t is NaN, which is written as it is and
+    // raises no warning.
+    GGraphStatistic flat("meanci", nullptr);
+    EXPECT_TRUE(flat.CalculateErrorBarIntervals(10, AggregationResult(0), 1, low, high));
+    EXPECT_TRUE(std::isnan(low));
+    EXPECT_TRUE(std::isnan(high));
+    EXPECT_FALSE(flat.isErrorBarInfinite());
 }
 
 TEST(GGraphStatisticTest, FormatsDecideDurationsAndFractionDigits) {

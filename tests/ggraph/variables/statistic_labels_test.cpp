@@ -92,6 +92,16 @@ TEST_F(StatisticLabelsTest, PercentInRangeOverALabelledVariable) {
     EXPECT_EQ(pin.GetUnicodeGPLLabel().toUTF8(), "PIN_rating_1_5");
 }
 
+TEST_F(StatisticLabelsTest, AnEmptyLabelIsALabel) {
+    // Present but empty: used as it is, not replaced by the name.
+    test::SmallDictionary blanked;
+    blanked.variable("score", 0, FMT_F, 0, "");
+    GGraphStatistic mean("mean", &table);
+    mean.SetMainParameter("score", 0);
+    ASSERT_TRUE(mean.ResolveVariableParameter(blanked.source()));
+    EXPECT_EQ(mean.GetSummaryVariableLabel(), "Mean ");
+}
+
 TEST_F(StatisticLabelsTest, GplNamesAreDerivedOnceUnlessGiven) {
     EXPECT_EQ(make("mean", "salary")->GetUnicodeGPLLabel().toUTF8(), "MEAN_Salary");
     EXPECT_EQ(make("responses")->GetUnicodeGPLLabel().toUTF8(), "RESPONSES_NODUP");

@@ -10,6 +10,7 @@
 #include "host/chart/chart_send.h"
 #include "host/output/document.h"
 #include "platform/chart.h"
+#include "platform/entries.h"
 #include "platform/var_data_processor.h"
 
 namespace {
@@ -163,10 +164,14 @@ TEST(ChartDocument, ChartXmlCarriesTheModelAndRoundTrips) {
         EXPECT_FALSE(none.implementationExists()) << bad;
         EXPECT_FALSE(none.errorText().empty());
     }
-    EXPECT_EQ(host::chart::gplToXml("ELEMENT: (").exitCode, 1);
-    auto converted = host::chart::gplToXml(kBar);
+    // The conversion of the chart builder and of `ggraph gpl2xml`.
+    EXPECT_EQ(convertGPLToChartXML("ELEMENT: ("), "");
+    EXPECT_EQ(host::chart::gplToXml("ELEMENT: (", "").exitCode, 1);
+    std::string const convertedXml = convertGPLToChartXML(kBar);
+    EXPECT_NE(convertedXml.find("description=\"ggraph\""), std::string::npos);
+    auto converted = host::chart::gplToXml(kBar, convertedXml);
     EXPECT_EQ(converted.exitCode, 0);
-    EXPECT_NE(converted.output.find("description=\"ggraph\""), std::string::npos);
+    EXPECT_EQ(converted.output, convertedXml);
 }
 
 TEST(ChartDocument, SendPutsTheChartAndItsFilesIntoTheOutput) {

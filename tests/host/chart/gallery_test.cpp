@@ -6,6 +6,7 @@
 
 #include "host/chart/chart_cli.h"
 #include "platform/chart.h"
+#include "platform/entries.h"
 
 namespace fs = std::filesystem;
 
@@ -31,7 +32,8 @@ TEST(ChartGallery, EveryFormRendersFromGplThroughXml) {
         if (entry.path().extension() != ".gpl")
             continue;
         ++count;
-        auto xml = host::chart::gplToXml(slurp(entry.path()));
+        std::string const gpl = slurp(entry.path());
+        auto xml = host::chart::gplToXml(gpl, convertGPLToChartXML(gpl));
         ASSERT_EQ(xml.exitCode, 0) << entry.path() << xml.error;
         fs::path inl = entry.path();
         inl.replace_extension(".inline");

@@ -52,6 +52,11 @@ TEST(Tokenizer, PeriodsEndCommandsNotWords) {
     EXPECT_EQ(shape("SOURCE=INLINE\n.\n"), "W:SOURCE O:= W:INLINE");  // period alone on a line
     EXPECT_EQ(shape("a.b. c"), "W:a.b O:. W:c");                      // mid-text: an operator
     EXPECT_EQ(shape("x 5."), "W:x N:5");
+    // Inside parentheses a trailing period is part of the number, not an operator.
+    EXPECT_EQ(shape("MEANCI(x, 95.)[name=\"M\"]."), "W:MEANCI O:( W:x O:, N:95. O:) O:[ W:name O:= L:M O:]");
+    EXPECT_DOUBLE_EQ(tokenize("f(95.)").tokens[2].getNumeric(), 95.0);
+    EXPECT_EQ(shape("f(1.) 2."), "W:f O:( N:1. O:) N:2");
+    EXPECT_EQ(shape("f(1.a)"), "W:f O:( N:1 O:. W:a O:)");
     EXPECT_EQ(shape("'ends with.'"), "L:ends with.");
 }
 
