@@ -6,7 +6,7 @@
 #include <string>
 
 #include "host/chart/chart_render.h"
-#include "host/chart/renderers.h"
+#include "host/chart/render/renderers.h"
 #include "platform/chart.h"
 #include "platform/var_data_processor.h"
 

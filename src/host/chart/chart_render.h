@@ -1,10 +1,12 @@
 #pragma once
-// From the chart model and its rows to a scene: bind the element's algebra to columns,
-// compute statistics per group, train scales, lay out panels, axes, legend and titles.
+// From the chart model and its rows to a scene, through the stages of the engine: the spec of
+// the statements, frames and layers with their statistics, positions, scales, layout and
+// geometry.
 
 #include "host/chart/chart_model.h"
-#include "host/chart/scene.h"
-#include "host/chart/text_metrics.h"
+#include "host/chart/layout/text_metrics.h"
+#include "host/chart/scales/ticks.h"
+#include "host/chart/scene/scene.h"
 
 class VarDataProcessor;
 
@@ -12,12 +14,5 @@ namespace host::chart {
 
 Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                  TextMeasurer const& measurer);
-
-// Round tick values for a continuous range: about `target` ticks with steps of 1, 2, 2.5 or 5
-// times a power of ten, covering [lo, hi].
-std::vector<double> niceTicks(double lo, double hi, int target = 6);
-
-// A number in a chart variable's format: prefix, grouping, decimals, suffix.
-std::string formatNumber(double value, NumberFormat const& format, double step = 0);
 
 }  // namespace host::chart

@@ -10,7 +10,7 @@
 
 #include "host/chart/chart_render.h"
 #include "host/chart/chart_xml.h"
-#include "host/chart/renderers.h"
+#include "host/chart/render/renderers.h"
 #include "host/files/base64.h"
 #include "host/output/document.h"
 #include "platform/var_data_processor.h"
@@ -138,7 +138,7 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
     Scene scene = renderModel(model);
     // A chart of very many marks goes into the report as a picture: as SVG it would make the
     // report too large to open.
-    bool const asPicture = scene.items.size() > kInlineSvgLimit;
+    bool const asPicture = scene.markCount() > kInlineSvgLimit;
     auto const& options = state().options;
     bool const svgFile = !options.folder.empty() && options.svg;
     std::string const svg = !asPicture || svgFile ? writeSvg(scene) : std::string();

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/chart/chart_model.h"
-#include "host/chart/scene.h"
+#include "host/chart/scene/scene.h"
 
 namespace host::chart {
 

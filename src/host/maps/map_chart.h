@@ -13,8 +13,8 @@
 // (file("my.geojson")).
 
 #include "host/chart/chart_model.h"
-#include "host/chart/scene.h"
-#include "host/chart/text_metrics.h"
+#include "host/chart/layout/text_metrics.h"
+#include "host/chart/scene/scene.h"
 
 class VarDataProcessor;
 

@@ -7,12 +7,14 @@
 #include <fmt/format.h>
 
 #include "host/chart/chart_render.h"
+#include "host/chart/scales/ticks.h"
 
 namespace host::maps {
 namespace {
 
 using chart::Color;
-using chart::Primitive;
+using chart::MarkKind;
+using chart::Role;
 
 constexpr double kMargin = 12;
 constexpr double kTitleSize = 15, kTextSize = 11;
@@ -25,28 +27,35 @@ Color rgb(int r, int g, int b) {
     return {r / 255.0, g / 255.0, b / 255.0, 1};
 }
 
-Primitive text(std::string const& role, std::string const& s, double x, double y, double size,
-               int anchor, bool bold = false) {
-    Primitive p;
-    p.kind = Primitive::Kind::Text;
-    p.role = role;
-    p.text = s;
-    p.x = x;
-    p.y = y;
-    p.fontSize = size;
-    p.anchor = anchor;
-    p.bold = bold;
-    p.fill = rgb(0x22, 0x22, 0x22);
-    return p;
+chart::Style textStyle(double size, int anchor, bool bold) {
+    chart::Style st;
+    st.fill = rgb(0x22, 0x22, 0x22);
+    st.fontSize = size;
+    st.anchor = anchor;
+    st.bold = bold;
+    return st;
 }
 
-Primitive rect(std::string const& role, double x, double y, double w, double h, Color fill) {
-    Primitive p;
-    p.kind = Primitive::Kind::Rect;
-    p.role = role;
-    p.x = x, p.y = y, p.w = w, p.h = h;
-    p.fill = fill;
-    return p;
+void text(chart::Scene& scene, Role role, std::string const& s, double x, double y, double size,
+          int anchor, bool bold = false, double value = 0) {
+    auto& b = scene.batch(MarkKind::Text, role, textStyle(size, anchor, bold));
+    b.addText(x, y, s);
+    if (value != 0)
+        b.setMeaning(-1, -1, value);
+}
+
+void rect(chart::Scene& scene, Role role, double x, double y, double w, double h, Color fill,
+          std::string const& category = {}, double value = 0) {
+    auto& b = scene.batch(MarkKind::Rect, role, chart::Style{});
+    b.addRect(x, y, w, h);
+    b.setFill(fill);
+    b.setMeaning(scene.key(category), -1, value);
+}
+
+Role shapeRole(std::string const& role) {
+    return role == "reference"         ? Role::MapReference
+           : role == "feature-no-data" ? Role::FeatureNoData
+                                       : Role::Feature;
 }
 
 struct Bounds {
@@ -80,8 +89,7 @@ void drawLegend(chart::Scene& scene, MapLegend const& legend, double x, double t
                 chart::TextMeasurer const& m) {
     double y = top;
     if (!legend.title.empty()) {
-        scene.items.push_back(
-            text("legend-title", legend.title, x, y + kTextSize, kTextSize, -1, true));
+        text(scene, Role::LegendTitle, legend.title, x, y + kTextSize, kTextSize, -1, true);
         y += m.measure(legend.title, kTextSize, true).height + 6;
     }
     if (legend.kind == MapLegend::Kind::Gradient) {
@@ -89,55 +97,44 @@ void drawLegend(chart::Scene& scene, MapLegend const& legend, double x, double t
         double const slice = kBarHeight / kBarSlices;
         for (int i = 0; i < kBarSlices; ++i) {
             double t = 1 - (i + 0.5) / kBarSlices;
-            auto p = rect("legend-gradient", x, y + i * slice, kBarWidth, slice + 0.5,
-                          sequentialColor(t));
-            p.value = legend.low + t * (legend.high - legend.low);
-            scene.items.push_back(p);
+            rect(scene, Role::LegendGradient, x, y + i * slice, kBarWidth, slice + 0.5,
+                 sequentialColor(t), {}, legend.low + t * (legend.high - legend.low));
         }
         double const span = legend.high - legend.low;
         auto const ticks = chart::niceTicks(legend.low, legend.high, 5);
         double const step = ticks.size() > 1 ? ticks[1] - ticks[0] : 0;
+        chart::Style tickStyle;
+        tickStyle.stroke = rgb(0x44, 0x44, 0x44);
+        tickStyle.strokeWidth = 1;
         for (double t : ticks) {
             if (t < legend.low - 1e-9 * std::fabs(span) || t > legend.high + 1e-9 * std::fabs(span))
                 continue;
             double frac = span > 0 ? (t - legend.low) / span : 0.5;
             double ty = y + kBarHeight * (1 - frac);
-            Primitive tick;
-            tick.kind = Primitive::Kind::Polyline;
-            tick.role = "legend-tick";
-            tick.points = {{x + kBarWidth, ty}, {x + kBarWidth + 4, ty}};
-            tick.stroke = rgb(0x44, 0x44, 0x44);
-            tick.strokeWidth = 1;
-            scene.items.push_back(tick);
-            auto label = text("legend-label", chart::formatNumber(t, legend.format, step),
-                              x + kBarWidth + 6, ty + kTextSize * 0.35, kTextSize, -1);
-            label.value = t;
-            scene.items.push_back(label);
+            scene.batch(MarkKind::Polyline, Role::LegendTick, tickStyle)
+                .addPath({x + kBarWidth, ty}, {x + kBarWidth + 4, ty});
+            text(scene, Role::LegendLabel, chart::formatNumber(t, legend.format, step),
+                 x + kBarWidth + 6, ty + kTextSize * 0.35, kTextSize, -1, false, t);
         }
         y += kBarHeight + 10;
     }
     std::size_t shown = 0;
     for (auto const& [name, color] : legend.categories) {
         if (++shown > kMaxSwatches) {
-            scene.items.push_back(text(
-                "legend-label", fmt::format("and {} more", legend.categories.size() - kMaxSwatches),
-                x, y + kBarWidth * 0.8, kTextSize, -1));
+            text(scene, Role::LegendLabel,
+                 fmt::format("and {} more", legend.categories.size() - kMaxSwatches), x,
+                 y + kBarWidth * 0.8, kTextSize, -1);
             y += kBarWidth + 5;
             break;
         }
-        auto sw = rect("legend-swatch", x, y, kBarWidth, kBarWidth, color);
-        sw.category = name;
-        scene.items.push_back(sw);
-        scene.items.push_back(
-            text("legend-label", name, x + kBarWidth + 6, y + kBarWidth * 0.8, kTextSize, -1));
+        rect(scene, Role::LegendSwatch, x, y, kBarWidth, kBarWidth, color, name);
+        text(scene, Role::LegendLabel, name, x + kBarWidth + 6, y + kBarWidth * 0.8, kTextSize, -1);
         y += kBarWidth + 5;
     }
     if (legend.noData) {
-        auto sw = rect("legend-swatch", x, y, kBarWidth, kBarWidth, noDataColor());
-        sw.category = "No data";
-        scene.items.push_back(sw);
-        scene.items.push_back(
-            text("legend-label", "No data", x + kBarWidth + 6, y + kBarWidth * 0.8, kTextSize, -1));
+        rect(scene, Role::LegendSwatch, x, y, kBarWidth, kBarWidth, noDataColor(), "No data");
+        text(scene, Role::LegendLabel, "No data", x + kBarWidth + 6, y + kBarWidth * 0.8, kTextSize,
+             -1);
     }
 }
 
@@ -171,15 +168,14 @@ chart::Scene layoutMap(MapPicture const& picture, Projection const& projection,
             continue;
         double size = t == &picture.title ? kTitleSize : kTextSize + 1;
         double h = m.measure(*t, size, t == &picture.title).height;
-        scene.items.push_back(text(t == &picture.title ? "title" : "subtitle", *t,
-                                   picture.width / 2, top + h * 0.8, size, 0, t == &picture.title));
+        text(scene, t == &picture.title ? Role::Title : Role::Subtitle, *t, picture.width / 2,
+             top + h * 0.8, size, 0, t == &picture.title);
         top += h + 4;
     }
     double bottom = picture.height - kMargin;
     if (!picture.footnote.empty()) {
         double h = m.measure(picture.footnote, kTextSize, false).height;
-        scene.items.push_back(
-            text("footnote", picture.footnote, kMargin, bottom - h * 0.2, kTextSize, -1));
+        text(scene, Role::Footnote, picture.footnote, kMargin, bottom - h * 0.2, kTextSize, -1);
         bottom -= h + 4;
     }
     double tickWidth = 0;
@@ -221,40 +217,36 @@ chart::Scene layoutMap(MapPicture const& picture, Projection const& projection,
     bool noData = false;  // a feature without data is drawn: the legend shows its grey
     for (std::size_t i = 0; i < picture.shapes.size(); ++i) {
         auto const& shape = picture.shapes[i];
-        Primitive p;
-        p.kind = Primitive::Kind::Polygon;
-        p.role = shape.role;
-        p.category = shape.category;
-        p.value = shape.value;
-        p.fill = shape.fill;
-        p.stroke = shape.role == "reference" ? rgb(0xB0, 0xB0, 0xB0) : rgb(0xFF, 0xFF, 0xFF);
-        p.strokeWidth = 0.5;
+        std::vector<std::vector<chart::Point>> rings;
         for (auto const& ring : projected[i]) {
             if (ring.size() < 3)
                 continue;
-            if (!p.points.empty())
-                p.ringStarts.push_back(p.points.size());
-            for (auto const& q : ring) p.points.push_back(toPage(q));
+            rings.emplace_back();
+            for (auto const& q : ring) rings.back().push_back(toPage(q));
         }
-        if (!p.points.empty()) {
-            noData |= shape.role == "feature-no-data";
-            scene.items.push_back(std::move(p));
-        }
+        if (rings.empty())
+            continue;
+        chart::Style style;
+        style.stroke = shape.role == "reference" ? rgb(0xB0, 0xB0, 0xB0) : rgb(0xFF, 0xFF, 0xFF);
+        style.strokeWidth = 0.5;
+        auto& batch = scene.batch(MarkKind::Polygon, shapeRole(shape.role), style);
+        batch.addRings(rings);
+        batch.setFill(shape.fill);
+        batch.setMeaning(scene.key(shape.category), -1, shape.value);
+        noData |= shape.role == "feature-no-data";
     }
+    chart::Style pointStyle;
+    pointStyle.stroke = rgb(0xFF, 0xFF, 0xFF);
+    pointStyle.strokeWidth = 0.6;
+    pointStyle.size = 3.5;
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (!points[i])
             continue;
-        Primitive p;
-        p.kind = Primitive::Kind::Circle;
-        p.role = "point";
         auto at = toPage(*points[i]);
-        p.x = at.x, p.y = at.y, p.w = picture.points[i].radius;
-        p.fill = picture.points[i].fill;
-        p.stroke = rgb(0xFF, 0xFF, 0xFF);
-        p.strokeWidth = 0.6;
-        p.category = picture.points[i].category;
-        p.value = picture.points[i].value;
-        scene.items.push_back(std::move(p));
+        auto& batch = scene.batch(MarkKind::Circle, Role::Point, pointStyle);
+        batch.addCircle(at.x, at.y, picture.points[i].radius);
+        batch.setFill(picture.points[i].fill);
+        batch.setMeaning(scene.key(picture.points[i].category), -1, picture.points[i].value);
     }
     MapLegend legend = picture.legend;
     legend.noData = legend.noData && noData;

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "host/chart/chart_model.h"
-#include "host/chart/scene.h"
-#include "host/chart/text_metrics.h"
+#include "host/chart/layout/text_metrics.h"
+#include "host/chart/scene/scene.h"
 #include "host/maps/geojson.h"
 #include "host/maps/projection.h"
 

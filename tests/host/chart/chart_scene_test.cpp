@@ -17,14 +17,10 @@ namespace {
 using test::Cell;
 using test::fill;
 using test::scene;
+using test::texts;
 
 std::string const kHead = "SOURCE: s=userSource(id(\"g\"))\n";
 
-std::vector<std::string> texts(hc::Scene const& s, std::string const& role) {
-    std::vector<std::string> out;
-    for (auto const* p : s.withRole(role)) out.push_back(p->text);
-    return out;
-}
 
 }  // namespace
 
@@ -37,23 +33,23 @@ TEST(ChartScene, BarsStandOnZeroWithHeightsProportionalToTheData) {
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "v"}, {{2.0, 30.0}, {1.0, 10.0}, {3.0, 20.0}});
     auto s = scene(doc, &vdp);
-    auto bars = s.withRole("bar");
+    auto bars = test::marks(s, "bar");
     ASSERT_EQ(bars.size(), 3u);
     // Value order along the axis, whatever the row order.
-    std::vector<hc::Primitive const*> byX(bars.begin(), bars.end());
-    std::sort(byX.begin(), byX.end(), [](auto a, auto b) { return a->x < b->x; });
-    EXPECT_EQ(byX[0]->category, "1");
-    EXPECT_EQ(byX[1]->category, "2");
-    EXPECT_EQ(byX[2]->category, "3");
-    double base = byX[0]->y + byX[0]->h;
-    for (auto const* b : bars) EXPECT_NEAR(b->y + b->h, base, 1e-9);
-    EXPECT_NEAR(byX[1]->h / byX[0]->h, 3.0, 1e-9);
-    EXPECT_NEAR(byX[2]->h / byX[0]->h, 2.0, 1e-9);
-    EXPECT_NEAR(byX[1]->x - byX[0]->x, byX[2]->x - byX[1]->x, 1e-9);
+    std::vector<test::Mark> byX(bars.begin(), bars.end());
+    std::sort(byX.begin(), byX.end(), [](auto a, auto b) { return a.x < b.x; });
+    EXPECT_EQ(byX[0].category, "1");
+    EXPECT_EQ(byX[1].category, "2");
+    EXPECT_EQ(byX[2].category, "3");
+    double base = byX[0].y + byX[0].h;
+    for (auto const& b : bars) EXPECT_NEAR(b.y + b.h, base, 1e-9);
+    EXPECT_NEAR(byX[1].h / byX[0].h, 3.0, 1e-9);
+    EXPECT_NEAR(byX[2].h / byX[0].h, 2.0, 1e-9);
+    EXPECT_NEAR(byX[1].x - byX[0].x, byX[2].x - byX[1].x, 1e-9);
     // The zero tick sits at the bars' base.
-    for (auto const* t : s.withRole("tick-label-2")) {
-        if (t->value != 0) continue;
-        EXPECT_NEAR(t->y - 11 * 0.35, base, 1e-6);
+    for (auto const& t : test::marks(s, "tick-label-2")) {
+        if (t.value != 0) continue;
+        EXPECT_NEAR(t.y - 11 * 0.35, base, 1e-6);
     }
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"1", "2", "3"}));
 }
@@ -127,38 +123,38 @@ TEST(ChartScene, StackedAndDodgedBarsWithTheirLegend) {
     XDocument stacked(vars + "ELEMENT: interval.stack(position(c*v), color.interior(g))", true,
                       true);
     auto s = scene(stacked, &vdp);
-    auto bars = s.withRole("bar");
+    auto bars = test::marks(s, "bar");
     ASSERT_EQ(bars.size(), 4u);
     auto find = [&](std::string const& c, std::string const& g) {
-        for (auto const* b : bars)
-            if (b->category == c && b->group == g)
+        for (auto const& b : bars)
+            if (b.category == c && b.group == g)
                 return b;
         return bars[0];
     };
     // B sits on A: same x and width, touching, heights in the data's ratio.
-    EXPECT_DOUBLE_EQ(find("x", "A")->x, find("x", "B")->x);
-    EXPECT_NEAR(find("x", "B")->y + find("x", "B")->h, find("x", "A")->y, 1e-9);
-    EXPECT_NEAR(find("x", "B")->h / find("x", "A")->h, 3.0, 1e-9);
-    EXPECT_NEAR(find("y", "A")->y, find("x", "A")->y - find("x", "A")->h, 1e-9);
+    EXPECT_DOUBLE_EQ(find("x", "A").x, find("x", "B").x);
+    EXPECT_NEAR(find("x", "B").y + find("x", "B").h, find("x", "A").y, 1e-9);
+    EXPECT_NEAR(find("x", "B").h / find("x", "A").h, 3.0, 1e-9);
+    EXPECT_NEAR(find("y", "A").y, find("x", "A").y - find("x", "A").h, 1e-9);
     EXPECT_EQ(texts(s, "legend-title"), (std::vector<std::string>{"Group"}));
     EXPECT_EQ(texts(s, "legend-label"), (std::vector<std::string>{"A", "B"}));
-    EXPECT_NE(find("x", "A")->fill.hex(), find("x", "B")->fill.hex());
+    EXPECT_NE(find("x", "A").fill.hex(), find("x", "B").fill.hex());
     // The top of the axis covers the tallest stack (40).
     double top = 0;
-    for (auto const* t : s.withRole("tick-label-2")) top = std::max(top, t->value);
+    for (auto const& t : test::marks(s, "tick-label-2")) top = std::max(top, t.value);
     EXPECT_GE(top, 40);
 
     XDocument dodged(vars + "ELEMENT: interval.dodge(position(c*v), color.interior(g))", true,
                      true);
     auto d = scene(dodged, &vdp);
-    auto dbars = d.withRole("bar");
+    auto dbars = test::marks(d, "bar");
     ASSERT_EQ(dbars.size(), 4u);
-    hc::Primitive const *xa = nullptr, *xb = nullptr;
-    for (auto const* b : dbars) {
-        if (b->category == "x" && b->group == "A")
-            xa = b;
-        if (b->category == "x" && b->group == "B")
-            xb = b;
+    test::Mark const *xa = nullptr, *xb = nullptr;
+    for (auto const& b : dbars) {
+        if (b.category == "x" && b.group == "A")
+            xa = &b;
+        if (b.category == "x" && b.group == "B")
+            xb = &b;
     }
     ASSERT_TRUE(xa && xb);
     EXPECT_NEAR(xa->x + xa->w, xb->x, 1e-9);          // side by side
@@ -177,17 +173,17 @@ TEST(ChartScene, TransposeTurnsCategoriesToTheVerticalAxis) {
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "v"}, {{"a", 5.0}, {"b", 10.0}});
     auto s = scene(doc, &vdp);
-    auto bars = s.withRole("bar");
+    auto bars = test::marks(s, "bar");
     ASSERT_EQ(bars.size(), 2u);
-    EXPECT_DOUBLE_EQ(bars[0]->x, bars[1]->x);  // bars grow from the same left edge
-    EXPECT_NEAR(std::max(bars[0]->w, bars[1]->w) / std::min(bars[0]->w, bars[1]->w), 2, 1e-9);
-    auto cats = s.withRole("tick-label-1");
+    EXPECT_DOUBLE_EQ(bars[0].x, bars[1].x);  // bars grow from the same left edge
+    EXPECT_NEAR(std::max(bars[0].w, bars[1].w) / std::min(bars[0].w, bars[1].w), 2, 1e-9);
+    auto cats = test::marks(s, "tick-label-1");
     ASSERT_EQ(cats.size(), 2u);
-    EXPECT_DOUBLE_EQ(cats[0]->x, cats[1]->x);  // stacked vertically, beside the axis
-    EXPECT_NE(cats[0]->y, cats[1]->y);
-    auto title = s.withRole("axis-title-1");
+    EXPECT_DOUBLE_EQ(cats[0].x, cats[1].x);  // stacked vertically, beside the axis
+    EXPECT_NE(cats[0].y, cats[1].y);
+    auto title = test::marks(s, "axis-title-1");
     ASSERT_EQ(title.size(), 1u);
-    EXPECT_EQ(title[0]->angle, -90);
+    EXPECT_EQ(title[0].angle, -90);
 }
 
 TEST(ChartScene, ClustersGroupMembersAndPanelsSplitTheThirdFactor) {
@@ -204,10 +200,10 @@ TEST(ChartScene, ClustersGroupMembersAndPanelsSplitTheThirdFactor) {
                         true, true);
     auto s = scene(clustered, &vdp);
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"p", "q"}));
-    auto bars = s.withRole("bar");
+    auto bars = test::marks(s, "bar");
     ASSERT_EQ(bars.size(), 4u);
     std::vector<double> xs;
-    for (auto const* b : bars) xs.push_back(b->x);
+    for (auto const& b : bars) xs.push_back(b.x);
     std::sort(xs.begin(), xs.end());
     // Members of one cluster sit closer together than the clusters do.
     EXPECT_LT(xs[1] - xs[0], xs[2] - xs[1]);
@@ -215,9 +211,9 @@ TEST(ChartScene, ClustersGroupMembersAndPanelsSplitTheThirdFactor) {
     XDocument panels(vars + "ELEMENT: interval(position(t*v*c))", true, true);
     auto p = scene(panels, &vdp);
     EXPECT_EQ(texts(p, "panel-label"), (std::vector<std::string>{"p", "q"}));
-    EXPECT_EQ(p.withRole("bar").size(), 4u);
+    EXPECT_EQ(test::marks(p, "bar").size(), 4u);
     EXPECT_EQ(texts(p, "tick-label-1").size(), 4u);  // each panel has its own axis
-    EXPECT_EQ(p.withRole("inner-frame").size(), 2u);
+    EXPECT_EQ(test::marks(p, "inner-frame").size(), 2u);
 }
 
 TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
@@ -232,15 +228,17 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
     double sysmis = -std::numeric_limits<double>::max();
     fill(vdp, "g", {"c", "v"}, {{"a", 2.0}, {"a", 4.0}, {"b", 10.0}, {"b", sysmis}, {"c", 1.0}});
     auto s = scene(doc, &vdp);
-    auto bars = s.withRole("bar");
+    auto bars = test::marks(s, "bar");
     ASSERT_EQ(bars.size(), 3u);
-    for (auto const* b : bars) {
-        double expected = b->category == "a" ? 3 : b->category == "b" ? 10 : 1;
-        EXPECT_DOUBLE_EQ(b->value, expected) << b->category;
+    for (auto const& b : bars) {
+        double expected = b.category == "a" ? 3 : b.category == "b" ? 10 : 1;
+        EXPECT_DOUBLE_EQ(b.value, expected) << b.category;
     }
-    // The missing value is not drawn; the line has all the others.
+    // The missing value is not drawn; the line has all the others, the one after the gap as a
+    // dot of its own.
     std::size_t linePoints = 0;
-    for (auto const* l : s.withRole("line")) linePoints += l->points.size();
+    for (auto const& l : test::marks(s, "line"))
+        linePoints += l.kind == hc::MarkKind::Circle ? 1 : l.points.size();
     EXPECT_EQ(linePoints, 4u);
     ASSERT_FALSE(s.warnings.empty());
     EXPECT_NE(s.warnings[0].find("'smooth.loess' is not supported yet"), std::string::npos)
@@ -290,6 +288,6 @@ TEST(ChartScene, TicksBetweenWholeNumbersAreNotRoundedAway) {
     hc::Scene s = scene(doc, &vdp);
     std::vector<std::string> labels = texts(s, "tick-label-1");
     for (std::size_t i = 1; i < labels.size(); ++i) EXPECT_NE(labels[i], labels[i - 1]);
-    for (auto const* t : s.withRole("tick-label-1"))
-        EXPECT_NEAR(std::stod(t->text), t->value, 1e-9) << t->text;
+    for (auto const& t : test::marks(s, "tick-label-1"))
+        EXPECT_NEAR(std::stod(t.text), t.value, 1e-9) << t.text;
 }

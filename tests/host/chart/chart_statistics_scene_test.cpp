@@ -32,21 +32,21 @@ struct AxisMap {
     double value(double pixel) const { return v0 + (pixel - p0) * (v1 - v0) / (p1 - p0); }
 };
 AxisMap axisMap(hc::Scene const& s, int dim, bool vertical) {
-    auto ticks = s.withRole("tick-label-" + std::to_string(dim));
+    auto ticks = test::marks(s, "tick-label-" + std::to_string(dim));
     EXPECT_GE(ticks.size(), 2u);
     AxisMap m;
     if (ticks.size() < 2)
         return m;
-    auto px = [&](hc::Primitive const* t) { return vertical ? t->y - 11 * 0.35 : t->x; };
+    auto px = [&](test::Mark t) { return vertical ? t.y - 11 * 0.35 : t.x; };
     m.p0 = px(ticks.front());
-    m.v0 = ticks.front()->value;
+    m.v0 = ticks.front().value;
     m.p1 = px(ticks.back());
-    m.v1 = ticks.back()->value;
+    m.v1 = ticks.back().value;
     return m;
 }
 
-std::vector<hc::Primitive const*> byX(std::vector<hc::Primitive const*> v) {
-    std::sort(v.begin(), v.end(), [](auto a, auto b) { return a->x < b->x; });
+std::vector<test::Mark> byX(std::vector<test::Mark> v) {
+    std::sort(v.begin(), v.end(), [](auto a, auto b) { return a.x < b.x; });
     return v;
 }
 
@@ -72,35 +72,37 @@ TEST(ChartStatisticsScene, HistogramWithNormalCurveAndWeights) {
     XDocument plain(gpl, true, true);
     auto s = scene(plain, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
-    auto bars = byX(s.withRole("bar"));
+    auto bars = byX(test::marks(s, "bar"));
     ASSERT_EQ(bars.size(), 5u);
     std::vector<double> counts, lefts{0, 2, 4, 6, 8};
-    for (auto const* b : bars) counts.push_back(b->value);
+    for (auto const& b : bars) counts.push_back(b.value);
     EXPECT_EQ(counts, (std::vector<double>{1, 4, 5, 3, 2}));
     AxisMap x = axisMap(s, 1, false), y = axisMap(s, 2, true);
     for (std::size_t i = 0; i < bars.size(); ++i) {
-        EXPECT_NEAR(x.value(bars[i]->x), lefts[i], 1e-9);
-        EXPECT_NEAR(x.value(bars[i]->x + bars[i]->w), lefts[i] + 2, 1e-9);
+        EXPECT_NEAR(x.value(bars[i].x), lefts[i], 1e-9);
+        EXPECT_NEAR(x.value(bars[i].x + bars[i].w), lefts[i] + 2, 1e-9);
     }
-    auto curve = s.withRole("line");
+    auto curve = test::marks(s, "line");
     ASSERT_EQ(curve.size(), 1u);
     double top = 1e9;
-    for (auto const& p : curve[0]->points) top = std::min(top, p.y);
+    for (auto const& p : curve[0].points) top = std::min(top, p.y);
     EXPECT_NEAR(y.value(top), 5.08483000405751, 1e-3);
-    EXPECT_NEAR(x.value(curve[0]->points.front().x), 0, 1e-9);  // over the histogram's range
-    EXPECT_NEAR(x.value(curve[0]->points.back().x), 10, 1e-9);
-    EXPECT_EQ(s.withRole("axis-title-2")[0]->text, "Count");
+    EXPECT_NEAR(x.value(curve[0].points.front().x), 0, 1e-9);  // over the histogram's range
+    EXPECT_NEAR(x.value(curve[0].points.back().x), 10, 1e-9);
+    EXPECT_EQ(test::marks(s, "axis-title-2")[0].text, "Count");
 
     // The same chart with the weight variable: the first case counts three times.
     XDocument weighted(gpl, true, true);
     weighted.getGraph()->addWeightVariable("g");
     auto w = scene(weighted, &vdp);
-    auto wbars = byX(w.withRole("bar"));
+    auto wbars = byX(test::marks(w, "bar"));
     ASSERT_EQ(wbars.size(), 5u);
-    EXPECT_EQ(wbars[0]->value, 3);
+    EXPECT_EQ(wbars[0].value, 3);
     AxisMap wy = axisMap(w, 2, true);
     top = 1e9;
-    for (auto const& p : w.withRole("line")[0]->points) top = std::min(top, p.y);
+    auto wcurve = test::marks(w, "line");
+    ASSERT_EQ(wcurve.size(), 1u);
+    for (auto const& p : wcurve[0].points) top = std::min(top, p.y);
     EXPECT_NEAR(wy.value(top), 5.34491853959337, 1e-3);  // mean 4.5529, sd 2.5377 over 17 cases
 }
 
@@ -122,31 +124,31 @@ TEST(ChartStatisticsScene, BoxPlotsWithLabelledOutliers) {
     fill(vdp, {"c", "v", "id"}, rows);
     auto s = scene(doc, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
-    auto boxes = byX(s.withRole("box"));
+    auto boxes = byX(test::marks(s, "box"));
     ASSERT_EQ(boxes.size(), 2u);
-    EXPECT_EQ(boxes[0]->category, "a");
-    EXPECT_EQ(boxes[0]->value, 12.5);
-    EXPECT_EQ(boxes[0]->value2, 6);
-    EXPECT_EQ(boxes[1]->value, 6.5);
-    EXPECT_EQ(boxes[1]->value2, 2.5);
+    EXPECT_EQ(boxes[0].category, "a");
+    EXPECT_EQ(boxes[0].value, 12.5);
+    EXPECT_EQ(boxes[0].value2, 6);
+    EXPECT_EQ(boxes[1].value, 6.5);
+    EXPECT_EQ(boxes[1].value2, 2.5);
     AxisMap y = axisMap(s, 2, true);
-    EXPECT_NEAR(y.value(boxes[0]->y), 12.5, 1e-9);  // drawn where the values say
-    EXPECT_NEAR(y.value(boxes[0]->y + boxes[0]->h), 6, 1e-9);
+    EXPECT_NEAR(y.value(boxes[0].y), 12.5, 1e-9);  // drawn where the values say
+    EXPECT_NEAR(y.value(boxes[0].y + boxes[0].h), 6, 1e-9);
     std::vector<double> medians, whiskers;
-    for (auto const* m : s.withRole("median")) medians.push_back(m->value);
-    for (auto const* w : s.withRole("whisker"))
-        if (w->category == "a")
-            whiskers.push_back(w->value);
+    for (auto const& m : test::marks(s, "median")) medians.push_back(m.value);
+    for (auto const& w : test::marks(s, "whisker"))
+        if (w.category == "a")
+            whiskers.push_back(w.value);
     std::sort(medians.begin(), medians.end());
     std::sort(whiskers.begin(), whiskers.end());
     EXPECT_EQ(medians, (std::vector<double>{4.5, 9}));
     EXPECT_EQ(whiskers, (std::vector<double>{2, 13}));
-    auto outliers = s.withRole("outlier");
+    auto outliers = test::marks(s, "outlier");
     ASSERT_EQ(outliers.size(), 1u);
-    EXPECT_EQ(outliers[0]->value, 25);
-    EXPECT_EQ(s.withRole("extreme").size(), 3u);  // one asterisk of three strokes
+    EXPECT_EQ(outliers[0].value, 25);
+    EXPECT_EQ(test::marks(s, "extreme").size(), 3u);  // one asterisk of three strokes
     std::vector<std::string> labels;
-    for (auto const* t : s.withRole("outlier-label")) labels.push_back(t->text);
+    for (auto const& t : test::marks(s, "outlier-label")) labels.push_back(t.text);
     EXPECT_EQ(labels, (std::vector<std::string>{"case11", "case4"}));
 }
 
@@ -164,20 +166,20 @@ TEST(ChartStatisticsScene, PieSlicesArePercentagesFromTheStartAngle) {
     fill(vdp, {"c", "n"}, {{3.0, 20.0}, {1.0, 30.0}, {2.0, 50.0}});
     auto s = scene(doc, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
-    auto slices = s.withRole("slice");
+    auto slices = test::marks(s, "slice");
     ASSERT_EQ(slices.size(), 3u);
     std::vector<double> shares, starts;
-    for (auto const* p : slices) {
-        shares.push_back(p->value);
-        starts.push_back(p->value2);
+    for (auto const& p : slices) {
+        shares.push_back(p.value);
+        starts.push_back(p.value2);
     }
     EXPECT_EQ(shares, (std::vector<double>{30, 50, 20}));
     EXPECT_EQ(starts, (std::vector<double>{90, 198, 378}));
     std::vector<std::string> labels;
-    for (auto const* t : s.withRole("slice-label")) labels.push_back(t->text);
+    for (auto const& t : test::marks(s, "slice-label")) labels.push_back(t.text);
     EXPECT_EQ(labels, (std::vector<std::string>{"30.0%", "50.0%", "20.0%"}));
-    EXPECT_TRUE(s.withRole("axis-1").empty());
-    EXPECT_EQ(s.withRole("legend-label").size(), 3u);
+    EXPECT_TRUE(test::marks(s, "axis-1").empty());
+    EXPECT_EQ(test::marks(s, "legend-label").size(), 3u);
 
     // The short form: the precomputed count alone is summed too.
     XDocument shortForm(kHead +
@@ -189,7 +191,7 @@ TEST(ChartStatisticsScene, PieSlicesArePercentagesFromTheStartAngle) {
                         true, true);
     shares.clear();
     auto shortScene = scene(shortForm, &vdp);
-    for (auto const* p : shortScene.withRole("slice")) shares.push_back(p->value);
+    for (auto const& p : test::marks(shortScene, "slice")) shares.push_back(p.value);
     EXPECT_EQ(shares, (std::vector<double>{30, 50, 20}));
 }
 
@@ -208,13 +210,13 @@ TEST(ChartStatisticsScene, ErrorBarsOfMeansRangesAndPercentages) {
     rows.push_back({"b", 3.0});  // one case: no interval
     fill(vdp, {"c", "v"}, rows);
     auto s = scene(doc, &vdp);
-    auto bars = s.withRole("errorbar");
+    auto bars = test::marks(s, "errorbar");
     ASSERT_EQ(bars.size(), 1u);
-    EXPECT_NEAR(bars[0]->value, 14.21792729178304, 1e-8);
-    EXPECT_NEAR(bars[0]->value2, 10.553501279645536, 1e-8);
-    EXPECT_EQ(s.withRole("errorbar-cap").size(), 2u);
+    EXPECT_NEAR(bars[0].value, 14.21792729178304, 1e-8);
+    EXPECT_NEAR(bars[0].value2, 10.553501279645536, 1e-8);
+    EXPECT_EQ(test::marks(s, "errorbar-cap").size(), 2u);
     AxisMap y = axisMap(s, 2, true);
-    EXPECT_NEAR(y.value(bars[0]->points[0].y), 10.553501279645536, 1e-6);
+    EXPECT_NEAR(y.value(bars[0].points[0].y), 10.553501279645536, 1e-6);
 
     XDocument range(kHead +
                         "DATA: i=col(source(s), name(\"#INDEX\"), unit.category())\n"
@@ -226,13 +228,13 @@ TEST(ChartStatisticsScene, ErrorBarsOfMeansRangesAndPercentages) {
     VarDataProcessor vdp2;
     fill(vdp2, {"#INDEX", "#LOW", "#HIGH"}, {{1.0, 2.0, 5.0}, {2.0, 3.0, 9.0}});
     auto r = scene(range, &vdp2);
-    auto rb = r.withRole("errorbar");
+    auto rb = test::marks(r, "errorbar");
     ASSERT_EQ(rb.size(), 2u);
-    EXPECT_EQ(rb[0]->value2, 2);
-    EXPECT_EQ(rb[0]->value, 5);
-    EXPECT_EQ(rb[1]->value2, 3);
-    EXPECT_EQ(rb[1]->value, 9);
-    EXPECT_TRUE(r.withRole("legend-label").empty());  // the two ends are one interval
+    EXPECT_EQ(rb[0].value2, 2);
+    EXPECT_EQ(rb[0].value, 5);
+    EXPECT_EQ(rb[1].value2, 3);
+    EXPECT_EQ(rb[1].value, 9);
+    EXPECT_TRUE(test::marks(r, "legend-label").empty());  // the two ends are one interval
 
     XDocument pct(kHead +
                       "DATA: c=col(source(s), name(\"c\"), unit.category())\n"
@@ -245,15 +247,15 @@ TEST(ChartStatisticsScene, ErrorBarsOfMeansRangesAndPercentages) {
     for (int k = 0; k < 120; ++k) cases.push_back({k < 30 ? "x" : "y"});
     fill(vdp3, {"c"}, cases);
     auto p = scene(pct, &vdp3);
-    auto pb = byX(p.withRole("bar"));
+    auto pb = byX(test::marks(p, "bar"));
     ASSERT_EQ(pb.size(), 2u);
-    EXPECT_EQ(pb[0]->value, 25);
-    EXPECT_EQ(pb[1]->value, 75);
-    auto pe = byX(p.withRole("errorbar"));
+    EXPECT_EQ(pb[0].value, 25);
+    EXPECT_EQ(pb[1].value, 75);
+    auto pe = byX(test::marks(p, "errorbar"));
     ASSERT_EQ(pe.size(), 2u);
-    EXPECT_NEAR(pe[0]->value2, 17.25256209619298, 1e-9);
-    EXPECT_NEAR(pe[0]->value, 32.74743790380702, 1e-9);
-    EXPECT_EQ(p.withRole("tick-label-2")[1]->text.back(), '%');
+    EXPECT_NEAR(pe[0].value2, 17.25256209619298, 1e-9);
+    EXPECT_NEAR(pe[0].value, 32.74743790380702, 1e-9);
+    EXPECT_EQ(test::marks(p, "tick-label-2")[1].text.back(), '%');
 }
 
 // Percent bases: all cases of a panel (the default), of every panel, or of each category of
@@ -280,7 +282,7 @@ TEST(ChartStatisticsScene, PercentBasesAndNestedPanels) {
         auto s = scene(doc, &vdp);
         EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
         std::vector<double> out;
-        for (auto const* b : byX(s.withRole("bar"))) out.push_back(b->value);
+        for (auto const& b : byX(test::marks(s, "bar"))) out.push_back(b.value);
         return out;
     };
     // Bars left to right: panel p (a, b), panel q (a, b).
@@ -299,13 +301,13 @@ TEST(ChartStatisticsScene, PercentBasesAndNestedPanels) {
                   true, true);
     auto s = scene(doc, &vdp);
     std::vector<std::string> heads;
-    for (auto const* t : s.withRole("panel-label")) heads.push_back(t->text);
+    for (auto const& t : test::marks(s, "panel-label")) heads.push_back(t.text);
     EXPECT_EQ(heads, (std::vector<std::string>{"p", "q"}));
-    auto bars = byX(s.withRole("bar"));
+    auto bars = byX(test::marks(s, "bar"));
     ASSERT_EQ(bars.size(), 4u);
     // One scale for both panels: the same base, and the count of 3 three times as tall as 1.
-    EXPECT_NEAR(bars[0]->y + bars[0]->h, bars[3]->y + bars[3]->h, 1e-9);
-    EXPECT_NEAR(bars[3]->h / bars[1]->h, 3, 1e-9);
+    EXPECT_NEAR(bars[0].y + bars[0].h, bars[3].y + bars[3].h, 1e-9);
+    EXPECT_NEAR(bars[3].h / bars[1].h, 3, 1e-9);
 }
 
 // A least-squares line (scipy.stats.linregress) from smooth.linear, and the document's fit
@@ -320,10 +322,10 @@ TEST(ChartStatisticsScene, RegressionLinesAndTheirRSquared) {
          {{1.0, 2.1}, {2.0, 3.9}, {3.0, 6.2}, {4.0, 7.8}, {5.0, 10.1}, {6.5, 13.4}});
     XDocument smooth(gpl + "ELEMENT: line(position(smooth.linear(x*y)))", true, true);
     auto s = scene(smooth, &vdp);
-    auto lines = s.withRole("line");
+    auto lines = test::marks(s, "line");
     ASSERT_EQ(lines.size(), 1u);
     AxisMap x = axisMap(s, 1, false), y = axisMap(s, 2, true);
-    auto const& pts = lines[0]->points;
+    auto const& pts = lines[0].points;
     ASSERT_EQ(pts.size(), 2u);
     EXPECT_NEAR(x.value(pts[0].x), 1, 1e-9);
     EXPECT_NEAR(y.value(pts[0].y), -0.09546391752577144 + 2.0498969072164943 * 1, 1e-9);
@@ -333,10 +335,10 @@ TEST(ChartStatisticsScene, RegressionLinesAndTheirRSquared) {
     std::string pair = "<addFitLine rsquared=\"true\" target=\"pair\" type=\"linear\"/>";
     fit.addInlineTemplate(&pair);
     auto f = scene(fit, &vdp);
-    ASSERT_EQ(f.withRole("line").size(), 1u);
-    auto labels = f.withRole("fit-label");
+    ASSERT_EQ(test::marks(f, "line").size(), 1u);
+    auto labels = test::marks(f, "fit-label");
     ASSERT_EQ(labels.size(), 1u);
-    EXPECT_EQ(labels[0]->text, "R² Linear = 0.998");
+    EXPECT_EQ(labels[0].text, "R² Linear = 0.998");
 }
 
 // Two-way bins coloured by their counts, with a legend of counts.
@@ -351,19 +353,21 @@ TEST(ChartStatisticsScene, HeatMapCellsCountTheirCases) {
     fill(vdp, {"x", "y"}, {{0.5, 0.5}, {0.6, 0.4}, {0.2, 0.9}, {1.5, 0.5}, {0.2, 1.7}, {0.3, 1.2}});
     auto s = scene(doc, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
-    auto cells = s.withRole("cell");
+    auto cells = test::marks(s, "cell");
     ASSERT_EQ(cells.size(), 3u);
     std::map<std::string, double> count;
-    for (auto const* c : cells) count[c->category + "," + c->group] = c->value;
+    for (auto const& c : cells) count[c.category + "," + c.group] = c.value;
     EXPECT_EQ(count["0,0"], 3);
     EXPECT_EQ(count["1,0"], 1);
     EXPECT_EQ(count["0,1"], 2);
-    for (auto const* c : cells)
-        if (c->value == 3)
-            EXPECT_EQ(c->fill.hex(), "#08519C");  // the fullest cell is the darkest
-    EXPECT_EQ(s.withRole("legend-title")[0]->text, "Count");
+    for (auto const& c : cells) {
+        if (c.value == 3) {
+            EXPECT_EQ(c.fill.hex(), "#08519C");  // the fullest cell is the darkest
+        }
+    }
+    EXPECT_EQ(test::marks(s, "legend-title")[0].text, "Count");
     AxisMap x = axisMap(s, 1, false);
-    for (auto const* c : cells) EXPECT_NEAR(x.value(c->x + c->w) - x.value(c->x), 1, 1e-9);
+    for (auto const& c : cells) EXPECT_NEAR(x.value(c.x + c.w) - x.value(c.x), 1, 1e-9);
 }
 
 // What the engine cannot draw yet is said, and nothing wrong is drawn in its place.
@@ -376,7 +380,7 @@ TEST(ChartStatisticsScene, UnsupportedFunctionsDrawNothingWrong) {
     XDocument cumulative(data + "ELEMENT: interval(position(summary.count.cumulative(c)))", true,
                          true);
     auto s = scene(cumulative, &vdp);
-    EXPECT_TRUE(s.withRole("bar").empty());
+    EXPECT_TRUE(test::marks(s, "bar").empty());
     ASSERT_FALSE(s.warnings.empty());
     EXPECT_NE(s.warnings[0].find("'summary.count.cumulative' is not supported yet"),
               std::string::npos);
@@ -387,7 +391,7 @@ TEST(ChartStatisticsScene, UnsupportedFunctionsDrawNothingWrong) {
 
     XDocument polar(data + "COORD: polar(dim(1,2))\nELEMENT: interval(position(c*v))", true, true);
     auto p = scene(polar, &vdp);
-    EXPECT_TRUE(p.withRole("bar").empty());
+    EXPECT_TRUE(test::marks(p, "bar").empty());
     ASSERT_FALSE(p.warnings.empty());
     EXPECT_NE(p.warnings[0].find("'polar' is not supported yet"), std::string::npos);
 
@@ -400,15 +404,15 @@ TEST(ChartStatisticsScene, UnsupportedFunctionsDrawNothingWrong) {
                          "GRAPH: end()",
                      true, true);
     auto g = scene(graphs, &vdp);
-    EXPECT_EQ(g.withRole("bar").size(), 2u);
-    EXPECT_TRUE(g.withRole("point").empty());
+    EXPECT_EQ(test::marks(g, "bar").size(), 2u);
+    EXPECT_TRUE(test::marks(g, "point").empty());
     ASSERT_EQ(g.warnings.size(), 1u);
     EXPECT_NE(g.warnings[0].find("several graphs"), std::string::npos);
     // The one graph sits inside its place on the page.
-    for (auto const* b : g.withRole("bar")) {
-        EXPECT_GE(b->x, 0.1 * g.width);
-        EXPECT_LE(b->x + b->w, 0.9 * g.width);
-        EXPECT_GE(b->y, 0.1 * g.height);
+    for (auto const& b : test::marks(g, "bar")) {
+        EXPECT_GE(b.x, 0.1 * g.width);
+        EXPECT_LE(b.x + b.w, 0.9 * g.width);
+        EXPECT_GE(b.y, 0.1 * g.height);
     }
 }
 
@@ -433,34 +437,34 @@ TEST(ChartStatisticsScene, EdgesPolygonsLyingBoxesAndSubgroupFits) {
                      true, true);
     auto s = scene(shapes, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
-    EXPECT_EQ(s.withRole("edge").size(), 4u);  // two segments per group
-    auto polygons = s.withRole("polygon");
+    EXPECT_EQ(test::marks(s, "edge").size(), 4u);  // two segments per group
+    auto polygons = test::marks(s, "polygon");
     ASSERT_EQ(polygons.size(), 2u);
-    EXPECT_EQ(polygons[0]->kind, hc::Primitive::Kind::Polygon);
-    EXPECT_EQ(polygons[0]->points.size(), 3u);
+    EXPECT_EQ(polygons[0].kind, hc::MarkKind::Polygon);
+    EXPECT_EQ(polygons[0].points.size(), 3u);
 
     XDocument lying(data +
                         "COORD: rect(dim(1,2), transpose())\n"
                         "ELEMENT: schema(position(bin.quantile.letter(g*y)))",
                     true, true);
     auto l = scene(lying, &vdp);
-    auto boxes = l.withRole("box");
+    auto boxes = test::marks(l, "box");
     ASSERT_EQ(boxes.size(), 2u);
-    for (auto const* b : boxes) EXPECT_GT(b->w, b->h * 0.2);  // spans values across the page
+    for (auto const& b : boxes) EXPECT_GT(b.w, b.h * 0.2);  // spans values across the page
     AxisMap x = axisMap(l, 2, false);
-    for (auto const* b : boxes)
-        if (b->category == "b") {
-            EXPECT_NEAR(x.value(b->x), 5.5, 1e-9);  // fourths of 5 6 8 at depth 1.5
-            EXPECT_NEAR(x.value(b->x + b->w), 7, 1e-9);
+    for (auto const& b : boxes)
+        if (b.category == "b") {
+            EXPECT_NEAR(x.value(b.x), 5.5, 1e-9);  // fourths of 5 6 8 at depth 1.5
+            EXPECT_NEAR(x.value(b.x + b.w), 7, 1e-9);
         }
 
     XDocument fits(data + "ELEMENT: point(position(x*y), color(g))", true, true);
     std::string subgroup = "<addFitLine rsquared=\"true\" target=\"subgroup\" type=\"linear\"/>";
     fits.addInlineTemplate(&subgroup);
     auto f = scene(fits, &vdp);
-    EXPECT_EQ(f.withRole("line").size(), 2u);
+    EXPECT_EQ(test::marks(f, "line").size(), 2u);
     std::vector<std::string> labels;
-    for (auto const* t : f.withRole("fit-label")) labels.push_back(t->group + " " + t->text);
+    for (auto const& t : test::marks(f, "fit-label")) labels.push_back(t.group + " " + t.text);
     std::sort(labels.begin(), labels.end());
     // a: slope 0.5, R² 0.25; b: slope 1.5, R² 27/28 (by hand).
     EXPECT_EQ(labels, (std::vector<std::string>{"a R² Linear = 0.250", "b R² Linear = 0.964"}));

@@ -1,4 +1,4 @@
-#include "host/chart/chart_statistics.h"
+#include "host/chart/stats/chart_statistics.h"
 
 #include <gtest/gtest.h>
 

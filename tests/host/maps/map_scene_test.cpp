@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "host/chart/renderers.h"
+#include "host/chart/render/renderers.h"
 #include "support/scene_rows.h"
 
 namespace {
@@ -26,11 +26,21 @@ std::string const kHead =
     "DATA: region=col(source(s), name(\"region\"), unit.category())\n"
     "DATA: v=col(source(s), name(\"v\"))\n";
 
-host::chart::Primitive const* feature(host::chart::Scene const& s, std::string const& name) {
-    for (auto const& p : s.items)
-        if (p.kind == host::chart::Primitive::Kind::Polygon && p.category == name)
-            return &p;
-    return nullptr;
+// The map feature of a key, whatever its role; a mark with no points when there is none.
+test::Mark feature(host::chart::Scene const& s, std::string const& name) {
+    for (char const* role : {"feature", "feature-no-data", "reference"})
+        for (auto const& m : test::marks(s, role))
+            if (m.category == name)
+                return m;
+    return {};
+}
+
+std::string roleOf(host::chart::Scene const& s, std::string const& name) {
+    for (char const* role : {"feature", "feature-no-data", "reference"})
+        for (auto const& m : test::marks(s, role))
+            if (m.category == name)
+                return role;
+    return "";
 }
 
 double lightness(host::chart::Color const& c) {
@@ -47,26 +57,27 @@ TEST(MapScene, ChoroplethColoursByValueAndGreysFeaturesWithoutData) {
     fill(vdp, "graphdataset", {"region", "v"},
          {{"west", 10.0}, {"MIDDLE LAND", 30.0}, {"Atlantis", 5.0}});
     auto s = test::scene(doc, &vdp);
-    auto const* west = feature(s, "West");
-    auto const* middle = feature(s, "Middle Land");
-    auto const* east = feature(s, "East");
-    ASSERT_TRUE(west && middle && east);
-    EXPECT_EQ(west->role, "feature");
-    EXPECT_EQ(west->value, 10);
-    EXPECT_GT(lightness(west->fill), lightness(middle->fill));  // more is darker
-    EXPECT_EQ(east->role, "feature-no-data");
-    EXPECT_EQ(east->fill.hex(), "#D4D4D4");
-    // The hole is a second ring of the middle feature.
-    EXPECT_EQ(middle->ringStarts.size(), 1u);
+    auto const west = feature(s, "West");
+    auto const middle = feature(s, "Middle Land");
+    auto const east = feature(s, "East");
+    ASSERT_FALSE(west.points.empty() || middle.points.empty() || east.points.empty());
+    EXPECT_EQ(roleOf(s, "West"), "feature");
+    EXPECT_EQ(west.value, 10);
+    EXPECT_GT(lightness(west.fill), lightness(middle.fill));  // more is darker
+    EXPECT_EQ(roleOf(s, "East"), "feature-no-data");
+    EXPECT_EQ(east.fill.hex(), "#D4D4D4");
+    // The hole is a second ring of the middle feature: one ring start beyond the marks' own.
+    std::size_t rings = 0;
+    for (auto const& b : s.batches) rings += b.rings.size();
+    EXPECT_EQ(rings, 1u);
     // West lies left of East on the page.
-    EXPECT_LT(west->points[0].x, east->points[0].x);
+    EXPECT_LT(west.points[0].x, east.points[0].x);
     ASSERT_EQ(s.warnings.size(), 1u);
     EXPECT_EQ(s.warnings[0],
               "line 5: 1 key of 'region' matches no feature of map 'squares' by 'name': Atlantis");
     // The legend: a gradient from 10 to 30 with its ticks, and a swatch for no data.
-    EXPECT_FALSE(s.withRole("legend-gradient").empty());
-    std::vector<std::string> labels;
-    for (auto const* p : s.withRole("legend-label")) labels.push_back(p->text);
+    EXPECT_FALSE(test::marks(s, "legend-gradient").empty());
+    auto const labels = test::texts(s, "legend-label");
     EXPECT_NE(std::find(labels.begin(), labels.end(), "10"), labels.end());
     EXPECT_NE(std::find(labels.begin(), labels.end(), "30"), labels.end());
     EXPECT_EQ(labels.back(), "No data");
@@ -87,10 +98,9 @@ TEST(MapScene, WithoutShowAllFeaturesOnlyFeaturesWithDataAreDrawn) {
     fill(vdp, "graphdataset", {"region", "v"}, {{"East", 2.0}, {"East", 4.0}, {"West", 9.0}});
     auto s = test::scene(doc, &vdp);
     EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
-    ASSERT_TRUE(feature(s, "East"));
-    EXPECT_EQ(feature(s, "East")->value, 3);
-    EXPECT_EQ(feature(s, "West")->value, 9);
-    EXPECT_FALSE(feature(s, "Middle Land"));
+    EXPECT_EQ(feature(s, "East").value, 3);
+    EXPECT_EQ(feature(s, "West").value, 9);
+    EXPECT_EQ(roleOf(s, "Middle Land"), "");
 }
 
 TEST(MapScene, CategoriesGetThePaletteAndPointsLieOnTheMap) {
@@ -100,7 +110,7 @@ TEST(MapScene, CategoriesGetThePaletteAndPointsLieOnTheMap) {
                       "DATA: lat=col(source(s), name(\"lat\"))\n"
                       "SOURCE: m=mapSource(vizMap(), showAllFeatures(\"no\"))\n"
                       "ELEMENT: polygon(position(feature(region)), color.interior(kind))\n"
-                      "ELEMENT: point(position(lon*lat))\n"
+                      "ELEMENT: point(position(lon*lat), size(size.\"10px\"))\n"
                       "GUIDE: text.title(label(\"Kinds\"))",
                   true, true);
     doc.setVIZMap("squares", kSquares);
@@ -110,18 +120,20 @@ TEST(MapScene, CategoriesGetThePaletteAndPointsLieOnTheMap) {
           {"East", 1.0, "b", 7.0, 46.0},
           {"Middle Land", 1.0, "a", 400.0, 46.0}});
     auto s = test::scene(doc, &vdp);
-    EXPECT_EQ(feature(s, "West")->fill.hex(), feature(s, "Middle Land")->fill.hex());
-    EXPECT_NE(feature(s, "West")->fill.hex(), feature(s, "East")->fill.hex());
-    EXPECT_EQ(s.withRole("legend-swatch").size(), 2u);
-    auto points = s.withRole("point");
+    EXPECT_EQ(feature(s, "West").fill.hex(), feature(s, "Middle Land").fill.hex());
+    EXPECT_NE(feature(s, "West").fill.hex(), feature(s, "East").fill.hex());
+    EXPECT_EQ(test::marks(s, "legend-swatch").size(), 2u);
+    auto const points = test::marks(s, "point");
     ASSERT_EQ(points.size(), 2u);  // the third lies off the globe
     // The first point is inside the West square.
-    auto const* west = feature(s, "West");
+    auto const west = feature(s, "West");
     double x0 = 1e9, x1 = -1e9;
-    for (auto const& p : west->points) x0 = std::min(x0, p.x), x1 = std::max(x1, p.x);
-    EXPECT_GT(points[0]->x, x0);
-    EXPECT_LT(points[0]->x, x1);
-    EXPECT_EQ(s.withRole("title").size(), 1u);
+    for (auto const& p : west.points) x0 = std::min(x0, p.x), x1 = std::max(x1, p.x);
+    EXPECT_EQ(points[0].w, 5);  // the first mark's radius too
+    EXPECT_EQ(points[1].w, 5);
+    EXPECT_GT(points[0].x, x0);
+    EXPECT_LT(points[0].x, x1);
+    EXPECT_EQ(test::texts(s, "title"), (std::vector<std::string>{"Kinds"}));
     EXPECT_EQ(
         s.warnings,
         (std::vector<std::string>{"line 9: 1 point outside longitude and latitude left out"}));

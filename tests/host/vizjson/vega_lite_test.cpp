@@ -23,7 +23,7 @@ host::chart::Scene draw(host::vizjson::Translation& t) {
 
 std::vector<double> values(host::chart::Scene const& s, std::string const& role) {
     std::vector<double> out;
-    for (auto const* p : s.withRole(role)) out.push_back(p->value);
+    for (auto const& m : test::marks(s, role)) out.push_back(m.value);
     return out;
 }
 
@@ -39,8 +39,7 @@ TEST(VegaLite, BarsOfAnAggregateOverInlineValues) {
     EXPECT_EQ(t.description, "Means");
     auto s = draw(t);
     EXPECT_EQ(values(s, "bar"), (std::vector<double>{3, 5}));
-    ASSERT_EQ(s.withRole("title").size(), 1u);
-    EXPECT_EQ(s.withRole("title")[0]->text, "Means");
+    EXPECT_EQ(test::texts(s, "title"), (std::vector<std::string>{"Means"}));
 }
 
 TEST(VegaLite, AHistogramCountsBinsAndMonthsKeepTheirOrder) {
@@ -61,9 +60,7 @@ TEST(VegaLite, AHistogramCountsBinsAndMonthsKeepTheirOrder) {
     EXPECT_NE(months.gpl.find("sort.values(\"Jan\", \"Feb\", \"Mar\""), std::string::npos)
         << months.gpl;
     auto ms = draw(months);
-    std::vector<std::string> ticks;
-    for (auto const* p : ms.withRole("tick-label-1")) ticks.push_back(p->text);
-    EXPECT_EQ(ticks, (std::vector<std::string>{"Jan", "Mar"}));
+    EXPECT_EQ(test::texts(ms, "tick-label-1"), (std::vector<std::string>{"Jan", "Mar"}));
 }
 
 TEST(VegaLite, RowsFromACsvFileAndWarningsForWhatTheSubsetLacks) {
@@ -112,11 +109,7 @@ TEST(VegaLite, RectsAreHeatMapCellsOfBinnedCounts) {
         ".");
     EXPECT_TRUE(t.warnings.empty()) << t.warnings[0];
     auto s = draw(t);
-    std::vector<double> counts;
-    for (auto const& p : s.items)
-        if (p.kind == host::chart::Primitive::Kind::Rect && p.value > 0 &&
-            p.role != "legend-gradient")
-            counts.push_back(p.value);
+    std::vector<double> counts = values(s, "cell");
     std::sort(counts.begin(), counts.end());
     EXPECT_EQ(counts, (std::vector<double>{1, 2}));
     // Cells of two categories coloured by a value are not drawn, and the warning says so.
@@ -144,7 +137,7 @@ TEST(VegaLite, GeoshapeLayersTakeTheGivenGeoJsonAndColourByAProperty) {
     EXPECT_TRUE(t.warnings.empty()) << t.warnings[0];
     auto s = draw(t);
     EXPECT_EQ(values(s, "feature"), (std::vector<double>{10, 20}));
-    EXPECT_EQ(s.withRole("feature-no-data").size(), 1u);
+    EXPECT_EQ(test::marks(s, "feature-no-data").size(), 1u);
 }
 
 TEST(JsonRows, TimeUnitsCutDatesAndCsvCellsKeepTheirKind) {

@@ -1,4 +1,4 @@
-#include "host/chart/chart_statistics.h"
+#include "host/chart/stats/chart_statistics.h"
 
 #include <algorithm>
 #include <cmath>
@@ -140,7 +140,6 @@ std::vector<double> binEdges(double lo, double hi, std::size_t cases, BinOptions
         return {};
     // A width far too small for the range, or a count far too large, would make millions of
     // bins.
-    constexpr double kMaxBins = 5000;
     double width = options.width > 0 ? options.width : 0;
     double start = lo;
     BinOptions capped = options;

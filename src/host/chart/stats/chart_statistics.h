@@ -28,6 +28,8 @@ struct Sample {
 // Bin edges over [lo, hi]. With `width` and `start` the edges are start + k * width; with only
 // `count`, `count` equal bins from lo to hi; with neither, a round width giving about as many
 // bins as Sturges' rule asks for. Bins are [a, b), the last one [a, b].
+// No more bins than this are made; a width or count asking for more is widened.
+constexpr double kMaxBins = 5000;
 struct BinOptions {
     int count = 0;
     double width = 0;

@@ -1,0 +1,134 @@
+// Lines, paths, areas and polygons: one mark per series and run, broken where a value is
+// missing (unless missing values are interpolated); edges between consecutive points.
+
+#include <algorithm>
+#include <map>
+
+#include "host/chart/frame/frame.h"
+#include "host/chart/geometry/elements.h"
+
+namespace host::chart {
+
+namespace {
+
+const Color kFitColor{0.15, 0.15, 0.15, 1};
+
+struct Run {
+    std::vector<Point> points, bases;
+};
+
+// The rows of each series (colour and series together), in the order the series are met.
+std::vector<std::vector<Row const*>> bySeries(RowSet const& rows) {
+    std::map<std::pair<std::int32_t, std::int32_t>, std::size_t> index;
+    std::vector<std::vector<Row const*>> out;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        Row const& m = rows[i];
+        auto [it, fresh] = index.try_emplace({m.color, m.series}, out.size());
+        if (fresh)
+            out.emplace_back();
+        out[it->second].push_back(&m);
+    }
+    return out;
+}
+
+void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts, Color col) {
+    ElementSpec const& el = d.el;
+    Scene& scene = d.dc.scene;
+    Style st;
+    Role role = Role::Line;
+    MarkKind kind = MarkKind::Polyline;
+    std::vector<Point> outline = run.points;
+    if (el.type == "polygon") {
+        kind = MarkKind::Polygon;
+        role = Role::Polygon;
+        st.fill = col;
+        st.fill.a = d.alpha == 1 ? 0.5 : d.alpha;
+        st.stroke = col;
+        st.strokeWidth = 1.5;
+    } else if (el.type == "area") {
+        kind = MarkKind::Polygon;
+        role = Role::Area;
+        outline.insert(outline.end(), run.bases.rbegin(), run.bases.rend());
+        st.fill = col;
+        if (d.alpha == 1)
+            st.fill.a = 0.85;
+    } else {
+        kind = el.closed ? MarkKind::Polygon : MarkKind::Polyline;
+        role = el.type == "path" ? Role::Path : Role::Line;
+        st.stroke = col;
+        st.strokeWidth = 2;
+        if (el.shape && !el.shape->args.empty() && el.shape->args[0].key() == "shape.dash")
+            st.dash = {6, 4};
+        if (run.points.size() == 1) {  // a lone point of a broken line
+            kind = MarkKind::Circle;
+            st.fill = col;
+            st.size = 2;
+        }
+    }
+    Batch& b = scene.batch(kind, role, st);
+    if (kind == MarkKind::Circle)
+        b.addCircle(run.points[0].x, run.points[0].y, 2);
+    else
+        b.addPath(outline);
+    b.setMeaning(d.categoryKey(*pts.front()), d.colorKey(*pts.front()), 0);
+    if (el.fitLine && pts.back()->label >= 0 && run.points.size() > 1) {
+        // The fit's R squared at the right end of its line.
+        Point e = run.points.back();
+        Batch& t = addText(scene, Role::FitLabel, d.layer.labels[std::size_t(pts.back()->label)],
+                           e.x - 2, e.y - 6, 10, 1, col);
+        t.setMeaning(-1, d.colorKey(*pts.back()), 0);
+    }
+}
+
+}  // namespace
+
+void drawLines(ElementDraw& d) {
+    ElementSpec const& el = d.el;
+    PanelGeometry const& g = d.g;
+    bool categorical = d.dc.scales.xCategorical;
+    for (auto& pts : bySeries(d.rows)) {
+        if (el.type != "path" && el.type != "polygon")
+            std::stable_sort(pts.begin(), pts.end(), [&](Row const* a, Row const* b) {
+                return categorical ? d.layer.x.at(a->x) < d.layer.x.at(b->x) : a->xNum < b->xNum;
+            });
+        std::vector<Run> runs(1);
+        for (auto const* m : pts) {
+            if (m->y == kSysmis) {
+                if (el.missing != "interpolate" && !runs.back().points.empty())
+                    runs.emplace_back();
+                continue;
+            }
+            double c = g.catPos(d.layer, *m), v = g.valuePos(m->y);
+            double b = g.valuePos(el.modifier == "stack" ? m->y0 : g.baseValue());
+            runs.back().points.push_back(g.at(c, v));
+            runs.back().bases.push_back(g.at(c, b));
+        }
+        Color col = d.colorOf(*pts.front());
+        if (el.fitLine && pts.front()->color < 0)
+            col = kFitColor;
+        for (auto const& run : runs)
+            if (!run.points.empty())
+                drawRun(d, run, pts, col);
+    }
+}
+
+void drawEdges(ElementDraw& d) {
+    PanelGeometry const& g = d.g;
+    std::map<std::pair<std::int32_t, std::int32_t>, Row const*> last;
+    for (std::size_t i = 0; i < d.rows.size(); ++i) {
+        Row const& m = d.rows[i];
+        if (m.y == kSysmis)
+            continue;
+        auto [it, fresh] = last.try_emplace({m.color, m.series}, &m);
+        if (!fresh) {
+            Row const& prev = *it->second;
+            Point a = g.at(g.catPos(d.layer, prev), g.valuePos(prev.y));
+            Point b = g.at(g.catPos(d.layer, m), g.valuePos(m.y));
+            addLine(d.dc.scene, Role::Edge, a, b, d.colorOf(m), 1.5)
+                .setMeaning(d.categoryKey(m), d.colorKey(m), 0);
+            it->second = &m;
+        }
+    }
+}
+
+}  // namespace host::chart

@@ -1,0 +1,73 @@
+// Points: circles, or markers of a shape, one batch per shape with the colours per point.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "host/chart/frame/frame.h"
+#include "host/chart/geometry/elements.h"
+
+namespace host::chart {
+
+namespace {
+
+constexpr MarkerShape kShapeCycle[] = {MarkerShape::Circle, MarkerShape::Square,
+                                       MarkerShape::Triangle, MarkerShape::Diamond,
+                                       MarkerShape::Cross};
+
+MarkerShape shapeNamed(std::string const& name) {
+    if (name == "square")
+        return MarkerShape::Square;
+    if (name == "triangle")
+        return MarkerShape::Triangle;
+    if (name == "diamond")
+        return MarkerShape::Diamond;
+    if (name == "cross")
+        return MarkerShape::Cross;
+    return MarkerShape::Circle;
+}
+
+}  // namespace
+
+void drawPoints(ElementDraw& d) {
+    ElementSpec const& el = d.el;
+    PanelGeometry const& g = d.g;
+    double radius = 4;
+    if (el.size && !el.size->args.empty())
+        radius = std::clamp(sizeValue(el.size->args[0], 20, 8), 1.0, 50.0) / 2;
+    MarkerShape fixedShape = MarkerShape::Circle;
+    if (el.shape && !el.shape->args.empty() &&
+        el.shape->args[0].name.find('.') != std::string::npos)
+        fixedShape = shapeNamed(el.shape->args[0].key().substr(6));
+    // One batch per shape, made as the shape is first met.
+    std::size_t batches[std::size(kShapeCycle)];
+    std::fill(std::begin(batches), std::end(batches), SIZE_MAX);
+    Scene& scene = d.dc.scene;
+    for (std::size_t i = 0; i < d.rows.size(); ++i) {
+        Row const& m = d.rows[i];
+        if (m.y == kSysmis)
+            continue;
+        MarkerShape shape = fixedShape;
+        if (m.shape >= 0)
+            shape = kShapeCycle[std::size_t(std::max(0, d.layer.shape.at(m.shape))) %
+                                std::size(kShapeCycle)];
+        std::size_t& index = batches[std::size_t(shape)];
+        if (index == SIZE_MAX) {
+            index = scene.batches.size();
+            Batch& b = scene.batches.emplace_back();
+            b.kind = shape == MarkerShape::Circle ? MarkKind::Circle : MarkKind::Marker;
+            b.role = Role::Point;
+            b.style.shape = shape;
+            b.style.size = radius;
+            b.style.fill = d.colorOf(m);
+            b.reserve(d.rows.size());
+        }
+        Batch& b = scene.batches[index];
+        double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
+        b.addCircle(g.tr ? v : c, g.tr ? c : v, radius);
+        b.setFill(d.colorOf(m));
+        b.setMeaning(d.categoryKey(m), d.colorKey(m), m.y);
+    }
+}
+
+}  // namespace host::chart

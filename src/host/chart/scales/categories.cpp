@@ -1,0 +1,83 @@
+#include "host/chart/scales/categories.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <unordered_set>
+
+namespace host::chart {
+
+namespace {
+
+bool allNumbers(std::vector<std::string> const& keys) {
+    for (auto const& k : keys) {
+        char* end = nullptr;
+        std::strtod(k.c_str(), &end);
+        if (k.empty() || *end != '\0')
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int CatScale::index(std::string const& key) const {
+    auto it = index_.find(key);
+    return it == index_.end() ? -1 : it->second;
+}
+
+std::string CatScale::label(std::string const& key) const {
+    auto it = labels.find(key);
+    return it == labels.end() ? key : it->second;
+}
+
+void CatScale::reindex() {
+    index_.clear();
+    for (std::size_t i = 0; i < keys.size(); ++i) index_.try_emplace(keys[i], int(i));
+}
+
+CatScale trainCategories(std::vector<std::string> values, ChartVariableRecord const* var,
+                         ScaleSpec const* scale, bool numeric) {
+    CatScale s;
+    if (scale)
+        for (auto const& v : scale->includeValues) values.push_back(v);
+    {
+        std::unordered_set<std::string> distinct;
+        std::vector<std::string> once;
+        for (auto& v : values)
+            if (distinct.insert(v).second)
+                once.push_back(std::move(v));
+        values = std::move(once);
+    }
+    numeric = numeric && allNumbers(values);
+    if (numeric) {
+        std::vector<std::pair<double, std::string>> byValue;
+        byValue.reserve(values.size());
+        for (auto& v : values) byValue.emplace_back(std::strtod(v.c_str(), nullptr), std::move(v));
+        std::stable_sort(byValue.begin(), byValue.end(),
+                         [](auto const& a, auto const& b) { return a.first < b.first; });
+        values.clear();
+        for (auto& [n, v] : byValue) values.push_back(std::move(v));
+    } else {
+        std::sort(values.begin(), values.end());
+    }
+    if (scale && !scale->sortValues.empty()) {
+        std::unordered_set<std::string> present(values.begin(), values.end()), placed;
+        std::vector<std::string> ordered;
+        for (auto const& v : scale->sortValues)
+            if (present.count(v) && placed.insert(v).second)
+                ordered.push_back(v);
+        for (auto const& v : values)
+            if (!placed.count(v))
+                ordered.push_back(v);
+        values = std::move(ordered);
+    }
+    if (scale && scale->reverse)
+        std::reverse(values.begin(), values.end());
+    s.keys = std::move(values);
+    s.reindex();
+    if (var)
+        for (auto const& r : var->relabels) s.labels[r.value] = r.label;
+    return s;
+}
+
+}  // namespace host::chart

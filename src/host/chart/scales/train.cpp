@@ -1,0 +1,199 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "host/chart/frame/frame.h"
+#include "host/chart/scales/scales.h"
+
+namespace host::chart {
+
+namespace {
+
+// The keys a table's codes are used for by rows, each once.
+template <typename Code>
+void seen(KeyTable const& table, std::vector<Row> const& rows, Code code,
+          std::vector<std::string>& out) {
+    if (table.keys.empty())
+        return;
+    std::vector<char> used(table.keys.size(), 0);
+    for (auto const& r : rows) {
+        std::int32_t c = code(r);
+        if (c >= 0 && std::size_t(c) < used.size())
+            used[std::size_t(c)] = 1;
+    }
+    for (std::size_t i = 0; i < used.size(); ++i)
+        if (used[i])
+            out.push_back(table.keys[i]);
+}
+
+void place(KeyTable& table, CatScale const& scale) {
+    table.scaleIndex.resize(table.keys.size());
+    for (std::size_t i = 0; i < table.keys.size(); ++i)
+        table.scaleIndex[i] = scale.index(table.keys[i]);
+}
+
+ScaleSpec const* scaleOf(Spec const& spec, int dim) {
+    auto it = spec.scales.find(dim);
+    return it == spec.scales.end() ? nullptr : &it->second;
+}
+
+}  // namespace
+
+Scales trainCategoricalScales(Layers& ls, Spec const& spec) {
+    std::vector<std::string> xs, clusters, panels, panelRows, colors, shapes;
+    bool xTexts = false, colorTexts = false;
+    for (auto const& l : ls.layers) {
+        if (l.x.var) {
+            seen(
+                l.x, l.rows, [](Row const& r) { return r.x; }, xs);
+            xTexts |= l.x.texts;
+        }
+        seen(
+            l.cluster, l.rows, [](Row const& r) { return r.cluster; }, clusters);
+        seen(
+            l.panelCol, l.rows, [](Row const& r) { return r.panelCol; }, panels);
+        seen(
+            l.panelRow, l.rows, [](Row const& r) { return r.panelRow; }, panelRows);
+        seen(
+            l.color, l.rows, [](Row const& r) { return r.color; }, colors);
+        seen(
+            l.shape, l.rows, [](Row const& r) { return r.shape; }, shapes);
+        colorTexts |= l.color.texts;
+    }
+    Scales s;
+    s.xCategorical = ls.xCategorical;
+    s.x = trainCategories(xs, ls.xVar, scaleOf(spec, 1), !xTexts);
+    s.cluster = trainCategories(clusters, ls.clusterVar, scaleOf(spec, 3), true);
+    s.panelCol = trainCategories(panels, ls.panelVar, nullptr, true);
+    s.panelRow = trainCategories(panelRows, ls.panelRowVar, nullptr, true);
+    s.color = trainCategories(colors, ls.colorVar, nullptr, !colorTexts);
+    s.shape = trainCategories(shapes, nullptr, nullptr, true);
+    for (auto const& [k, l] : ls.seriesLabels) s.color.labels["\x1e" + k] = l;
+    for (auto& l : ls.layers) {
+        place(l.x, s.x);
+        place(l.cluster, s.cluster);
+        place(l.panelCol, s.panelCol);
+        place(l.panelRow, s.panelRow);
+        place(l.color, s.color);
+        place(l.shape, s.shape);
+    }
+    return s;
+}
+
+std::string scaleLimits(Scales const& s, Layers const& ls) {
+    int line = ls.layers.empty() ? 0 : ls.layers.front().element->line;
+    auto counted = [](std::size_t n) { return formatNumber(double(n), NumberFormat{}); };
+    std::size_t axis = std::max(s.x.size(), s.cluster.size());
+    if (axis > kMaxAxisCategories)
+        return fmt::format(
+            "line {}: the first dimension has {} categories, more than the {} an axis can show; "
+            "the chart is not drawn",
+            line, counted(axis), counted(kMaxAxisCategories));
+    std::size_t panels =
+        std::max<std::size_t>(1, s.panelCol.size()) * std::max<std::size_t>(1, s.panelRow.size());
+    if (panels > kMaxPanels)
+        return fmt::format(
+            "line {}: the page is too small for {} panels (a chart shows at most {}); the chart "
+            "is not drawn",
+            line, counted(panels), counted(kMaxPanels));
+    if (s.color.size() > kMaxAxisCategories)
+        return fmt::format(
+            "line {}: the colour has {} categories, more than the {} a legend can show; the "
+            "chart is not drawn",
+            line, counted(s.color.size()), counted(kMaxAxisCategories));
+    return {};
+}
+
+void dropUnshowable(Layers& ls, Spec const& spec, std::vector<std::string>& warnings) {
+    ScaleSpec const* ys = scaleOf(spec, 2);
+    ScaleSpec const* xs = scaleOf(spec, 1);
+    bool yLog = ys && ys->type == "log", xLog = xs && xs->type == "log" && !ls.xCategorical;
+    if (!yLog && !xLog)
+        return;
+    for (auto& l : ls.layers) {
+        std::size_t before = l.rows.size();
+        std::erase_if(l.rows, [&](Row const& r) {
+            bool badY = yLog && r.y != kSysmis && (r.y <= 0 || (r.ranged && r.y0 <= 0));
+            bool badX = xLog && r.xNum <= 0;
+            return badY || badX;
+        });
+        if (std::size_t dropped = before - l.rows.size())
+            warnings.push_back(fmt::format(
+                "line {}: {} value{} at or below zero cannot be shown on a log scale and {} left "
+                "out",
+                l.element->line, dropped, dropped == 1 ? "" : "s", dropped == 1 ? "is" : "are"));
+    }
+}
+
+void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
+    double yLo = std::numeric_limits<double>::infinity(), yHi = -yLo;
+    double xLo = yLo, xHi = -yLo;
+    bool anyBar = false, anyBinnedX = false;
+    for (auto const& l : ls.layers) {
+        bool bar = l.element->type == "interval" || l.element->type == "area";
+        for (auto const& m : l.rows) {
+            anyBinnedX |= m.binned;
+            if (m.y == kSysmis)
+                continue;
+            // Bars stand on zero; intervals and cells span only their own range.
+            bool fromBase = bar && !m.ranged;
+            anyBar |= fromBase;
+            bool withY0 = fromBase || m.ranged;
+            yLo = std::min({yLo, m.y, withY0 ? m.y0 : m.y});
+            yHi = std::max({yHi, m.y, withY0 ? m.y0 : m.y});
+            if (m.extra >= 0 && !m.binned) {
+                BoxStats const& b = l.boxes[std::size_t(m.extra)];
+                yLo = std::min(yLo, b.lowerWhisker);
+                yHi = std::max(yHi, b.upperWhisker);
+                for (auto const& o : b.outliers) {
+                    yLo = std::min(yLo, o.value);
+                    yHi = std::max(yHi, o.value);
+                }
+            }
+            if (!s.xCategorical) {
+                Bin const* bin = m.binned ? &l.bins[std::size_t(m.extra)] : nullptr;
+                xLo = std::min({xLo, m.xNum, bin ? bin->x0 : m.xNum});
+                xHi = std::max({xHi, m.xNum, bin ? bin->x1 : m.xNum});
+            }
+        }
+    }
+    for (auto const& r : spec.refLines) {
+        if (r.dim == 2)
+            yLo = std::min(yLo, r.value), yHi = std::max(yHi, r.value);
+        else if (!s.xCategorical)
+            xLo = std::min(xLo, r.value), xHi = std::max(xHi, r.value);
+    }
+    ScaleSpec const* yScale = scaleOf(spec, 2);
+    ScaleSpec const* xScale = scaleOf(spec, 1);
+    if (!std::isfinite(yLo))
+        yLo = 0, yHi = 1;
+    if (anyBar && !(yScale && yScale->type == "log")) {
+        yLo = std::min(yLo, 0.0);
+        yHi = std::max(yHi, 0.0);
+    }
+    // Bars and areas get a round domain from their base; points and lines a small margin so
+    // that marks at the ends are not cut by the axes.
+    auto pad = [](double& lo, double& hi, ScaleSpec const* sc) {
+        if (sc && sc->type == "log")
+            return;
+        double d = (hi / 2 - lo / 2) * 0.1;
+        if (!(sc && sc->hasMin) && std::isfinite(lo - d))
+            lo -= d;
+        if (!(sc && sc->hasMax) && std::isfinite(hi + d))
+            hi += d;
+    };
+    if (!anyBar && !ls.anyCells)
+        pad(yLo, yHi, yScale);
+    s.yLin = trainLinear(yLo, yHi, yScale, &spec.axes[2], anyBar);
+    if (!s.xCategorical) {
+        if (!std::isfinite(xLo))
+            xLo = 0, xHi = 1;
+        if (!anyBinnedX)  // bins end where their edges end
+            pad(xLo, xHi, xScale);
+        s.xLin = trainLinear(xLo, xHi, xScale, &spec.axes[1], false);
+    }
+}
+
+}  // namespace host::chart
