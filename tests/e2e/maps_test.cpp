@@ -221,6 +221,11 @@ TEST_F(MapJobs, AJsonTemplateWithAMissingGeoJsonFileWarnsOnceAndDrawsOneChart) {
     ASSERT_EQ(charts.size(), 1u);
     EXPECT_EQ(marks(charts[0], "feature"), 2u);
     EXPECT_EQ(warnings(items), (std::vector<std::string>{"File two.geojson has no access..."}));
+
+    // GeoJSON files without a template: the route ends at the template, whose name is empty.
+    json alone = run("GGRAPH /GRAPHSPEC SOURCE=GEOJSONFILE(\"one.geojson\").\n");
+    EXPECT_TRUE(ofKind(alone, "chart").empty());
+    EXPECT_EQ(warnings(alone), (std::vector<std::string>{"File  has no access..."}));
 }
 
 }  // namespace
