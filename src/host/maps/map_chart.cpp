@@ -247,31 +247,45 @@ std::optional<ColorSpec> readColor(Node const& element, std::vector<std::string>
     return std::nullopt;
 }
 
+std::string weightName(ChartModel const& model, std::string const& source) {
+    for (auto const& v : model.variables)
+        if (v.weight && v.source == source)
+            return v.name;
+    for (auto const& st : model.program.statements)
+        if (st.keyword == "SOURCE" && st.target == source)
+            if (auto const* w = st.body.find("weight");
+                w && !w->args.empty() && w->args[0].kind == Node::Kind::Name)
+                return w->args[0].name;
+    return {};
+}
+
 // Folds the values of the rows that name one feature as the colour asks.
 struct Accumulator {
-    double sum = 0, min = std::numeric_limits<double>::infinity(), max = -min, last = 0;
-    std::size_t count = 0, valued = 0;
+    double sum = 0, weight = 0, min = std::numeric_limits<double>::infinity(), max = -min, last = 0;
+    double count = 0;
+    std::size_t valued = 0;
     std::string category;
-    void add(double v, std::string const& cat) {
-        ++count;
+    // A case counts as often as its weight says.
+    void add(double v, std::string const& cat, double w) {
+        count += w;
         if (!cat.empty())
             category = cat;
         if (std::isnan(v))
             return;
         ++valued;
-        sum += v, last = v;
+        sum += w * v, weight += w, last = v;
         min = std::min(min, v), max = std::max(max, v);
     }
     std::optional<double> result(ColorSpec::Summary s) const {
         switch (s) {
             case ColorSpec::Summary::Count:
-                return static_cast<double>(count);
+                return count;
             case ColorSpec::Summary::Value:
                 return valued ? std::optional(last) : std::nullopt;
             case ColorSpec::Summary::Sum:
                 return valued ? std::optional(sum) : std::nullopt;
             case ColorSpec::Summary::Mean:
-                return valued ? std::optional(sum / valued) : std::nullopt;
+                return valued && weight > 0 ? std::optional(sum / weight) : std::nullopt;
             case ColorSpec::Summary::Min:
                 return valued ? std::optional(min) : std::nullopt;
             case ColorSpec::Summary::Max:
@@ -338,6 +352,16 @@ void drawFeatures(Context& cx, Node const& element, int line, FeatureMap const& 
             if (!values)
                 cx.warn(line, error);
         }
+        // The source's weight: the one the command added, or userSource's weight().
+        std::optional<Column> weights;
+        if (keys) {
+            std::string const name = weightName(cx.model, keys->var->source);
+            if (!name.empty()) {
+                weights = readColumn(cx.model, cx.data, name, error);
+                if (!weights)
+                    cx.warn(line, error);
+            }
+        }
         if (!keys) {
             cx.warn(line, error);
         } else {
@@ -353,11 +377,14 @@ void drawFeatures(Context& cx, Node const& element, int line, FeatureMap const& 
                         unmatched.push_back(keys->text[r]);
                     continue;
                 }
+                double const w = weights && r < weights->number.size() ? weights->number[r] : 1;
+                if (!(w > 0))
+                    continue;  // a case whose weight is missing or not positive is left out
                 named[f] = true;
                 double v = values && r < values->number.size() ? values->number[r] : std::nan("");
                 std::string cat =
                     values && r < values->text.size() ? values->text[r] : std::string();
-                acc[f].add(v, cat);
+                acc[f].add(v, cat, w);
             }
             categorical =
                 values && values->categorical && color->summary == ColorSpec::Summary::Value;

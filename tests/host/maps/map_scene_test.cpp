@@ -103,6 +103,30 @@ TEST(MapScene, WithoutShowAllFeaturesOnlyFeaturesWithDataAreDrawn) {
     EXPECT_EQ(roleOf(s, "Middle Land"), "");
 }
 
+TEST(MapScene, SummariesOfAWeightedSourceCountEachCaseByItsWeight) {
+    std::string const gpl =
+        "SOURCE: s=userSource(id(\"graphdataset\"), weight(w))\n"
+        "DATA: region=col(source(s), name(\"region\"), unit.category())\n"
+        "DATA: v=col(source(s), name(\"v\"))\n"
+        "DATA: w=col(source(s), name(\"w\"))\n"
+        "SOURCE: m=mapSource(vizMap())\n";
+    VarDataProcessor vdp;
+    fill(vdp, "graphdataset", {"region", "v", "w"},
+         {{"East", 2.0, 1.0}, {"East", 4.0, 3.0}, {"West", 9.0, 0.0}});
+    XDocument mean(
+        gpl + "ELEMENT: polygon(position(feature(region)), color.interior(summary.mean(v)))", true,
+        true);
+    mean.setVIZMap("squares", kSquares);
+    auto s = test::scene(mean, &vdp);
+    EXPECT_EQ(feature(s, "East").value, 3.5);
+    EXPECT_EQ(roleOf(s, "West"), "");  // its one case weighs nothing
+    XDocument count(
+        gpl + "ELEMENT: polygon(position(feature(region)), color.interior(summary.count()))", true,
+        true);
+    count.setVIZMap("squares", kSquares);
+    EXPECT_EQ(feature(test::scene(count, &vdp), "East").value, 4);
+}
+
 TEST(MapScene, CategoriesGetThePaletteAndPointsLieOnTheMap) {
     XDocument doc(kHead +
                       "DATA: kind=col(source(s), name(\"kind\"), unit.category())\n"
