@@ -145,7 +145,34 @@ GGRAPH
      MAPPING("x"="jobcat" "y"="MEAN_salary" "color"="gender"))
      LABEL="Mean salary by category and gender (template)".
 
-* 12. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 12. A map from a template: mean revenue of the stores of each state (examples/data/stores.csv,
+* the dataset "stores"), joined to the shipped map of the states by name; Alaska and Hawaii as
+* insets.
+GGRAPH
+  /GRAPHDATASET NAME="bystate" DATASET="stores" VARIABLES=state MEAN(revenue)
+  /GRAPHSPEC SOURCE=VIZTEMPLATE(NAME="Choropleth of Means"[LOCATION=LOCAL]
+     MAPPING("key"="state" "color"="MEAN_revenue"))
+     VIZMAP="UnitedStates"[LOCATION=LOCAL TYPE=DATA MAPKEY="name" SHOWALLFEATURES=YES]
+     LABEL="Mean store revenue by state".
+
+* 13. A world map of mean growth over two years (examples/data/countries.csv, the dataset
+* "countries"); countries without figures are grey.
+GGRAPH
+  /GRAPHDATASET NAME="bycountry" DATASET="countries" VARIABLES=country MEAN(growth)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean growth by country".
+BEGIN GPL
+  SOURCE: s = userSource(id("bycountry"))
+  SOURCE: m = mapSource(map("World"), showAllFeatures())
+  DATA: country = col(source(s), name("country"), unit.category())
+  DATA: growth = col(source(s), name("MEAN_growth"))
+  PAGE: begin(scale(800px, 450px))
+  GUIDE: text.title(label("Mean growth, 2022 and 2023"))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Growth (%)"))
+  ELEMENT: polygon(position(feature(country)), color.interior(growth))
+  PAGE: end()
+END GPL.
+
+* 14. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

@@ -8,6 +8,7 @@ rm -rf "$out"
 bash "$root/scripts/make-example-data.sh" >/dev/null
 status=0
 "$root/$build/src/cli/ggraph" run "$root/examples/demo.sps" --data "$root/examples/data/employees.csv" \
+  --dataset stores="$root/examples/data/stores.csv" --dataset countries="$root/examples/data/countries.csv" \
   --out "$out" || status=$?
 # The demo job holds one deliberate mistake, so an exit status of 1 is expected here.
 if [ "$status" -gt 1 ]; then

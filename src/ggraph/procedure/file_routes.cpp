@@ -7,6 +7,7 @@
 #include "ggraph/procedure/report.h"
 #include "platform/chart.h"
 #include "platform/client.h"
+#include "platform/lume.h"
 #include "platform/messages.h"
 
 namespace ggraph {
@@ -52,6 +53,37 @@ RouteResult runVizmlFileRoute(RouteContext& context, GraphSpec& spec, XViZTempla
     auto* document = new XDocument(text);
     attachStyleSheet(*document, styleSheet);
     return completeAndSend(context, spec, document);
+}
+
+RouteResult runVizJsonFileRoute(RouteContext& context, GraphSpec& spec) {
+    xLume lume;
+    if (!lume.setViZJSON(spec.GetViZJSONFile())) {
+        reportNoAccess(spec.GetViZJSONFile());
+        return RouteResult::Next;
+    }
+    ChartString const label = outputLabel(context, spec);
+    lume.SetDescription(label.xc_str());
+    lume.sendChart();
+    return RouteResult::Next;
+}
+
+RouteResult runVizJsonTemplateRoute(RouteContext& context, GraphSpec& spec) {
+    xLume lume;
+    // GEOJSONFILE sources without a VIZJSONTEMPLATE end here, with an empty name.
+    std::string const text = FetchFile().fetch(spec.GetViZJSONTemplate(), true, true);
+    if (text.empty()) {
+        reportNoAccess(spec.GetViZJSONTemplate());
+        return RouteResult::Next;
+    }
+    lume.setViZJSONTemplate(text);
+    // A GeoJSON file that can't be read is reported and passed over; the chart goes out anyway.
+    for (unsigned long i = 0; i < spec.getNumGeoJSONFiles(); ++i)
+        if (!lume.addGeoJSON(spec.getGEOJSONFile(i)))
+            reportNoAccess(spec.getGEOJSONFile(i));
+    ChartString const label = outputLabel(context, spec);
+    lume.SetDescription(label.xc_str());
+    lume.sendChart();
+    return RouteResult::Next;
 }
 
 RouteResult runImageFileRoute(RouteContext& context, GraphSpec& spec) {

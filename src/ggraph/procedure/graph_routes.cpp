@@ -7,29 +7,9 @@
 #include "ggraph/procedure/chart_document_route.h"
 #include "ggraph/procedure/file_routes.h"
 #include "ggraph/model/graph_spec.h"
-#include "ggraph/procedure/report.h"
 #include "ggraph/procedure/viz_template_route.h"
 
 namespace ggraph {
-namespace {
-
-constexpr char kRouteNotSupported[] =
-    "The graph from GRAPHSPEC source ^1 is not drawn: this build does not support that source yet.";
-
-char const* sourceKeyword(GraphSpec::SOURCE source) {
-    switch (source) {
-        case GraphSpec::SOURCE_INLINE: return "INLINE";
-        case GraphSpec::SOURCE_GPLFILE: return "GPLFILE";
-        case GraphSpec::SOURCE_VIZMLFILE: return "VIZMLFILE";
-        case GraphSpec::SOURCE_VIZJSONFILE: return "VIZJSONFILE";
-        case GraphSpec::SOURCE_VIZJSONTEMPLATE: return "VIZJSONTEMPLATE";
-        case GraphSpec::SOURCE_IMAGEFILE: return "IMAGEFILE";
-        case GraphSpec::SOURCE_PMMLFILE: return "PMMLFILE";
-    }
-    return "";
-}
-
-}  // namespace
 
 bool runDataPhase(RouteContext& context, ProcedureDataSource& dataSource) {
     context.observer = std::make_unique<GGraphDataObserver>(*context.settings, &dataSource);
@@ -47,11 +27,8 @@ RouteResult runRoute(RouteContext& context, GraphSpec& spec, XViZTemplate& style
         case GraphSpec::SOURCE_IMAGEFILE: return runImageFileRoute(context, spec);
         case GraphSpec::SOURCE_PMMLFILE: return runPmmlFileRoute(context, spec);
         case GraphSpec::SOURCE_VIZTEMPLATE: return runVizTemplateRoute(context, spec);
-        case GraphSpec::SOURCE_VIZJSONFILE:
-        case GraphSpec::SOURCE_VIZJSONTEMPLATE:
-            // JSON charts need a renderer this host does not have yet.
-            report(kWarning, kRouteNotSupported, {sourceKeyword(spec.getSource())});
-            return RouteResult::Next;
+        case GraphSpec::SOURCE_VIZJSONFILE: return runVizJsonFileRoute(context, spec);
+        case GraphSpec::SOURCE_VIZJSONTEMPLATE: return runVizJsonTemplateRoute(context, spec);
     }
     // A source outside the known ones is passed over without a message.
     return RouteResult::Next;

@@ -19,6 +19,14 @@ struct FunctionDef {
 // Every GPL function the engine knows, and whether it is drawn yet.
 constexpr FunctionDef kFunctions[] = {
     {"usersource", Support::Drawn},
+    {"mapsource", Support::Drawn},
+    {"vizmap", Support::Drawn},
+    {"vizrefmap", Support::Drawn},
+    {"key", Support::Drawn},
+    {"showallfeatures", Support::Drawn},
+    {"reference", Support::Drawn},
+    {"feature", Support::Drawn},
+    {"project", Support::Drawn},
     {"id", Support::Drawn},
     {"missing.listwise", Support::Drawn},
     {"missing.pairwise", Support::Drawn},
@@ -301,13 +309,16 @@ void buildFromGpl(ChartModel& model, std::string const& gpl) {
         if (st.keyword == "SOURCE") {
             SourceRecord s;
             s.name = st.target;
-            s.kind = body.key() == "csvsource" ? "csvSource" : "userSource";
+            s.kind = body.key() == "csvsource"   ? "csvSource"
+                     : body.key() == "mapsource" ? "mapSource"
+                                                 : "userSource";
             s.id = stringArg(body.find(s.kind == "csvSource" ? "file" : "id"));
             s.weighted = body.find("weight") != nullptr;
             if (body.kind != gpl::Node::Kind::Call ||
-                (body.key() != "usersource" && body.key() != "csvsource"))
+                (body.key() != "usersource" && body.key() != "csvsource" &&
+                 body.key() != "mapsource"))
                 fail(body.line, body.column,
-                     fmt::format("expected userSource(...) or csvSource(...) for source '{}'",
+                     fmt::format("expected userSource(...), csvSource(...) or mapSource(...) for source '{}'",
                                  st.target));
             else
                 model.sources.push_back(s);

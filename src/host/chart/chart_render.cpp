@@ -1,4 +1,5 @@
 #include "host/chart/chart_render.h"
+#include "host/maps/map_chart.h"
 
 #include "host/chart/geometry/draw.h"
 #include "host/chart/layer/layer.h"
@@ -21,6 +22,8 @@ TextSize FixedTextMeasurer::measure(std::string const& text, double fontSize, bo
 
 Scene buildScene(ChartModel const& model, VarDataProcessor const* data,
                  TextMeasurer const& measurer) {
+    if (maps::drawsMap(model))
+        return maps::buildMapScene(model, data, measurer);
     Scene scene;
     Spec spec = readSpec(model.program, scene.warnings);
     scene.width = spec.width;

@@ -7,6 +7,7 @@
 #include "host/chart/chart_model.h"
 #include "host/chart/template_library.h"
 #include "host/files/file_io.h"
+#include "host/maps/map_library.h"
 #include "host/output/document.h"
 #include "platform/chart.h"
 
@@ -127,10 +128,14 @@ std::string XViZTemplate::getRefMapContents() const {
     return mapContents(refMap_);
 }
 
-// A map in a repository folder is the file of that name there. The map library of LOCAL maps
-// is not part of this host yet: nothing is found.
+// A map in a repository folder is the file of that name there; a local map is the map library's
+// map of that name (or a GeoJSON file at that path).
 std::string XViZTemplate::mapContents(MapName const& map) {
-    if (map.name.empty() || map.location != LOCATION_REPOSITORY)
+    if (map.name.empty())
+        return {};
+    if (map.location == LOCATION_LOCAL)
+        return host::maps::mapText(map.name);
+    if (map.location != LOCATION_REPOSITORY)
         return {};
     auto read = host::files::readFile(host::files::resolve(map.directory) / map.name);
     return read.ok ? read.bytes : std::string();

@@ -42,8 +42,8 @@ TEST(GplLeniency, SurplusCloseInsideAStatementKeepsTheArgumentsAfterIt) {
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "v", "n"}, {{"a", "x", 1.0}, {"a", "y", 2.0}, {"b", "x", 3.0}});
     auto s = test::scene(doc, &vdp);
-    EXPECT_EQ(s.withRole("bar").size(), 3u);
-    EXPECT_FALSE(s.withRole("legend-label").empty());  // the colour was read
+    EXPECT_EQ(test::marks(s, "bar").size(), 3u);
+    EXPECT_FALSE(test::marks(s, "legend-label").empty());  // the colour was read
     EXPECT_NE(warnings(doc).find("line 5, column 38"), std::string::npos) << warnings(doc);
 }
 
@@ -76,7 +76,7 @@ TEST(GplLeniency, NameBrokenOverTwoLinesIsOneName) {
         true, true);
     VarDataProcessor vdp;
     fill(vdp, "g", {"region", "m"}, {{"n", 10.0}, {"s", 20.0}});
-    EXPECT_EQ(test::scene(doc, &vdp).withRole("bar").size(), 2u);
+    EXPECT_EQ(test::marks(test::scene(doc, &vdp), "bar").size(), 2u);
     EXPECT_NE(warnings(doc).find("line 6, column 5"), std::string::npos) << warnings(doc);
 }
 
@@ -89,7 +89,7 @@ TEST(GplLeniency, UndeclaredNameIsAColumnOfTheOnlyUserSource) {
     VarDataProcessor vdp;
     fill(vdp, "g", {"c", "count"}, {{"a", 4.0}, {"b", 6.0}});
     auto s = test::scene(doc, &vdp);
-    EXPECT_EQ(s.withRole("bar").size(), 2u);
+    EXPECT_EQ(test::marks(s, "bar").size(), 2u);
     EXPECT_NE(warnings(doc).find("line 3, column 30: variable 'count' is used but never declared; "
                                  "it is read from the column 'count' of source 's'"),
               std::string::npos)

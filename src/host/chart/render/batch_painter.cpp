@@ -217,10 +217,18 @@ void paintRects(cairo_t* cr, Batch const& b) {
 
 void paintPaths(cairo_t* cr, Batch const& b) {
     bool closed = b.kind == MarkKind::Polygon;
+    cairo_set_fill_rule(cr, b.rings.empty() ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
+    auto ring = b.rings.begin();
     for (std::size_t i = 0; i < b.size(); ++i) {
         cairo_new_path(cr);
-        for (std::size_t k = b.start[i]; k < b.pointsEnd(i); ++k)
-            (k > b.start[i] ? cairo_line_to : cairo_move_to)(cr, b.points[k].x, b.points[k].y);
+        for (std::size_t k = b.start[i]; k < b.pointsEnd(i); ++k) {
+            bool const starts = k == b.start[i] || (ring != b.rings.end() && *ring == k);
+            if (starts && k > b.start[i]) {
+                cairo_close_path(cr);
+                ++ring;
+            }
+            (starts ? cairo_move_to : cairo_line_to)(cr, b.points[k].x, b.points[k].y);
+        }
         if (closed) {
             cairo_close_path(cr);
             fillPath(cr, b.fillAt(i));

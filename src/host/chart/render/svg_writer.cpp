@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "host/chart/layout/text_metrics.h"
@@ -44,6 +46,21 @@ void points(std::string& out, std::vector<Point> const& pts, std::size_t from, s
                        pts[k].y);
 }
 
+// The rings of polygon `i` as one path, so that holes stay open under the even-odd rule.
+void ringPath(std::string& out, Batch const& b, std::size_t i) {
+    auto ring = std::lower_bound(b.rings.begin(), b.rings.end(), b.start[i]);
+    for (std::size_t k = b.start[i]; k < b.pointsEnd(i); ++k) {
+        bool const starts = k == b.start[i] || (ring != b.rings.end() && *ring == k);
+        if (starts && k > b.start[i]) {
+            out += 'Z';
+            ++ring;
+        }
+        fmt::format_to(std::back_inserter(out), "{}{:.2f},{:.2f}", starts ? "M" : " ",
+                       b.points[k].x, b.points[k].y);
+    }
+    out += 'Z';
+}
+
 void writeMark(std::string& out, Batch const& b, std::size_t i, char const* cls,
                std::string const& stroke) {
     auto sink = std::back_inserter(out);
@@ -74,6 +91,13 @@ void writeMark(std::string& out, Batch const& b, std::size_t i, char const* cls,
                            "\" fill=\"none\"{} stroke-linejoin=\"round\"/>\n", stroke);
             break;
         case MarkKind::Polygon:
+            if (!b.rings.empty()) {
+                fmt::format_to(sink, "<path class=\"{}\" d=\"", cls);
+                ringPath(out, b, i);
+                fmt::format_to(std::back_inserter(out), "\" fill-rule=\"evenodd\"{}{}/>\n",
+                               paint("fill", b.fillAt(i)), stroke);
+                break;
+            }
             fmt::format_to(sink, "<polygon class=\"{}\" points=\"", cls);
             points(out, b.points, b.start[i], b.pointsEnd(i));
             fmt::format_to(std::back_inserter(out), "\"{}{}/>\n", paint("fill", b.fillAt(i)),

@@ -53,8 +53,13 @@ constexpr char const* kRoleNames[] = {
     "outlier-label",
     "reference-line",
     "reference-label",
+    "feature",
+    "feature-no-data",
+    "reference",
+    "legend-gradient",
+    "legend-tick",
 };
-static_assert(std::size(kRoleNames) == std::size_t(Role::ReferenceLabel) + 1);
+static_assert(std::size(kRoleNames) == std::size_t(Role::LegendTick) + 1);
 
 Role byDim(int dim, Role first, Role second) {
     return dim == 1 ? first : second;
@@ -126,10 +131,11 @@ void Batch::addRect(double px, double py, double pw, double ph) {
 void Batch::addCircle(double px, double py, double r) {
     x.push_back(px);
     y.push_back(py);
-    if (w.empty() && r != style.size)
-        w.assign(count, style.size);
-    if (!w.empty())
+    // Radii are kept once one differs from the style's; the first such circle may be the first.
+    if (!w.empty() || r != style.size) {
+        w.resize(count, style.size);
         w.push_back(r);
+    }
     ++count;
 }
 
@@ -143,6 +149,20 @@ void Batch::addText(double px, double py, std::string t) {
 void Batch::addPath(std::vector<Point> const& pts) {
     start.push_back(static_cast<std::uint32_t>(points.size()));
     points.insert(points.end(), pts.begin(), pts.end());
+    ++count;
+}
+
+void Batch::addRings(std::vector<std::vector<Point>> const& parts) {
+    start.push_back(static_cast<std::uint32_t>(points.size()));
+    bool first = true;
+    for (auto const& ring : parts) {
+        if (ring.empty())
+            continue;
+        if (!first)
+            rings.push_back(static_cast<std::uint32_t>(points.size()));
+        first = false;
+        points.insert(points.end(), ring.begin(), ring.end());
+    }
     ++count;
 }
 

@@ -67,6 +67,11 @@ enum class Role : std::uint8_t {
     OutlierLabel,
     ReferenceLine,
     ReferenceLabel,
+    Feature,         // a map feature coloured by its data
+    FeatureNoData,   // a map feature that no row names, in grey
+    MapReference,    // a feature of a reference map, behind the data
+    LegendGradient,  // a slice of a gradient bar
+    LegendTick,
 };
 
 char const* roleName(Role role);
@@ -110,6 +115,9 @@ struct Batch {
     std::vector<double> x, y, w, h;
     std::vector<std::uint32_t> start;
     std::vector<Point> points;
+    // Polygon: where a further ring of a mark begins in `points`, in increasing order. A batch
+    // with rings is filled even-odd, so a ring inside another is a hole.
+    std::vector<std::uint32_t> rings;
     std::vector<std::string> text;
     // Fill colours that differ between marks: `color[i]` indexes `colors`.
     std::vector<Color> colors;
@@ -127,6 +135,8 @@ struct Batch {
     void addText(double x, double y, std::string text);
     void addPath(std::vector<Point> const& pts);
     void addPath(Point a, Point b);
+    // A polygon of several rings: an outline, its holes, further parts.
+    void addRings(std::vector<std::vector<Point>> const& rings);
     // Of the mark just added.
     void setFill(Color const& c);
     void setMeaning(std::int32_t category, std::int32_t group, double value, double value2 = 0);
