@@ -6,15 +6,17 @@
 #include <string>
 
 #include "host/chart/chart_cli.h"
+#include "platform/entries.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 std::string chartXml() {
-    auto converted = host::chart::gplToXml(
+    std::string const gpl =
         "SOURCE: s=userSource(id(\"d\"))\nDATA: x=col(source(s), name(\"x\"))\n"
-        "DATA: y=col(source(s), name(\"y\"))\nELEMENT: point(position(x*y))\n");
+        "DATA: y=col(source(s), name(\"y\"))\nELEMENT: point(position(x*y))\n";
+    auto converted = host::chart::gplToXml(gpl, convertGPLToChartXML(gpl));
     EXPECT_EQ(converted.exitCode, 0) << converted.error;
     return converted.output;
 }
