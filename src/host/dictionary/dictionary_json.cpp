@@ -112,9 +112,9 @@ bool Reader::readValue(json const& value, DictValue& out, std::size_t where,
         return true;
     }
     std::size_t const here = at(value, where);
-    // A number out of range has been reported where it stands.
-    if (value.is_null() &&
-        std::find(nulledNumbers_.begin(), nulledNumbers_.end(), here) != nulledNumbers_.end())
+    // A number out of range has been reported where it stands (the text there is the number).
+    if (value.is_null() && std::any_of(nulledNumbers_.begin(), nulledNumbers_.end(),
+                                       [where](std::size_t at) { return at >= where; }))
         return false;
     error(here, what + ": " + host::files::briefJson(value) + " is neither a number nor a text");
     return false;
