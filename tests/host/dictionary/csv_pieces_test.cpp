@@ -46,8 +46,9 @@ void expectSame(Read const& one, Read const& many, std::string const& what) {
         EXPECT_EQ(b.width, a.width) << what << " column " << c;
         EXPECT_EQ(b.maxDecimals, a.maxDecimals) << what << " column " << c;
         ASSERT_EQ(b.numbers.size(), a.numbers.size()) << what << " column " << c;
-        EXPECT_EQ(std::memcmp(b.numbers.data(), a.numbers.data(), a.numbers.size() * 8), 0)
-            << what << " column " << c;
+        if (!a.numbers.empty())  // memcmp may not be given the null data of an empty vector
+            EXPECT_EQ(std::memcmp(b.numbers.data(), a.numbers.data(), a.numbers.size() * 8), 0)
+                << what << " column " << c;
         for (std::size_t row = 0; !a.numeric && row < static_cast<std::size_t>(one.table.rows);
              ++row) {
             EXPECT_EQ(b.valueAt(row), a.valueAt(row)) << what << " column " << c << " row " << row;
