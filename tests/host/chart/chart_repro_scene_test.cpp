@@ -42,3 +42,20 @@ TEST(ChartReproScene, IncludedValuesMatchTheNumericCategoryTheyEqual) {
                      "ELEMENT: point(position(x*y), color.interior(g))");
     EXPECT_EQ(texts(c, "legend-label"), (std::vector<std::string>{"0", "1", "2", "3"}));
 }
+
+TEST(ChartReproScene, PointSizesAreDiametersInPixelsOrSharesOfThePlot) {
+    auto radius = [](char const* size) {
+        auto s = sceneOf(std::string("ELEMENT: point(position(x*y), size(size.\"") + size +
+                         "\"))");
+        auto p = test::marks(s, "point");
+        EXPECT_FALSE(p.empty()) << size;
+        return p.empty() ? 0.0 : p[0].w;
+    };
+    EXPECT_DOUBLE_EQ(radius("4"), 2);
+    EXPECT_DOUBLE_EQ(radius("4px"), 2);
+    EXPECT_DOUBLE_EQ(radius("12"), 6);
+    EXPECT_LT(radius("0.5"), radius("1.5"));  // bigger numbers, bigger points
+    double tenth = radius("10%");
+    EXPECT_GT(tenth, 10);
+    EXPECT_NEAR(radius("20%"), 2 * tenth, 1e-9);
+}

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <string>
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/geometry/elements.h"
@@ -27,6 +29,28 @@ MarkerShape shapeNamed(std::string const& name) {
     return MarkerShape::Circle;
 }
 
+// A point's size is its diameter: a bare number or px in pixels, a percentage a share of the
+// plot's smaller side, other units as for any length.
+double pointDiameter(gpl::Node const& n, Rect const& plot) {
+    double side = std::max(1.0, std::min(plot.w, plot.h));
+    std::string unit;
+    double number = 0;
+    if (n.kind == gpl::Node::Kind::Constant) {
+        char* end = nullptr;
+        number = std::strtod(n.value.c_str(), &end);
+        unit = end ? std::string(end) : "";
+    } else if (n.kind == gpl::Node::Kind::Number) {
+        number = n.number;
+        unit = n.value;
+    } else {
+        return 8;
+    }
+    double px = unit.empty() || unit == "px" ? number
+                : unit == "%"                ? number / 100 * side
+                                             : sizeValue(n, side, 8);
+    return std::isfinite(px) ? std::clamp(px, 1.0, side) : 8;
+}
+
 }  // namespace
 
 void drawPoints(ElementDraw& d) {
@@ -34,7 +58,7 @@ void drawPoints(ElementDraw& d) {
     PanelGeometry const& g = d.g;
     double radius = 4;
     if (el.size && !el.size->args.empty())
-        radius = std::clamp(sizeValue(el.size->args[0], 20, 8), 1.0, 50.0) / 2;
+        radius = pointDiameter(el.size->args[0], g.plot) / 2;
     MarkerShape fixedShape = MarkerShape::Circle;
     if (el.shape && !el.shape->args.empty() &&
         el.shape->args[0].name.find('.') != std::string::npos)
