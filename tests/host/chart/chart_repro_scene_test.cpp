@@ -59,3 +59,34 @@ TEST(ChartReproScene, PointSizesAreDiametersInPixelsOrSharesOfThePlot) {
     EXPECT_GT(tenth, 10);
     EXPECT_NEAR(radius("20%"), 2 * tenth, 1e-9);
 }
+
+TEST(ChartReproScene, RangesAreSegmentsForEdgesAndBandsForAreas) {
+    auto e = sceneOf("ELEMENT: edge(position(region.spread.range(g*(x+y))))");
+    auto edges = test::marks(e, "edge");
+    ASSERT_EQ(edges.size(), 3u);  // one low-high segment per category, no zigzag
+    std::vector<double> xs;
+    for (auto const& m : edges) {
+        ASSERT_EQ(m.points.size(), 2u);
+        EXPECT_DOUBLE_EQ(m.points[0].x, m.points[1].x);
+        EXPECT_NE(m.points[0].y, m.points[1].y);
+        xs.push_back(m.points[0].x);
+    }
+    std::sort(xs.begin(), xs.end());
+    EXPECT_LT(xs[0], xs[1]);
+    EXPECT_LT(xs[1], xs[2]);
+
+    // The band of an area runs from each category's low to its high, not from the axis.
+    auto a = sceneOf("ELEMENT: area(position(region.spread.range(g*(x+y))))");
+    auto areas = test::marks(a, "area");
+    ASSERT_EQ(areas.size(), 1u);
+    auto const& pts = areas[0].points;
+    ASSERT_EQ(pts.size(), 6u);
+    std::vector<double> lows;
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_DOUBLE_EQ(pts[i].x, pts[5 - i].x);
+        EXPECT_LT(pts[i].y, pts[5 - i].y);  // the high end is above the low one
+        lows.push_back(pts[5 - i].y);
+    }
+    EXPECT_NE(lows[0], lows[1]);
+    EXPECT_NE(lows[1], lows[2]);
+}

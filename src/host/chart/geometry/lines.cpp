@@ -99,7 +99,8 @@ void drawLines(ElementDraw& d) {
                 continue;
             }
             double c = g.catPos(d.layer, *m), v = g.valuePos(m->y);
-            double b = g.valuePos(el.modifier == "stack" ? m->y0 : g.baseValue());
+            // A range's band runs between its two ends; a stack's from the layer below.
+            double b = g.valuePos(m->ranged || el.modifier == "stack" ? m->y0 : g.baseValue());
             runs.back().points.push_back(g.at(c, v));
             runs.back().bases.push_back(g.at(c, b));
         }
@@ -119,6 +120,15 @@ void drawEdges(ElementDraw& d) {
         Row const& m = d.rows[i];
         if (m.y == kSysmis)
             continue;
+        if (m.ranged) {  // a range is one segment from its low to its high end
+            if (m.y0 == kSysmis)
+                continue;
+            double c = g.catPos(d.layer, m);
+            addLine(d.dc.scene, Role::Edge, g.at(c, g.valuePos(m.y0)), g.at(c, g.valuePos(m.y)),
+                    d.colorOf(m), 1.5)
+                .setMeaning(d.categoryKey(m), d.colorKey(m), m.y, m.y0);
+            continue;
+        }
         auto [it, fresh] = last.try_emplace({m.color, m.series}, &m);
         if (!fresh) {
             Row const& prev = *it->second;
