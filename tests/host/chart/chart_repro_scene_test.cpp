@@ -90,3 +90,10 @@ TEST(ChartReproScene, RangesAreSegmentsForEdgesAndBandsForAreas) {
     EXPECT_NE(lows[0], lows[1]);
     EXPECT_NE(lows[1], lows[2]);
 }
+
+TEST(ChartReproScene, ALineBreakInAQuotedLabelIsOneBlank) {
+    auto s = sceneOf("GUIDE: text.title(label(\"Two  words\n                on two lines\"))\n"
+                     "ELEMENT: point(position(x*y))");
+    // Blanks within a line are kept as written.
+    EXPECT_EQ(texts(s, "title"), (std::vector<std::string>{"Two  words on two lines"}));
+}
