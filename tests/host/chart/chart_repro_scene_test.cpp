@@ -97,3 +97,13 @@ TEST(ChartReproScene, ALineBreakInAQuotedLabelIsOneBlank) {
     // Blanks within a line are kept as written.
     EXPECT_EQ(texts(s, "title"), (std::vector<std::string>{"Two  words on two lines"}));
 }
+
+TEST(ChartReproScene, ATextInTheColourIsACategoryWithALegendEntry) {
+    auto s = sceneOf("ELEMENT: line(position(x*y), color(\"Observed\"))\n"
+                     "ELEMENT: line(position(smooth.linear(x*y)), color(\"Fitted\"))");
+    EXPECT_EQ(texts(s, "legend-label"), (std::vector<std::string>{"Fitted", "Observed"}));
+    auto lines = test::marks(s, "line");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_FALSE(lines[0].stroke.r == lines[1].stroke.r && lines[0].stroke.g == lines[1].stroke.g &&
+                 lines[0].stroke.b == lines[1].stroke.b);
+}
