@@ -107,3 +107,20 @@ TEST(ChartReproScene, ATextInTheColourIsACategoryWithALegendEntry) {
     EXPECT_FALSE(lines[0].stroke.r == lines[1].stroke.r && lines[0].stroke.g == lines[1].stroke.g &&
                  lines[0].stroke.b == lines[1].stroke.b);
 }
+
+TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
+    // y runs 2, 4, 9, 7 over x 1..4: 9 and 7 lie beyond the scale's max of 5.
+    auto s = sceneOf("SCALE: linear(dim(2), min(0), max(5))\n"
+                     "ELEMENT: line(position(x*y))\n"
+                     "ELEMENT: point(position(x*y))");
+    auto points = test::marks(s, "point");
+    ASSERT_EQ(points.size(), 2u);
+    // Where the value 5, the plot's top edge, lies.
+    double const edge = points[1].y + (points[1].y - points[0].y) / 2;
+    auto lines = test::marks(s, "line");
+    ASSERT_EQ(lines.size(), 1u);  // the line leaves the plot after x = 2 and does not return
+    auto const& pts = lines[0].points;
+    ASSERT_EQ(pts.size(), 3u);
+    EXPECT_NEAR(pts[2].y, edge, 1e-6);
+    EXPECT_NEAR((pts[2].x - pts[1].x) / (pts[1].x - pts[0].x), 0.2, 1e-6);  // cut at y = 5
+}

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/geometry/elements.h"
@@ -80,6 +82,56 @@ void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts,
     }
 }
 
+// The parts of a polyline inside a rectangle: each segment cut to it, a new part wherever the
+// line leaves and comes back.
+std::vector<std::vector<Point>> clipPolyline(std::vector<Point> const& pts, Rect const& r) {
+    std::vector<std::vector<Point>> parts;
+    auto inside = [&](Point p) {
+        return p.x >= r.x && p.x <= r.x + r.w && p.y >= r.y && p.y <= r.y + r.h;
+    };
+    if (pts.size() == 1) {
+        if (inside(pts[0]))
+            parts.push_back(pts);
+        return parts;
+    }
+    std::vector<Point> part;
+    auto finish = [&] {
+        if (part.size() > 1)
+            parts.push_back(std::move(part));
+        part.clear();
+    };
+    for (std::size_t i = 1; i < pts.size(); ++i) {
+        Point a = pts[i - 1], b = pts[i];
+        double dx = b.x - a.x, dy = b.y - a.y, t0 = 0, t1 = 1;
+        bool visible = true;
+        // Each edge of the rectangle narrows the part of the segment [t0, t1] within it.
+        for (auto [p, q] : {std::pair{-dx, a.x - r.x}, std::pair{dx, r.x + r.w - a.x},
+                            std::pair{-dy, a.y - r.y}, std::pair{dy, r.y + r.h - a.y}}) {
+            if (p == 0) {
+                visible &= q >= 0;
+            } else if (p < 0) {
+                t0 = std::max(t0, q / p);
+            } else {
+                t1 = std::min(t1, q / p);
+            }
+        }
+        if (!visible || t0 > t1) {
+            finish();
+            continue;
+        }
+        Point from{a.x + t0 * dx, a.y + t0 * dy}, to{a.x + t1 * dx, a.y + t1 * dy};
+        if (t0 > 0 || part.empty()) {
+            finish();
+            part.push_back(from);
+        }
+        part.push_back(to);
+        if (t1 < 1)
+            finish();
+    }
+    finish();
+    return parts;
+}
+
 }  // namespace
 
 void drawLines(ElementDraw& d) {
@@ -107,9 +159,17 @@ void drawLines(ElementDraw& d) {
         Color col = d.colorOf(*pts.front());
         if (el.fitLine && pts.front()->color < 0)
             col = kFitColor;
-        for (auto const& run : runs)
-            if (!run.points.empty())
+        bool bands = el.type == "area" || el.type == "polygon" || el.closed;
+        for (auto const& run : runs) {
+            if (run.points.empty())
+                continue;
+            if (bands) {
                 drawRun(d, run, pts, col);
+                continue;
+            }
+            // A line beyond the scale's limits stops at the plot's edge.
+            for (auto& part : clipPolyline(run.points, g.plot)) drawRun(d, Run{part, {}}, pts, col);
+        }
     }
 }
 

@@ -71,6 +71,11 @@ void drawPoints(ElementDraw& d) {
         Row const& m = d.rows[i];
         if (m.y == kSysmis)
             continue;
+        // A value beyond the scale's limits is not drawn over the neighbouring plots.
+        double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
+        double lo = g.tr ? g.plot.x : g.plot.y, hi = lo + (g.tr ? g.plot.w : g.plot.h);
+        if (v < lo - 0.5 || v > hi + 0.5)
+            continue;
         MarkerShape shape = fixedShape;
         if (m.shape >= 0)
             shape = kShapeCycle[std::size_t(std::max(0, d.layer.shape.at(m.shape))) %
@@ -87,7 +92,6 @@ void drawPoints(ElementDraw& d) {
             b.reserve(d.rows.size());
         }
         Batch& b = scene.batches[index];
-        double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
         b.addCircle(g.tr ? v : c, g.tr ? c : v,
                     d.layer.sizeScale ? sizeRadius(*d.dc.layers, m.sval) : radius);
         b.setFill(d.colorOf(m));
