@@ -123,4 +123,6 @@ TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
     ASSERT_EQ(pts.size(), 3u);
     EXPECT_NEAR(pts[2].y, edge, 1e-6);
     EXPECT_NEAR((pts[2].x - pts[1].x) / (pts[1].x - pts[0].x), 0.2, 1e-6);  // cut at y = 5
+    // One variable drawn by two elements still titles its axis.
+    EXPECT_EQ(texts(s, "axis-title-2"), (std::vector<std::string>{"y"}));
 }

@@ -362,7 +362,8 @@ void LayerBuilder::noteVariables(Plan const& plan, Columns const& cols) {
         out_.panelRowVar = cols.panelRow->var;
     if (!plan.mergeSeries)
         for (auto const& [n, c] : cols.ys) {
-            out_.yNames.push_back(n);
+            if (std::find(out_.yNames.begin(), out_.yNames.end(), n) == out_.yNames.end())
+                out_.yNames.push_back(n);  // one variable in several elements is one name
             out_.seriesLabels[n] = c.var->label.empty() ? n : c.var->label;
         }
 }
