@@ -126,3 +126,16 @@ TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
     // One variable drawn by two elements still titles its axis.
     EXPECT_EQ(texts(s, "axis-title-2"), (std::vector<std::string>{"y"}));
 }
+
+TEST(ChartReproScene, BarsAreCutAtThePlotsEdge) {
+    // Bars of x over g reach 5, 2 and 3; the scale stops at 4, and from 2.5.
+    auto s = sceneOf("SCALE: linear(dim(2), min(2.5), max(4))\n"
+                     "ELEMENT: interval(position(summary.sum(g*x)))");
+    auto bars = test::marks(s, "bar");
+    ASSERT_EQ(bars.size(), 2u);  // the bar of 2 lies wholly below the plot
+    double top = std::min(bars[0].y, bars[1].y);
+    double bottom = std::max(bars[0].y + bars[0].h, bars[1].y + bars[1].h);
+    // The bar of 3 spans a third of the plot, the cut bar of 5 all of it.
+    EXPECT_NEAR(std::min(bars[0].h, bars[1].h) * 3, bottom - top, 1e-6);
+    EXPECT_NEAR(std::max(bars[0].h, bars[1].h), bottom - top, 1e-6);
+}
