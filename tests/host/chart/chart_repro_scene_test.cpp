@@ -123,6 +123,20 @@ TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
     ASSERT_EQ(pts.size(), 3u);
     EXPECT_NEAR(pts[2].y, edge, 1e-6);
     EXPECT_NEAR((pts[2].x - pts[1].x) / (pts[1].x - pts[0].x), 0.2, 1e-6);  // cut at y = 5
+    // Areas and edges are cut at the same edge.
+    auto a = sceneOf("SCALE: linear(dim(2), min(0), max(5))\n"
+                     "ELEMENT: area(position(x*y))\n"
+                     "ELEMENT: edge(position(x*y))\n"
+                     "ELEMENT: point(position(x*y))");
+    auto marks = test::marks(a, "area"), edges = test::marks(a, "edge");
+    ASSERT_EQ(marks.size(), 1u);
+    ASSERT_EQ(edges.size(), 2u);  // the segment from 9 to 7 lies wholly outside
+    marks.insert(marks.end(), edges.begin(), edges.end());
+    auto dots = test::marks(a, "point");
+    ASSERT_EQ(dots.size(), 2u);
+    double const top = dots[1].y + (dots[1].y - dots[0].y) / 2;
+    for (auto const& m : marks)
+        for (auto const& p : m.points) EXPECT_GE(p.y, top - 1e-6);
     // One variable drawn by two elements still titles its axis.
     EXPECT_EQ(texts(s, "axis-title-2"), (std::vector<std::string>{"y"}));
 }

@@ -33,55 +33,6 @@ std::vector<std::vector<Row const*>> bySeries(RowSet const& rows) {
     return out;
 }
 
-void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts, Color col) {
-    ElementSpec const& el = d.el;
-    Scene& scene = d.dc.scene;
-    Style st;
-    Role role = Role::Line;
-    MarkKind kind = MarkKind::Polyline;
-    std::vector<Point> outline = run.points;
-    if (el.type == "polygon") {
-        kind = MarkKind::Polygon;
-        role = Role::Polygon;
-        st.fill = col;
-        st.fill.a = d.alpha == 1 ? 0.5 : d.alpha;
-        st.stroke = col;
-        st.strokeWidth = 1.5;
-    } else if (el.type == "area") {
-        kind = MarkKind::Polygon;
-        role = Role::Area;
-        outline.insert(outline.end(), run.bases.rbegin(), run.bases.rend());
-        st.fill = col;
-        if (d.alpha == 1)
-            st.fill.a = 0.85;
-    } else {
-        kind = el.closed ? MarkKind::Polygon : MarkKind::Polyline;
-        role = el.type == "path" ? Role::Path : Role::Line;
-        st.stroke = col;
-        st.strokeWidth = 2;
-        if (el.shape && !el.shape->args.empty() && el.shape->args[0].key() == "shape.dash")
-            st.dash = {6, 4};
-        if (run.points.size() == 1) {  // a lone point of a broken line
-            kind = MarkKind::Circle;
-            st.fill = col;
-            st.size = 2;
-        }
-    }
-    Batch& b = scene.batch(kind, role, st);
-    if (kind == MarkKind::Circle)
-        b.addCircle(run.points[0].x, run.points[0].y, 2);
-    else
-        b.addPath(outline);
-    b.setMeaning(d.categoryKey(*pts.front()), d.colorKey(*pts.front()), 0);
-    if (el.fitLine && pts.back()->label >= 0 && run.points.size() > 1) {
-        // The fit's R squared at the right end of its line.
-        Point e = run.points.back();
-        Batch& t = addText(scene, Role::FitLabel, d.layer.labels[std::size_t(pts.back()->label)],
-                           e.x - 2, e.y - 6, 10, 1, col);
-        t.setMeaning(-1, d.colorKey(*pts.back()), 0);
-    }
-}
-
 // The parts of a polyline inside a rectangle: each segment cut to it, a new part wherever the
 // line leaves and comes back.
 std::vector<std::vector<Point>> clipPolyline(std::vector<Point> const& pts, Rect const& r) {
@@ -130,6 +81,94 @@ std::vector<std::vector<Point>> clipPolyline(std::vector<Point> const& pts, Rect
     }
     finish();
     return parts;
+}
+
+// A polygon cut to a rectangle, one edge of the rectangle at a time.
+std::vector<Point> clipPolygon(std::vector<Point> pts, Rect const& r) {
+    auto cut = [&](auto inside, auto cross) {
+        std::vector<Point> out;
+        for (std::size_t i = 0; i < pts.size(); ++i) {
+            Point a = pts[(i + pts.size() - 1) % pts.size()], b = pts[i];
+            if (inside(b)) {
+                if (!inside(a))
+                    out.push_back(cross(a, b));
+                out.push_back(b);
+            } else if (inside(a)) {
+                out.push_back(cross(a, b));
+            }
+        }
+        pts = std::move(out);
+    };
+    auto atX = [](double x) {
+        return [x](Point a, Point b) {
+            return Point{x, a.y + (b.y - a.y) * (x - a.x) / (b.x - a.x)};
+        };
+    };
+    auto atY = [](double y) {
+        return [y](Point a, Point b) {
+            return Point{a.x + (b.x - a.x) * (y - a.y) / (b.y - a.y), y};
+        };
+    };
+    double x1 = r.x + r.w, y1 = r.y + r.h;
+    cut([&](Point p) { return p.x >= r.x; }, atX(r.x));
+    cut([&](Point p) { return p.x <= x1; }, atX(x1));
+    cut([&](Point p) { return p.y >= r.y; }, atY(r.y));
+    cut([&](Point p) { return p.y <= y1; }, atY(y1));
+    return pts;
+}
+
+void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts, Color col) {
+    ElementSpec const& el = d.el;
+    Scene& scene = d.dc.scene;
+    Style st;
+    Role role = Role::Line;
+    MarkKind kind = MarkKind::Polyline;
+    std::vector<Point> outline = run.points;
+    if (el.type == "polygon") {
+        kind = MarkKind::Polygon;
+        role = Role::Polygon;
+        st.fill = col;
+        st.fill.a = d.alpha == 1 ? 0.5 : d.alpha;
+        st.stroke = col;
+        st.strokeWidth = 1.5;
+    } else if (el.type == "area") {
+        kind = MarkKind::Polygon;
+        role = Role::Area;
+        outline.insert(outline.end(), run.bases.rbegin(), run.bases.rend());
+        st.fill = col;
+        if (d.alpha == 1)
+            st.fill.a = 0.85;
+    } else {
+        kind = el.closed ? MarkKind::Polygon : MarkKind::Polyline;
+        role = el.type == "path" ? Role::Path : Role::Line;
+        st.stroke = col;
+        st.strokeWidth = 2;
+        if (el.shape && !el.shape->args.empty() && el.shape->args[0].key() == "shape.dash")
+            st.dash = {6, 4};
+        if (run.points.size() == 1) {  // a lone point of a broken line
+            kind = MarkKind::Circle;
+            st.fill = col;
+            st.size = 2;
+        }
+    }
+    if (kind == MarkKind::Polygon) {
+        outline = clipPolygon(std::move(outline), d.g.plot);
+        if (outline.size() < 3)
+            return;
+    }
+    Batch& b = scene.batch(kind, role, st);
+    if (kind == MarkKind::Circle)
+        b.addCircle(run.points[0].x, run.points[0].y, 2);
+    else
+        b.addPath(outline);
+    b.setMeaning(d.categoryKey(*pts.front()), d.colorKey(*pts.front()), 0);
+    if (el.fitLine && pts.back()->label >= 0 && run.points.size() > 1) {
+        // The fit's R squared at the right end of its line.
+        Point e = run.points.back();
+        Batch& t = addText(scene, Role::FitLabel, d.layer.labels[std::size_t(pts.back()->label)],
+                           e.x - 2, e.y - 6, 10, 1, col);
+        t.setMeaning(-1, d.colorKey(*pts.back()), 0);
+    }
 }
 
 }  // namespace
@@ -184,8 +223,11 @@ void drawEdges(ElementDraw& d) {
             if (m.y0 == kSysmis)
                 continue;
             double c = g.catPos(d.layer, m);
-            addLine(d.dc.scene, Role::Edge, g.at(c, g.valuePos(m.y0)), g.at(c, g.valuePos(m.y)),
-                    d.colorOf(m), 1.5)
+            auto parts =
+                clipPolyline({g.at(c, g.valuePos(m.y0)), g.at(c, g.valuePos(m.y))}, g.plot);
+            if (parts.empty())
+                continue;
+            addLine(d.dc.scene, Role::Edge, parts[0].front(), parts[0].back(), d.colorOf(m), 1.5)
                 .setMeaning(d.categoryKey(m), d.colorKey(m), m.y, m.y0);
             continue;
         }
@@ -194,9 +236,12 @@ void drawEdges(ElementDraw& d) {
             Row const& prev = *it->second;
             Point a = g.at(g.catPos(d.layer, prev), g.valuePos(prev.y));
             Point b = g.at(g.catPos(d.layer, m), g.valuePos(m.y));
-            addLine(d.dc.scene, Role::Edge, a, b, d.colorOf(m), 1.5)
-                .setMeaning(d.categoryKey(m), d.colorKey(m), 0);
             it->second = &m;
+            auto parts = clipPolyline({a, b}, g.plot);
+            if (parts.empty())
+                continue;
+            addLine(d.dc.scene, Role::Edge, parts[0].front(), parts[0].back(), d.colorOf(m), 1.5)
+                .setMeaning(d.categoryKey(m), d.colorKey(m), 0);
         }
     }
 }
