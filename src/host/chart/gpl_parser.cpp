@@ -321,8 +321,13 @@ private:
             } else if (c == '\r') {
                 advance();
             } else if (c == '\n') {
-                text += ' ';  // a string over a line break keeps the break as a blank
+                // A string over a line break: the break and the indentation around it are one
+                // blank.
+                while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
+                    text.pop_back();
+                text += ' ';
                 advance();
+                while (i_ < s_.size() && (s_[i_] == ' ' || s_[i_] == '\t')) advance();
             } else {
                 text += c;
                 advance();

@@ -97,6 +97,13 @@ void drawIntervals(ElementDraw& d) {
             errorBar(d, m, p, p0, p1);
             continue;
         }
+        // A bar beyond the scale's limits is cut at the plot's edge, or not drawn at all.
+        double lo = g.tr ? g.plot.x : g.plot.y, hi = lo + (g.tr ? g.plot.w : g.plot.h);
+        double length = std::fabs(p1 - p0);
+        p0 = std::clamp(p0, lo, hi);
+        p1 = std::clamp(p1, lo, hi);
+        if (p0 == p1 && length > 0.5)
+            continue;
         Batch& bars = d.dc.scene.batch(MarkKind::Rect, Role::Bar, m.binned ? binned : st);
         if (g.tr)
             bars.addRect(std::min(p0, p1), g.plot.y + p.start, std::fabs(p1 - p0), p.width);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/geometry/elements.h"
@@ -29,6 +31,90 @@ std::vector<std::vector<Row const*>> bySeries(RowSet const& rows) {
         out[it->second].push_back(&m);
     }
     return out;
+}
+
+// The parts of a polyline inside a rectangle: each segment cut to it, a new part wherever the
+// line leaves and comes back.
+std::vector<std::vector<Point>> clipPolyline(std::vector<Point> const& pts, Rect const& r) {
+    std::vector<std::vector<Point>> parts;
+    auto inside = [&](Point p) {
+        return p.x >= r.x && p.x <= r.x + r.w && p.y >= r.y && p.y <= r.y + r.h;
+    };
+    if (pts.size() == 1) {
+        if (inside(pts[0]))
+            parts.push_back(pts);
+        return parts;
+    }
+    std::vector<Point> part;
+    auto finish = [&] {
+        if (part.size() > 1)
+            parts.push_back(std::move(part));
+        part.clear();
+    };
+    for (std::size_t i = 1; i < pts.size(); ++i) {
+        Point a = pts[i - 1], b = pts[i];
+        double dx = b.x - a.x, dy = b.y - a.y, t0 = 0, t1 = 1;
+        bool visible = true;
+        // Each edge of the rectangle narrows the part of the segment [t0, t1] within it.
+        for (auto [p, q] : {std::pair{-dx, a.x - r.x}, std::pair{dx, r.x + r.w - a.x},
+                            std::pair{-dy, a.y - r.y}, std::pair{dy, r.y + r.h - a.y}}) {
+            if (p == 0) {
+                visible &= q >= 0;
+            } else if (p < 0) {
+                t0 = std::max(t0, q / p);
+            } else {
+                t1 = std::min(t1, q / p);
+            }
+        }
+        if (!visible || t0 > t1) {
+            finish();
+            continue;
+        }
+        Point from{a.x + t0 * dx, a.y + t0 * dy}, to{a.x + t1 * dx, a.y + t1 * dy};
+        if (t0 > 0 || part.empty()) {
+            finish();
+            part.push_back(from);
+        }
+        part.push_back(to);
+        if (t1 < 1)
+            finish();
+    }
+    finish();
+    return parts;
+}
+
+// A polygon cut to a rectangle, one edge of the rectangle at a time.
+std::vector<Point> clipPolygon(std::vector<Point> pts, Rect const& r) {
+    auto cut = [&](auto inside, auto cross) {
+        std::vector<Point> out;
+        for (std::size_t i = 0; i < pts.size(); ++i) {
+            Point a = pts[(i + pts.size() - 1) % pts.size()], b = pts[i];
+            if (inside(b)) {
+                if (!inside(a))
+                    out.push_back(cross(a, b));
+                out.push_back(b);
+            } else if (inside(a)) {
+                out.push_back(cross(a, b));
+            }
+        }
+        pts = std::move(out);
+    };
+    auto atX = [](double x) {
+        return [x](Point a, Point b) {
+            return Point{x, a.y + (b.y - a.y) * (x - a.x) / (b.x - a.x)};
+        };
+    };
+    auto atY = [](double y) {
+        return [y](Point a, Point b) {
+            return Point{a.x + (b.x - a.x) * (y - a.y) / (b.y - a.y), y};
+        };
+    };
+    double x1 = r.x + r.w, y1 = r.y + r.h;
+    cut([&](Point p) { return p.x >= r.x; }, atX(r.x));
+    cut([&](Point p) { return p.x <= x1; }, atX(x1));
+    cut([&](Point p) { return p.y >= r.y; }, atY(r.y));
+    cut([&](Point p) { return p.y <= y1; }, atY(y1));
+    return pts;
 }
 
 void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts, Color col) {
@@ -65,6 +151,11 @@ void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts,
             st.size = 2;
         }
     }
+    if (kind == MarkKind::Polygon) {
+        outline = clipPolygon(std::move(outline), d.g.plot);
+        if (outline.size() < 3)
+            return;
+    }
     Batch& b = scene.batch(kind, role, st);
     if (kind == MarkKind::Circle)
         b.addCircle(run.points[0].x, run.points[0].y, 2);
@@ -99,16 +190,25 @@ void drawLines(ElementDraw& d) {
                 continue;
             }
             double c = g.catPos(d.layer, *m), v = g.valuePos(m->y);
-            double b = g.valuePos(el.modifier == "stack" ? m->y0 : g.baseValue());
+            // A range's band runs between its two ends; a stack's from the layer below.
+            double b = g.valuePos(m->ranged || el.modifier == "stack" ? m->y0 : g.baseValue());
             runs.back().points.push_back(g.at(c, v));
             runs.back().bases.push_back(g.at(c, b));
         }
         Color col = d.colorOf(*pts.front());
         if (el.fitLine && pts.front()->color < 0)
             col = kFitColor;
-        for (auto const& run : runs)
-            if (!run.points.empty())
+        bool bands = el.type == "area" || el.type == "polygon" || el.closed;
+        for (auto const& run : runs) {
+            if (run.points.empty())
+                continue;
+            if (bands) {
                 drawRun(d, run, pts, col);
+                continue;
+            }
+            // A line beyond the scale's limits stops at the plot's edge.
+            for (auto& part : clipPolyline(run.points, g.plot)) drawRun(d, Run{part, {}}, pts, col);
+        }
     }
 }
 
@@ -119,14 +219,29 @@ void drawEdges(ElementDraw& d) {
         Row const& m = d.rows[i];
         if (m.y == kSysmis)
             continue;
+        if (m.ranged) {  // a range is one segment from its low to its high end
+            if (m.y0 == kSysmis)
+                continue;
+            double c = g.catPos(d.layer, m);
+            auto parts =
+                clipPolyline({g.at(c, g.valuePos(m.y0)), g.at(c, g.valuePos(m.y))}, g.plot);
+            if (parts.empty())
+                continue;
+            addLine(d.dc.scene, Role::Edge, parts[0].front(), parts[0].back(), d.colorOf(m), 1.5)
+                .setMeaning(d.categoryKey(m), d.colorKey(m), m.y, m.y0);
+            continue;
+        }
         auto [it, fresh] = last.try_emplace({m.color, m.series}, &m);
         if (!fresh) {
             Row const& prev = *it->second;
             Point a = g.at(g.catPos(d.layer, prev), g.valuePos(prev.y));
             Point b = g.at(g.catPos(d.layer, m), g.valuePos(m.y));
-            addLine(d.dc.scene, Role::Edge, a, b, d.colorOf(m), 1.5)
-                .setMeaning(d.categoryKey(m), d.colorKey(m), 0);
             it->second = &m;
+            auto parts = clipPolyline({a, b}, g.plot);
+            if (parts.empty())
+                continue;
+            addLine(d.dc.scene, Role::Edge, parts[0].front(), parts[0].back(), d.colorOf(m), 1.5)
+                .setMeaning(d.categoryKey(m), d.colorKey(m), 0);
         }
     }
 }

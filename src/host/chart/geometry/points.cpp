@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <string>
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/geometry/elements.h"
@@ -27,6 +29,28 @@ MarkerShape shapeNamed(std::string const& name) {
     return MarkerShape::Circle;
 }
 
+// A point's size is its diameter: a bare number or px in pixels, a percentage a share of the
+// plot's smaller side, other units as for any length.
+double pointDiameter(gpl::Node const& n, Rect const& plot) {
+    double side = std::max(1.0, std::min(plot.w, plot.h));
+    std::string unit;
+    double number = 0;
+    if (n.kind == gpl::Node::Kind::Constant) {
+        char* end = nullptr;
+        number = std::strtod(n.value.c_str(), &end);
+        unit = end ? std::string(end) : "";
+    } else if (n.kind == gpl::Node::Kind::Number) {
+        number = n.number;
+        unit = n.value;
+    } else {
+        return 8;
+    }
+    double px = unit.empty() || unit == "px" ? number
+                : unit == "%"                ? number / 100 * side
+                                             : sizeValue(n, side, 8);
+    return std::isfinite(px) ? std::clamp(px, 1.0, side) : 8;
+}
+
 }  // namespace
 
 void drawPoints(ElementDraw& d) {
@@ -34,7 +58,7 @@ void drawPoints(ElementDraw& d) {
     PanelGeometry const& g = d.g;
     double radius = 4;
     if (el.size && !el.size->args.empty())
-        radius = std::clamp(sizeValue(el.size->args[0], 20, 8), 1.0, 50.0) / 2;
+        radius = pointDiameter(el.size->args[0], g.plot) / 2;
     MarkerShape fixedShape = MarkerShape::Circle;
     if (el.shape && !el.shape->args.empty() &&
         el.shape->args[0].name.find('.') != std::string::npos)
@@ -46,6 +70,11 @@ void drawPoints(ElementDraw& d) {
     for (std::size_t i = 0; i < d.rows.size(); ++i) {
         Row const& m = d.rows[i];
         if (m.y == kSysmis)
+            continue;
+        // A value beyond the scale's limits is not drawn over the neighbouring plots.
+        double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
+        double lo = g.tr ? g.plot.x : g.plot.y, hi = lo + (g.tr ? g.plot.w : g.plot.h);
+        if (v < lo - 0.5 || v > hi + 0.5)
             continue;
         MarkerShape shape = fixedShape;
         if (m.shape >= 0)
@@ -63,7 +92,6 @@ void drawPoints(ElementDraw& d) {
             b.reserve(d.rows.size());
         }
         Batch& b = scene.batches[index];
-        double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
         b.addCircle(g.tr ? v : c, g.tr ? c : v,
                     d.layer.sizeScale ? sizeRadius(*d.dc.layers, m.sval) : radius);
         b.setFill(d.colorOf(m));

@@ -132,6 +132,15 @@ private:
     }
 };
 
+namespace {
+
+// color("Observed"): a text rather than a variable or a colour constant.
+bool literalColor(ElementSpec const& e) {
+    return e.color && !e.color->args.empty() && e.color->args[0].kind == Node::Kind::String;
+}
+
+}  // namespace
+
 std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
     Plan p;
     p.element = &element;
@@ -353,7 +362,8 @@ void LayerBuilder::noteVariables(Plan const& plan, Columns const& cols) {
         out_.panelRowVar = cols.panelRow->var;
     if (!plan.mergeSeries)
         for (auto const& [n, c] : cols.ys) {
-            out_.yNames.push_back(n);
+            if (std::find(out_.yNames.begin(), out_.yNames.end(), n) == out_.yNames.end())
+                out_.yNames.push_back(n);  // one variable in several elements is one name
             out_.seriesLabels[n] = c.var->label.empty() ? n : c.var->label;
         }
 }
@@ -369,12 +379,16 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
     useTable(layer.shape, cols.shape);
     if (cols.color && cols.color->categorical) {
         useTable(layer.color, cols.color);
+    } else if (literalColor(*plan.element)) {
+        // A text in the colour names a category of its own, shared by every case.
+        layer.color.keys = {plan.element->color->args[0].value};
+        layer.color.texts = true;
     } else if (cols.ys.size() > 1 && !plan.mergeSeries) {
         // Several variables on dimension 2 are told apart by colour.
         for (auto const& [name, c] : cols.ys) layer.color.keys.push_back("\x1e" + name);
         layer.color.texts = true;
     }
-    layer.hasColor = cols.color.has_value();
+    layer.hasColor = cols.color.has_value() || literalColor(*plan.element);
     if (cols.color && !cols.color->categorical && !plan.summary)
         layer.colorScale = plan.element->shade && !plan.element->color
                                ? (plan.element->shade->key() == "color.brightness" ? 'b' : 's')
@@ -428,8 +442,9 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
     std::size_t seriesCount = plan.countOnly && cols.ys.empty() ? 1 : cols.ys.size();
     if (plan.density)
         seriesCount = 1;
-    bool syntheticColor =
-        cols.ys.size() > 1 && !plan.mergeSeries && !(cols.color && cols.color->categorical);
+    bool syntheticColor = cols.ys.size() > 1 && !plan.mergeSeries &&
+                          !(cols.color && cols.color->categorical) && !literalColor(*plan.element);
+    bool literal = !cols.color && literalColor(*plan.element);
     // Series: a variable of dimension 2 and a value of split().
     std::map<std::pair<std::size_t, std::int32_t>, std::int32_t> seriesCodes;
     auto seriesCode = [&](std::size_t s, std::int32_t split) {
@@ -469,6 +484,8 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
             m.series = seriesCode(s, split);
             if (syntheticColor)
                 m.color = static_cast<std::int32_t>(s);
+            else if (literal)
+                m.color = 0;
             bool yMissing = !yc || !yc->present(r) || yc->numbers[r] == kSysmis ||
                             (yc->categorical && !plan.summary);
             double y = yc && !yMissing ? yc->numbers[r] : kSysmis;

@@ -18,6 +18,24 @@ bool allNumbers(std::vector<std::string> const& keys) {
     return true;
 }
 
+// An included value written differently from a numeric category it equals ("1.00" for the
+// code 1) names that category, not a new one.
+std::string sameCategory(std::string const& included, std::vector<std::string> const& values,
+                         std::size_t observed) {
+    char* end = nullptr;
+    double n = std::strtod(included.c_str(), &end);
+    if (included.empty() || *end != '\0')
+        return included;
+    for (std::size_t i = 0; i < observed; ++i) {
+        std::string const& v = values[i];
+        char* vend = nullptr;
+        double m = std::strtod(v.c_str(), &vend);
+        if (!v.empty() && *vend == '\0' && m == n)
+            return v;
+    }
+    return included;
+}
+
 }  // namespace
 
 int CatScale::index(std::string const& key) const {
@@ -38,8 +56,11 @@ void CatScale::reindex() {
 CatScale trainCategories(std::vector<std::string> values, ChartVariableRecord const* var,
                          ScaleSpec const* scale, bool numeric) {
     CatScale s;
-    if (scale)
-        for (auto const& v : scale->includeValues) values.push_back(v);
+    if (scale) {
+        std::size_t observed = values.size();
+        for (auto const& v : scale->includeValues)
+            values.push_back(numeric ? sameCategory(v, values, observed) : v);
+    }
     {
         std::unordered_set<std::string> distinct;
         std::vector<std::string> once;

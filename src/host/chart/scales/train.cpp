@@ -93,7 +93,7 @@ Scales trainCategoricalScales(Layers& ls, Spec const& spec) {
     s.cluster = trainCategories(clusters, ls.clusterVar, scaleOf(spec, 3), true);
     s.panelCol = trainCategories(panels, ls.panelVar, nullptr, true);
     s.panelRow = trainCategories(panelRows, ls.panelRowVar, nullptr, true);
-    s.color = trainCategories(colors, ls.colorVar, nullptr, !colorTexts);
+    s.color = trainCategories(colors, ls.colorVar, &spec.colorScale.categories, !colorTexts);
     s.shape = trainCategories(shapes, nullptr, nullptr, true);
     for (auto const& [k, l] : ls.seriesLabels) s.color.labels["\x1e" + k] = l;
     for (auto& l : ls.layers) {

@@ -126,6 +126,13 @@ void readAestheticScale(Node const& b, Spec& spec) {
             spec.sizeMax = std::clamp(sizeValue(hi->args[0], 20, 24), 1.0, 100.0);
         return;
     }
+    if (auto const* inc = b.find("include"))
+        for (auto const& a : inc->args) {
+            if (a.kind == Node::Kind::String)
+                spec.colorScale.categories.includeValues.push_back(a.value);
+            else if (a.kind == Node::Kind::Number && std::isfinite(a.number))
+                spec.colorScale.categories.includeValues.push_back(numberKey(a.number));
+        }
     if (auto t = colorText(b.find("aestheticminimum")); !t.empty())
         spec.gradientLow = t;
     if (auto t = colorText(b.find("aestheticmaximum")); !t.empty())

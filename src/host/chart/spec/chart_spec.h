@@ -37,6 +37,7 @@ struct ScaleSpec {
 
 struct ColorScaleSpec {
     std::map<std::string, std::string> map;  // category -> colour name or hex
+    ScaleSpec categories;                     // include() of the colour's categories
 };
 
 struct ElementSpec {
