@@ -92,6 +92,17 @@ std::string printable(std::string const& text) {
     return out;
 }
 
+// A name quoted in a message: a name of thousands of characters (joined over many lines, say)
+// would make every message as long as the program.
+std::string clipped(std::string const& name) {
+    constexpr std::size_t kShown = 60;
+    if (name.size() <= kShown)
+        return name;
+    std::size_t cut = kShown;
+    while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;
+    return name.substr(0, cut) + "...";
+}
+
 template <typename... Args>
 void report(std::vector<Diagnostic>& out, Msg id, int line, int column, Args const&... args) {
     for (auto const& m : kMessages)
@@ -406,9 +417,12 @@ private:
         int lastLine = name.line;
         while (cur().kind == Tok::Name && cur().line == lastLine + 1) {
             Token const& rest = cur();
-            std::string whole = name.text + rest.text;
-            report(diags_, Msg::JoinedName, rest.line, rest.column, name.text, rest.text, whole);
-            name.text = std::move(whole);
+            // Past the shown length the joined name starts as the first part does.
+            std::string const whole =
+                clipped(name.text.size() <= 60 ? name.text + rest.text : name.text);
+            report(diags_, Msg::JoinedName, rest.line, rest.column, clipped(name.text),
+                   clipped(rest.text), whole);
+            name.text += rest.text;
             lastLine = rest.line;
             ++p_;
         }

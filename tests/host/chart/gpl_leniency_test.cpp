@@ -62,6 +62,13 @@ TEST(GplLeniency, NameBrokenOverTwoLinesIsOneName) {
     EXPECT_NE(p.describe().find("line 2, column 5: the name 'Monthlyhouseholdexpen'"),
               std::string::npos)
         << p.describe();
+    // A name over a thousand lines is read whole, and its messages quote only its start: were
+    // each to quote the name so far, the messages would grow with the square of its length.
+    std::string longName = "ELEMENT: point(position(x*y), a";
+    for (int i = 0; i < 1000; ++i) longName += "\nbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb";
+    auto joined = gpl::parse(longName + ")");
+    ASSERT_FALSE(joined.diagnostics.empty());
+    for (auto const& d : joined.diagnostics) EXPECT_LT(d.text.size(), 300u) << d.text;
     // Names on the same line, or a blank line apart, are not joined.
     EXPECT_TRUE(gpl::parse("ELEMENT: point(position(a b))").hasErrors());
     EXPECT_TRUE(gpl::parse("ELEMENT: point(position(a\n\nb))").hasErrors());
