@@ -10,10 +10,11 @@
 
 namespace {
 
-std::string const kHead = "SOURCE: s=userSource(id(\"g\"))\n"
-                          "DATA: x=col(source(s), name(\"x\"))\n"
-                          "DATA: y=col(source(s), name(\"y\"))\n"
-                          "DATA: g=col(source(s), name(\"g\"), unit.category())\n";
+std::string const kHead =
+    "SOURCE: s=userSource(id(\"g\"))\n"
+    "DATA: x=col(source(s), name(\"x\"))\n"
+    "DATA: y=col(source(s), name(\"y\"))\n"
+    "DATA: g=col(source(s), name(\"g\"), unit.category())\n";
 
 host::chart::Scene sceneOf(std::string const& gpl) {
     XDocument doc(kHead + gpl, true, true);
@@ -33,20 +34,21 @@ std::vector<std::string> texts(host::chart::Scene const& s, char const* role) {
 
 TEST(ChartReproScene, IncludedValuesMatchTheNumericCategoryTheyEqual) {
     // "1.00" names the category 1; "1.5" is a category of its own, empty.
-    auto s = sceneOf("SCALE: cat(dim(1), include(\"1.00\", \"2.00\", \"1.5\"))\n"
-                     "ELEMENT: point(position(g*y))");
+    auto s = sceneOf(
+        "SCALE: cat(dim(1), include(\"1.00\", \"2.00\", \"1.5\"))\n"
+        "ELEMENT: point(position(g*y))");
     EXPECT_EQ(texts(s, "tick-label-1"), (std::vector<std::string>{"1", "1.5", "2", "3"}));
     EXPECT_EQ(test::marks(s, "point").size(), 4u);
     // Every value included in a colour scale has a legend entry, in value order.
-    auto c = sceneOf("SCALE: cat(aesthetic(aesthetic.color.interior), include(\"0\", \"1.0\"))\n"
-                     "ELEMENT: point(position(x*y), color.interior(g))");
+    auto c = sceneOf(
+        "SCALE: cat(aesthetic(aesthetic.color.interior), include(\"0\", \"1.0\"))\n"
+        "ELEMENT: point(position(x*y), color.interior(g))");
     EXPECT_EQ(texts(c, "legend-label"), (std::vector<std::string>{"0", "1", "2", "3"}));
 }
 
 TEST(ChartReproScene, PointSizesAreDiametersInPixelsOrSharesOfThePlot) {
     auto radius = [](char const* size) {
-        auto s = sceneOf(std::string("ELEMENT: point(position(x*y), size(size.\"") + size +
-                         "\"))");
+        auto s = sceneOf(std::string("ELEMENT: point(position(x*y), size(size.\"") + size + "\"))");
         auto p = test::marks(s, "point");
         EXPECT_FALSE(p.empty()) << size;
         return p.empty() ? 0.0 : p[0].w;
@@ -92,15 +94,17 @@ TEST(ChartReproScene, RangesAreSegmentsForEdgesAndBandsForAreas) {
 }
 
 TEST(ChartReproScene, ALineBreakInAQuotedLabelIsOneBlank) {
-    auto s = sceneOf("GUIDE: text.title(label(\"Two  words\n                on two lines\"))\n"
-                     "ELEMENT: point(position(x*y))");
+    auto s = sceneOf(
+        "GUIDE: text.title(label(\"Two  words\n                on two lines\"))\n"
+        "ELEMENT: point(position(x*y))");
     // Blanks within a line are kept as written.
     EXPECT_EQ(texts(s, "title"), (std::vector<std::string>{"Two  words on two lines"}));
 }
 
 TEST(ChartReproScene, ATextInTheColourIsACategoryWithALegendEntry) {
-    auto s = sceneOf("ELEMENT: line(position(x*y), color(\"Observed\"))\n"
-                     "ELEMENT: line(position(smooth.linear(x*y)), color(\"Fitted\"))");
+    auto s = sceneOf(
+        "ELEMENT: line(position(x*y), color(\"Observed\"))\n"
+        "ELEMENT: line(position(smooth.linear(x*y)), color(\"Fitted\"))");
     EXPECT_EQ(texts(s, "legend-label"), (std::vector<std::string>{"Fitted", "Observed"}));
     auto lines = test::marks(s, "line");
     ASSERT_EQ(lines.size(), 2u);
@@ -110,9 +114,10 @@ TEST(ChartReproScene, ATextInTheColourIsACategoryWithALegendEntry) {
 
 TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
     // y runs 2, 4, 9, 7 over x 1..4: 9 and 7 lie beyond the scale's max of 5.
-    auto s = sceneOf("SCALE: linear(dim(2), min(0), max(5))\n"
-                     "ELEMENT: line(position(x*y))\n"
-                     "ELEMENT: point(position(x*y))");
+    auto s = sceneOf(
+        "SCALE: linear(dim(2), min(0), max(5))\n"
+        "ELEMENT: line(position(x*y))\n"
+        "ELEMENT: point(position(x*y))");
     auto points = test::marks(s, "point");
     ASSERT_EQ(points.size(), 2u);
     // Where the value 5, the plot's top edge, lies.
@@ -124,10 +129,11 @@ TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
     EXPECT_NEAR(pts[2].y, edge, 1e-6);
     EXPECT_NEAR((pts[2].x - pts[1].x) / (pts[1].x - pts[0].x), 0.2, 1e-6);  // cut at y = 5
     // Areas and edges are cut at the same edge.
-    auto a = sceneOf("SCALE: linear(dim(2), min(0), max(5))\n"
-                     "ELEMENT: area(position(x*y))\n"
-                     "ELEMENT: edge(position(x*y))\n"
-                     "ELEMENT: point(position(x*y))");
+    auto a = sceneOf(
+        "SCALE: linear(dim(2), min(0), max(5))\n"
+        "ELEMENT: area(position(x*y))\n"
+        "ELEMENT: edge(position(x*y))\n"
+        "ELEMENT: point(position(x*y))");
     auto marks = test::marks(a, "area"), edges = test::marks(a, "edge");
     ASSERT_EQ(marks.size(), 1u);
     ASSERT_EQ(edges.size(), 2u);  // the segment from 9 to 7 lies wholly outside
@@ -143,8 +149,9 @@ TEST(ChartReproScene, LinesAndPointsStopAtThePlotsEdge) {
 
 TEST(ChartReproScene, BarsAreCutAtThePlotsEdge) {
     // Bars of x over g reach 5, 2 and 3; the scale stops at 4, and from 2.5.
-    auto s = sceneOf("SCALE: linear(dim(2), min(2.5), max(4))\n"
-                     "ELEMENT: interval(position(summary.sum(g*x)))");
+    auto s = sceneOf(
+        "SCALE: linear(dim(2), min(2.5), max(4))\n"
+        "ELEMENT: interval(position(summary.sum(g*x)))");
     auto bars = test::marks(s, "bar");
     ASSERT_EQ(bars.size(), 2u);  // the bar of 2 lies wholly below the plot
     double top = std::min(bars[0].y, bars[1].y);

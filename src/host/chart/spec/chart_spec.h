@@ -37,7 +37,7 @@ struct ScaleSpec {
 
 struct ColorScaleSpec {
     std::map<std::string, std::string> map;  // category -> colour name or hex
-    ScaleSpec categories;                     // include() of the colour's categories
+    ScaleSpec categories;                    // include() of the colour's categories
 };
 
 struct ElementSpec {
@@ -75,7 +75,7 @@ struct Spec {
     std::map<int, AxisGuide> axes;
     std::string legendLabel;
     bool legendLabelSet = false;
-    std::string sizeLegendLabel;  // legend(aesthetic(aesthetic.size), label(...))
+    std::string sizeLegendLabel;       // legend(aesthetic(aesthetic.size), label(...))
     double sizeMin = 4, sizeMax = 24;  // diameters of a size scale, in pixels
     bool legendHidden = false;
     std::string title, subtitle, subsubtitle, footnote;
