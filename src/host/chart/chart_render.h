@@ -1,6 +1,6 @@
 #pragma once
-// From the chart model and its rows to a scene, through the stages of the engine: the spec of
-// the statements, frames and layers with their statistics, positions, scales, layout and
+// From the chart model and its rows to a scene, through the stages of the engine: the chart
+// statements read, frames and layers with their statistics, positions, scales, layout and
 // geometry.
 
 #include "host/chart/chart_model.h"

@@ -85,7 +85,7 @@ struct Layers {
     bool anyCells = false;
 };
 
-// Every element of the spec as a layer; what cannot be drawn is a warning naming its line.
+// Every element of the chart statements as a layer; what cannot be drawn is a warning naming its line.
 Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* data,
                    std::vector<std::string>& warnings);
 
