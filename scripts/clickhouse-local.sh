@@ -124,7 +124,8 @@ start() {
   done
   for i in $(seq 1 "$shards"); do
     local ok=""
-    for _ in $(seq 1 150); do
+    # A loaded machine (a test suite beside it) can take a while to bring a server up.
+    for _ in $(seq 1 600); do
       if curl -s --max-time 1 "http://127.0.0.1:${http[$((i - 1))]}/ping" >/dev/null 2>&1; then ok=1; break; fi
       sleep 0.1
     done
