@@ -3,8 +3,10 @@
 # corpus kept in fuzz/corpus/<target>/. New inputs that add coverage go to a scratch folder, so
 # the kept corpus grows only when someone merges them in (--merge).
 #
-# Usage: scripts/fuzz.sh [--time SECONDS] [--target NAME] [--merge] [--build-only]
+# Usage: scripts/fuzz.sh [--time SECONDS] [--runs N] [--target NAME] [--merge] [--build-only]
 #   --time     seconds per target (default 60)
+#   --runs     stop each target after N executions instead (the time budget still caps it
+#              when given as well)
 #   --target   run one target only (fuzz_gpl, fuzz_chart_xml, fuzz_job_syntax, fuzz_csv_dictionary)
 #   --merge    minimise the scratch finds into fuzz/corpus/<target>/ after the run
 # A crash leaves its input as build-fuzz/findings/<target>/crash-*; turn it into a test of the
@@ -13,12 +15,15 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 budget=60
+runs=-1
+budget_given=0
 only=""
 merge=0
 build_only=0
 while [ $# -gt 0 ]; do
   case "$1" in
-    --time) budget="$2"; shift 2 ;;
+    --time) budget="$2"; budget_given=1; shift 2 ;;
+    --runs) runs="$2"; shift 2 ;;
     --target) only="$2"; shift 2 ;;
     --merge) merge=1; shift ;;
     --build-only) build_only=1; shift ;;
@@ -39,15 +44,18 @@ fi
 cmake --build build-fuzz -j "$(nproc)" --target "${targets[@]}"
 [ "$build_only" = 1 ] && exit 0
 
+# With --runs alone the count decides when a target stops.
+[ "$runs" != -1 ] && [ "$budget_given" = 0 ] && budget=0
+
 status=0
 for t in "${targets[@]}"; do
   corpus="fuzz/corpus/$t"
   scratch="build-fuzz/scratch/$t"
   findings="build-fuzz/findings/$t"
   mkdir -p "$corpus" "$scratch" "$findings"
-  echo "== $t: ${budget}s"
+  if [ "$runs" != -1 ]; then echo "== $t: $runs runs"; else echo "== $t: ${budget}s"; fi
   # Inputs of up to 64 KB; deeper or longer ones are what the size and depth limits are for.
-  if ! "build-fuzz/fuzz/$t" -max_total_time="$budget" -max_len=65536 -timeout=10 \
+  if ! "build-fuzz/fuzz/$t" -max_total_time="$budget" -runs="$runs" -max_len=65536 -timeout=10 \
       -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$findings/" \
       "$scratch" "$corpus" 2>"build-fuzz/$t.log"; then
     echo "$t: a finding, see $findings/ and build-fuzz/$t.log" >&2
