@@ -5,15 +5,15 @@ run. The job uses two of the three columns. Also times the CSV ingest alone: `gg
 that only reads the data (no chart), so that the whole-job time splits into reading and the rest.
 
 Usage: bar_means_peer.py GGRAPH_BINARY [ROWS] [WORK_DIR] [RUNS]
-ROWS defaults to 10000000 (a file of about 111 MB), RUNS to 5.
+ROWS defaults to 10000000 (a file of about 111 MB), RUNS to 5. GGRAPH_BENCH_FIFO=1 runs the
+bench and every side under the real-time scheduler (as root), for a machine busy with other work.
 """
 import os
 import random
 import shutil
-import statistics
-import subprocess
 import sys
-import tempfile
+
+from process_timing import measure, realtime_if_asked
 
 JOB = """GGRAPH
   /GRAPHDATASET NAME="b" VARIABLES=g MEAN(y)[NAME="mean"]
@@ -69,26 +69,13 @@ def generate(path: str, rows: int) -> None:
             out.write("".join(lines))
 
 
-def timed(command: list) -> tuple:
-    """Wall seconds and peak resident MB of one process."""
-    with tempfile.NamedTemporaryFile("r", suffix=".time") as report:
-        subprocess.run(["/usr/bin/time", "-f", "%e %M", "-o", report.name] + command, check=True,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        wall, kilobytes = report.read().split()[-2:]
-    return float(wall), int(kilobytes) / 1024.0
-
-
-def median_of(command: list, runs: int) -> tuple:
-    samples = [timed(command) for _ in range(runs)]
-    return (statistics.median(s[0] for s in samples), max(s[1] for s in samples))
-
-
 def main() -> int:
     ggraph = sys.argv[1]
     rows = int(sys.argv[2]) if len(sys.argv) > 2 else 10_000_000
     work = sys.argv[3] if len(sys.argv) > 3 else "build-bench/bar_means"
     runs = int(sys.argv[4]) if len(sys.argv) > 4 else 5
     os.makedirs(work, exist_ok=True)
+    realtime_if_asked()
     csv = os.path.join(work, f"bar_means_{rows}.csv")
     if not os.path.exists(csv):
         print(f"Generating {csv} ({rows} rows)...", flush=True)
@@ -101,21 +88,21 @@ def main() -> int:
     j = lambda name: os.path.join(work, name)
 
     results = []
-    ours = median_of([ggraph, "run", j("bar.sps"), "--data", csv, "--out", j("out"), "--format", "png",
+    ours = measure([ggraph, "run", j("bar.sps"), "--data", csv, "--out", j("out"), "--format", "png",
                       "-q"], runs)
     if not os.path.exists(j("out/charts/chart-001.png")):
         print("ggraph made no chart", file=sys.stderr)
         return 1
     results.append(("ggraph run", ours))
-    ingest = median_of([ggraph, "run", j("ingest.sps"), "--data", csv, "--out", j("ingest_out"),
+    ingest = measure([ggraph, "run", j("ingest.sps"), "--data", csv, "--out", j("ingest_out"),
                         "-q"], runs)
     results.append(("ggraph, ingest only", ingest))
     # Debian's pandas and matplotlib live with the system interpreter.
     results.append(("pandas + matplotlib",
-                    median_of(["/usr/bin/python3", j("peer.py"), csv, j("pandas.png")], runs)))
+                    measure(["/usr/bin/python3", j("peer.py"), csv, j("pandas.png")], runs)))
     if shutil.which("Rscript"):
         results.append(("R data.table + ggplot2",
-                        median_of(["Rscript", j("peer.R"), csv, j("r.png")], runs)))
+                        measure(["Rscript", j("peer.R"), csv, j("r.png")], runs)))
     else:
         print("Rscript is not installed (scripts/install-deps.sh --bench): R is left out")
 

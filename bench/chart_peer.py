@@ -16,11 +16,9 @@ shared machine GGRAPH_BENCH_FIFO=1 runs the bench and both sides under the real-
 """
 import os
 import random
-import statistics
-import subprocess
 import sys
-import tempfile
-import time
+
+from process_timing import measure, realtime_if_asked
 
 SCATTER_JOB = """GGRAPH
   /GRAPHDATASET NAME="g" VARIABLES=x y
@@ -108,22 +106,6 @@ def ensure(path: str, writer, rows: int) -> str:
     return path
 
 
-def measure(command: list, repeat: int) -> tuple:
-    """Median wall seconds and the highest peak RSS in MB over `repeat` runs."""
-    times, peaks = [], []
-    with tempfile.NamedTemporaryFile("r", suffix=".time") as report:
-        for _ in range(repeat):
-            start = time.perf_counter()
-            subprocess.run(["/usr/bin/time", "-v", "-o", report.name] + command, check=True,
-                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            times.append(time.perf_counter() - start)
-            report.seek(0)
-            for line in report.read().splitlines():
-                if "Maximum resident set size" in line:
-                    peaks.append(int(line.split(":")[1]) / 1024.0)
-    return statistics.median(times), max(peaks)
-
-
 def write_text(path: str, text: str) -> str:
     with open(path, "w") as out:
         out.write(text)
@@ -182,9 +164,7 @@ def main() -> int:
     ggraph, work = sys.argv[1], sys.argv[2]
     wanted = sys.argv[3:] or ["small", "scatter1m", "bar10m", "scatter10m"]
     os.makedirs(work, exist_ok=True)
-    if os.environ.get("GGRAPH_BENCH_FIFO") == "1":
-        # This process and every one it starts, so that the clock stops when the run ends.
-        os.sched_setscheduler(0, os.SCHED_FIFO, os.sched_param(50))
+    realtime_if_asked()
     repeat = int(os.environ.get("GGRAPH_BENCH_REPEAT", "3"))
     for name in wanted:
         if name == "scatter1m":

@@ -39,3 +39,7 @@ if [ -f "$build/charts/small_out/charts/chart-001.png" ]; then
   "$build/bench/png_bench" "$build/charts/small_out/charts/chart-001.png" \
     --benchmark_filter='cairo|level[12]/(none|up)/'
 fi
+
+# The bar chart of means over 10 million cases of a three-column CSV, next to pandas + matplotlib
+# and R data.table + ggplot2 (when installed), with the ingest alone.
+/usr/bin/python3 "$here/bar_means_peer.py" "$build/src/cli/ggraph" "$rows" "$build/bar_means" 5
