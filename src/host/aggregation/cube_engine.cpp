@@ -52,6 +52,61 @@ std::uint64_t numberKey(double value) {
 
 constexpr int kSmallIntegers = 4096;
 
+// Texts of up to eight bytes (most category codes) by their bytes as one number: an open-addressed
+// table, so that a case's category is found without hashing or copying a string.
+class ShortTextTable {
+public:
+    static bool fits(std::uint32_t bytes) { return bytes <= 8; }
+    static std::uint64_t keyOf(char const* bytes, std::uint32_t length) {
+        std::uint64_t key = 0;
+        std::memcpy(&key, bytes, length);
+        return key;
+    }
+    // The category of `key`, or -1.
+    std::int64_t find(std::uint64_t key) const {
+        if (slots_.empty()) return -1;
+        for (std::size_t i = slotOf(key);; i = (i + 1) & mask_) {
+            Slot const& slot = slots_[i];
+            if (slot.idPlusOne == 0) return -1;
+            if (slot.key == key) return static_cast<std::int64_t>(slot.idPlusOne) - 1;
+        }
+    }
+    void add(std::uint64_t key, std::uint32_t id) {
+        if ((count_ + 1) * 2 > slots_.size()) grow();
+        insert(key, id);
+        ++count_;
+    }
+    void clear() {
+        slots_.clear();
+        count_ = 0;
+        mask_ = 0;
+    }
+
+private:
+    struct Slot {
+        std::uint64_t key = 0;
+        std::uint32_t idPlusOne = 0;  // 0: empty
+    };
+    std::size_t slotOf(std::uint64_t key) const {
+        return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 32) & mask_;
+    }
+    void insert(std::uint64_t key, std::uint32_t id) {
+        std::size_t i = slotOf(key);
+        while (slots_[i].idPlusOne != 0) i = (i + 1) & mask_;
+        slots_[i] = {key, id + 1};
+    }
+    void grow() {
+        std::vector<Slot> old = std::move(slots_);
+        slots_.assign(std::max<std::size_t>(64, old.size() * 2), Slot{});
+        mask_ = slots_.size() - 1;
+        for (Slot const& slot : old)
+            if (slot.idPlusOne != 0) insert(slot.key, slot.idPlusOne - 1);
+    }
+    std::vector<Slot> slots_;
+    std::size_t count_ = 0;
+    std::size_t mask_ = 0;
+};
+
 }  // namespace
 
 // ---- TableDimension
@@ -75,6 +130,7 @@ struct TableDimension::Data {
     std::vector<std::int32_t> smallIntegers;  // number + 1 for integers 0..kSmallIntegers-1
     std::unordered_map<std::uint64_t, std::uint32_t> numbers;
     std::unordered_map<std::string, std::uint32_t, StringHash, std::equal_to<>> texts;
+    ShortTextTable shortTexts;  // the texts of a dimension whose keys fit in eight bytes
     std::vector<std::int32_t> members;  // dichotomy member position -> number + 1
 
     void clear() {
@@ -84,6 +140,7 @@ struct TableDimension::Data {
         smallIntegers.assign(kSmallIntegers, 0);
         numbers.clear();
         texts.clear();
+        shortTexts.clear();
         std::fill(members.begin(), members.end(), 0);
     }
 
@@ -220,15 +277,18 @@ struct CubeAggregator::Engine {
         std::vector<Member> members;  // dichotomy sets
         std::vector<char> scratch;    // a category-set value padded to the key width
     };
-    // The common shape of a pass (numeric break variables and summary variables read straight
-    // from the host's columns) skips the general look-ups: small integer values map to their
-    // category through a table filled as they are met.
+    // The common shape of a pass (break variables of numbers or of texts of up to eight bytes,
+    // summary variables read straight from the host's columns) skips the general look-ups:
+    // small integer values map to their category through a table filled as they are met, short
+    // texts through the dimension's table of eight-byte keys.
     struct FastBreak {
-        OBS const* cells;
-        TableDimension::Data* data;
-        KWEL_Variable::Data const* record;
-        bool exclude;
+        OBS const* cells = nullptr;
+        TableDimension::Data* data = nullptr;
+        Column const* column = nullptr;
+        bool exclude = false;
+        bool text = false;
         std::vector<std::int32_t> ids;  // value -> category + 1; -1 excluded; 0 not met yet
+        std::vector<std::uint8_t> textExcluded;  // by category of a text break: 1 excluded
     };
     struct FastSlot {
         OBS const* cells;
@@ -326,6 +386,8 @@ struct CubeAggregator::Engine {
     std::uint32_t numberCategory(TableDimension::Data& data, double value, KWEL_Variable::Data const* record);
     std::uint32_t textCategory(TableDimension::Data& data, char const* bytes, std::uint32_t width,
                                Column const* column);
+    // The category of a short text break's value in `row`; -1 when it is excluded.
+    std::int64_t shortTextCategory(FastBreak& fastBreak, std::int64_t row);
     std::uint32_t findOrCreateCell(std::uint32_t const* ids);
     long findCell(std::uint32_t const* ids);
     bool hasPrefix(std::uint32_t const* ids, std::size_t length);
@@ -439,15 +501,20 @@ void CubeAggregator::Engine::bindFast() {
         Column const* info = dimension.variable->GetIndices().empty()
                                  ? nullptr
                                  : column(dimension.variable->GetIndices()[0]);
+        bool const shortText = dimension.data->isString && info != nullptr && info->width > 0 &&
+                               info->cellsPerValue == 1 &&
+                               ShortTextTable::fits(dimension.data->keyBytes) &&
+                               dimension.data->keyBytes <= sizeof(OBS);
         fast = fast && dimension.variable->GetKind() == AggregationVariable::Kind::Variable &&
-               info != nullptr && info->width == 0 && !dimension.data->isString;
+               info != nullptr && (shortText || (info->width == 0 && !dimension.data->isString));
         if (!fast)
             break;
-        fastBreaks.push_back({info->cells,
-                              dimension.data,
-                              info->record,
-                              dimension.variable->GetExcludeMissing(),
-                              {}});
+        FastBreak& fastBreak = fastBreaks.emplace_back();
+        fastBreak.cells = info->cells;
+        fastBreak.data = dimension.data;
+        fastBreak.column = info;
+        fastBreak.exclude = dimension.variable->GetExcludeMissing();
+        fastBreak.text = shortText;
     }
     for (Slot const& slot : slots) {
         Column const* info = column(slot.variable);
@@ -467,7 +534,10 @@ void CubeAggregator::Engine::bindFast() {
 
 void CubeAggregator::Engine::reset() {
     for (Dimension& dimension : dimensions) dimension.data->clear();
-    for (FastBreak& fastBreak : fastBreaks) fastBreak.ids.assign(kSmallIntegers, 0);
+    for (FastBreak& fastBreak : fastBreaks) {
+        fastBreak.ids.assign(kSmallIntegers, 0);
+        fastBreak.textExcluded.clear();
+    }
     cellIds.clear();
     cells.clear();
     sums.clear();
@@ -497,13 +567,22 @@ std::uint32_t CubeAggregator::Engine::numberCategory(TableDimension::Data& data,
 std::uint32_t CubeAggregator::Engine::textCategory(TableDimension::Data& data, char const* bytes,
                                                    std::uint32_t width, Column const* info) {
     std::string_view const text(bytes, data.keyBytes);
-    auto it = data.texts.find(text);
-    if (it != data.texts.end()) return it->second;
+    bool const isShort = ShortTextTable::fits(data.keyBytes);
+    std::uint64_t const shortKey = isShort ? ShortTextTable::keyOf(bytes, data.keyBytes) : 0;
+    if (isShort) {
+        if (std::int64_t const found = data.shortTexts.find(shortKey); found >= 0)
+            return static_cast<std::uint32_t>(found);
+    } else if (auto it = data.texts.find(text); it != data.texts.end()) {
+        return it->second;
+    }
     bool const missing = info != nullptr && info->variable != nullptr &&
                          info->variable->IsMissing(reinterpret_cast<OBS const*>(bytes)) == 1;
     std::uint32_t const id = data.add(reinterpret_cast<OBS const*>(bytes), data.keyBytes, missing, -1, -1);
     data.records[id].category.stringLength = width;
-    data.texts.emplace(std::string(text), id);
+    if (isShort)
+        data.shortTexts.add(shortKey, id);
+    else
+        data.texts.emplace(std::string(text), id);
     return id;
 }
 
@@ -764,6 +843,15 @@ void CubeAggregator::Engine::addCaseFast(std::int64_t row) {
     bool onGrid = !hashed;
     for (std::size_t d = 0; d < n; ++d) {
         FastBreak& fastBreak = breaks[d];
+        if (fastBreak.text) {
+            auto const id = shortTextCategory(fastBreak, row);
+            if (id < 0)
+                return;
+            ids[d] = static_cast<std::uint32_t>(id);
+            onGrid = onGrid && (ids[d] >> width[d]) == 0;
+            index = (index << width[d]) | ids[d];
+            continue;
+        }
         double const value = fastBreak.cells[row];
         std::int32_t code = 0;
         bool const small = value >= 0.0 && value < kSmallIntegers &&
@@ -771,7 +859,8 @@ void CubeAggregator::Engine::addCaseFast(std::int64_t row) {
         if (small)
             code = fastBreak.ids[static_cast<std::size_t>(value)];
         if (code == 0) [[unlikely]] {
-            std::uint32_t const id = numberCategory(*fastBreak.data, value, fastBreak.record);
+            std::uint32_t const id =
+                numberCategory(*fastBreak.data, value, fastBreak.column->record);
             bool const excluded = fastBreak.exclude && fastBreak.data->records[id].missing;
             code = excluded ? -1 : static_cast<std::int32_t>(id) + 1;
             if (small)
@@ -798,6 +887,23 @@ void CubeAggregator::Engine::addCaseFast(std::int64_t row) {
         return;
     }
     accumulateValues(cell);
+}
+
+std::int64_t CubeAggregator::Engine::shortTextCategory(FastBreak& fastBreak, std::int64_t row) {
+    auto const* bytes = reinterpret_cast<char const*>(fastBreak.cells + row);
+    TableDimension::Data& data = *fastBreak.data;
+    std::int64_t id = data.shortTexts.find(ShortTextTable::keyOf(bytes, data.keyBytes));
+    if (id < 0) [[unlikely]]
+        id = textCategory(data, bytes, static_cast<std::uint32_t>(fastBreak.column->width),
+                          fastBreak.column);
+    auto const at = static_cast<std::size_t>(id);
+    if (at >= fastBreak.textExcluded.size()) [[unlikely]] {
+        std::size_t const from = fastBreak.textExcluded.size();
+        fastBreak.textExcluded.resize(data.records.size());
+        for (std::size_t k = from; k < data.records.size(); ++k)
+            fastBreak.textExcluded[k] = fastBreak.exclude && data.records[k].missing;
+    }
+    return fastBreak.textExcluded[at] ? -1 : id;
 }
 
 void CubeAggregator::Engine::addCase() {

@@ -73,14 +73,18 @@ ColumnSelection selectionForJob(std::string_view text) {
         previous = name;
     };
     std::size_t i = 0;
+    std::size_t lineEnd = 0;  // where the line of `i` ends (npos: the text does)
     while (i < text.size()) {
         unsigned char const c = static_cast<unsigned char>(text[i]);
         if (c == '\'' || c == '"') {
             // The whole text of a quoted string may name a variable (name("x") in GPL);
             // the words inside are taken too, below, should the quote be an apostrophe.
+            // The end of the line is looked for once a line: a line of 100,000 quoted labels
+            // must not be scanned again for each of them.
+            if (lineEnd != std::string_view::npos && lineEnd <= i)
+                lineEnd = text.find('\n', i + 1);
             std::size_t const close = text.find(text[i], i + 1);
-            std::size_t const line = text.find('\n', i + 1);
-            if (close != std::string_view::npos && (line == std::string_view::npos || close < line))
+            if (close != std::string_view::npos && close < lineEnd)
                 selection.add(text.substr(i + 1, close - i - 1));
             ++i;
             continue;

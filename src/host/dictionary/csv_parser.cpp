@@ -56,6 +56,19 @@ bool parseWholeNumber(std::string_view text, double& value) {
            std::isfinite(value);
 }
 
+// A number written out in digits ("1e999", "-2.5e400") that no double holds. Not "inf" or
+// "nan", which are words rather than numbers out of range.
+bool isOutOfRange(std::string_view text) {
+    if (!text.empty() && (text.front() == '+' || text.front() == '-'))
+        text.remove_prefix(1);
+    if (text.empty() || !((text.front() >= '0' && text.front() <= '9') || text.front() == '.'))
+        return false;
+    double value = 0;
+    auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ptr == text.data() + text.size() &&
+           (result.ec == std::errc::result_out_of_range || !std::isfinite(value));
+}
+
 constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
@@ -147,6 +160,14 @@ private:
     }
     // Reads one field, quoted or not, leaving p_ on its delimiter (or the end).
     std::string_view readText();
+    // A NUL byte is no character of a text file: kept, but said, since it changes what a field
+    // reads as (a number followed by one is a text).
+    void reportNul(std::string_view text, char const* fieldStart) {
+        if (text.find('\0') != std::string_view::npos)
+            report(Diagnostic::Warning, "NUL byte", fieldStart,
+                   "a NUL byte (0x00) stands inside the field; it is kept as a character, so "
+                   "the field reads as a text");
+    }
     // Steps over the delimiter: 0 another field follows, 1 the row ended.
     int endField();
     void storeText(ColumnState& state, std::string_view text, char const* at, std::size_t field);
@@ -217,16 +238,19 @@ std::string_view Parser::readText() {
             while (p_ < end_ && !isDelimiter(*p_)) ++p_;
             scratch_.append(rest, static_cast<std::size_t>(p_ - rest));
         }
+        reportNul(scratch_, start);
         return scratch_;
     }
-    bool quote = false;  // noted on the way: most fields are a few bytes long
-    for (; p_ < end_ && !isDelimiter(*p_); ++p_) quote |= *p_ == '"';
+    bool odd = false;  // a quote or a NUL, noted on the way: most fields are a few bytes long
+    for (; p_ < end_ && !isDelimiter(*p_); ++p_) odd |= *p_ == '"' || *p_ == '\0';
     std::string_view text(start, static_cast<std::size_t>(p_ - start));
-    if (quote) {
+    if (odd && text.find('"') != std::string_view::npos) {
         report(Diagnostic::Warning, "stray quote", start + text.find('"'),
                "a quote stands inside a field that does not start with one; it is kept as a "
                "character");
     }
+    if (odd)
+        reportNul(text, start);
     return text;
 }
 
@@ -283,6 +307,20 @@ std::string where(std::size_t field, ColumnState const& state) {
 void Parser::storeText(ColumnState& state, std::string_view text, char const* at,
                        std::size_t field) {
     auto& column = state.column;
+    // The common case, a short ASCII code ("A", "grp07"): one cell, nothing to check.
+    if (column.cellsPerValue == 1 && text.size() <= sizeof(OBS) &&
+        (state.declaredWidth <= 0 || text.size() <= static_cast<std::size_t>(state.declaredWidth))) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, &kBlankCell, sizeof word);
+        std::memcpy(&word, text.data(), text.size());
+        if ((word & 0x8080808080808080ull) == 0) {
+            OBS cell;
+            std::memcpy(&cell, &word, sizeof cell);
+            column.cells.push_back(cell);
+            column.maxLength = std::max(column.maxLength, static_cast<int>(text.size()));
+            return;
+        }
+    }
     checkUtf8(text, at);
     std::size_t limit = state.declaredWidth > 0 ? static_cast<std::size_t>(state.declaredWidth)
                                                 : static_cast<std::size_t>(kMaxStringWidth);
@@ -339,6 +377,15 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
             column.numbers.push_back(kSysmis);
             return;
         }
+    }
+    if (isOutOfRange(text)) {
+        // A number all the same: the column stays numeric, as it would were the value smaller.
+        report(Diagnostic::Warning, "number out of range", at,
+               where(field, state) + ": " + quoteForMessage(text) +
+                   " is a number out of range (beyond about 1.8e308); it is read as missing");
+        column.numbers.push_back(kSysmis);
+        ++state.numbersSeen;  // should the column turn to text, it is read again as written
+        return;
     }
     if (state.declared) {
         report(Diagnostic::Warning, "not a number", at,
@@ -442,12 +489,17 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
     std::size_t const columns = states.size();
     constexpr std::int64_t kProgressEvery = 1 << 16;
     char const* reported = p_;
+    std::int64_t lineLead = -1;  // the line of the last row less its row number
     while (p_ < stop) {
         if (*p_ == '\n' || *p_ == '\r') {  // a blank line is no case
             endField();
             continue;
         }
         std::int64_t const rowLine = line_;
+        if (rowLine - result.rows != lineLead) {
+            lineLead = rowLine - result.rows;
+            result.rowLines.emplace_back(result.rows, rowLine);
+        }
         std::size_t field = 0;
         for (;;) {
             char const* const at = p_;

@@ -57,6 +57,9 @@ struct RunResult {
     std::vector<ColumnState> states;
     std::int64_t rows = 0;
     std::int64_t lines = 0;        // line breaks passed, quoted ones included
+    // Where rows start: (row, line) wherever a row does not start on the line after the one
+    // before it (the first row, and after blank lines or quoted line breaks).
+    std::vector<std::pair<std::int64_t, std::int64_t>> rowLines;
     char const* end = nullptr;     // where its last row ended
     RunMessages messages;
 };

@@ -277,20 +277,50 @@ CsvTable readTable(std::string_view text, std::string const& name, CsvOptions co
     std::int64_t line = headerLines;  // line breaks before the piece
     for (auto const& piece : pieces) {
         piece.messages.replay(sink, line);
+        for (auto const& [row, at] : piece.rowLines)
+            table.rowLines.emplace_back(table.rows + row, line + at);
         line += piece.lines;
         table.rows += piece.rows;
     }
     sink.finish();
+    table.columns.resize(states.size());
+    std::vector<std::size_t> loaded;
     for (std::size_t c = 0; c < states.size(); ++c) {
-        if (!states[c].load) {
-            CsvColumn skipped;
-            skipped.header = headers[c];
-            skipped.loaded = false;
-            table.columns.push_back(std::move(skipped));
+        if (states[c].load) {
+            loaded.push_back(c);
             continue;
         }
-        table.columns.push_back(joinColumn(pieces, c, states[c]));
+        table.columns[c].header = headers[c];
+        table.columns[c].loaded = false;
     }
+    // Joining copies every piece after the first into the first: a column per core at once,
+    // since each column's pieces are its own.
+    unsigned const threads = std::max(1u, options.threads ? options.threads
+                                                          : std::thread::hardware_concurrency());
+    auto joinEvery = [&](std::size_t first, std::size_t step) {
+        for (std::size_t k = first; k < loaded.size(); k += step)
+            table.columns[loaded[k]] = joinColumn(pieces, loaded[k], states[loaded[k]]);
+    };
+    std::size_t const workers = pieces.size() > 1 ? std::min<std::size_t>(threads, loaded.size()) : 1;
+    std::vector<std::thread> joiners;
+    std::vector<std::exception_ptr> failures(std::max<std::size_t>(1, workers));
+    for (std::size_t w = 1; w < workers; ++w)
+        joiners.emplace_back([&, w] {
+            try {
+                joinEvery(w, workers);
+            } catch (...) {
+                failures[w] = std::current_exception();  // out of memory, most likely
+            }
+        });
+    try {
+        joinEvery(0, std::max<std::size_t>(1, workers));
+    } catch (...) {
+        failures[0] = std::current_exception();
+    }
+    for (auto& joiner : joiners) joiner.join();
+    for (auto const& failure : failures)
+        if (failure)
+            std::rethrow_exception(failure);
     table.ok = true;
     return table;
 }
@@ -301,6 +331,15 @@ std::string CsvColumn::valueAt(std::size_t row) const {
     std::size_t const bytes = static_cast<std::size_t>(cellsPerValue) * sizeof(OBS);
     return std::string(reinterpret_cast<char const*>(cells.data()) + row * bytes,
                        static_cast<std::size_t>(width));
+}
+
+std::int64_t CsvTable::lineOf(std::int64_t row) const {
+    auto after = std::upper_bound(rowLines.begin(), rowLines.end(), row,
+                                  [](std::int64_t r, auto const& mark) { return r < mark.first; });
+    if (after == rowLines.begin())
+        return row + 2;  // a table not read from text: one header line, a line per row
+    auto const& [first, line] = *(after - 1);
+    return line + (row - first);
 }
 
 CsvTable readCsvText(std::string_view text, std::string const& name, CsvOptions const& options,

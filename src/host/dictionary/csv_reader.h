@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/dictionary/diagnostic.h"
@@ -43,10 +44,16 @@ struct CsvColumn {
 struct CsvTable {
     std::vector<CsvColumn> columns;
     std::int64_t rows = 0;
+    // The line each row starts on, kept sparsely: (row, line) where a row does not start on
+    // the line after the row before it.
+    std::vector<std::pair<std::int64_t, std::int64_t>> rowLines;
     bool ok = false;  // false: nothing could be read (missing or empty file, no header)
     // The file itself could not be read (missing, no permission, not a regular file): nothing
     // in it was looked at.
     bool unreadable = false;
+
+    // The line of the file a row starts on (the header's first line is 1).
+    std::int64_t lineOf(std::int64_t row) const;
 };
 
 using CsvDeclare = std::function<CsvColumnDeclaration(std::string const& header)>;

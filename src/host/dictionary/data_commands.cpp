@@ -3,6 +3,7 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <unordered_map>
 
 #include "host/dictionary/dataset.h"
 #include "host/dictionary/formats.h"
@@ -318,18 +319,23 @@ void Interpreter::valueLabels(bool add, std::vector<Change>& changes) {
                 auto labels = std::make_shared<ValueLabels>(ValueLabels{variable.width, {}});
                 if (add && variable.labels)
                     *labels = *variable.labels;
+                // A value labelled again takes the new label: found by its cell's bytes, so
+                // that a list of 100,000 labels is not compared pair by pair.
+                auto bytesOf = [](std::vector<OBS> const& cell) {
+                    return std::string(reinterpret_cast<char const*>(cell.data()),
+                                       cell.size() * sizeof(OBS));
+                };
+                std::unordered_map<std::string, std::size_t> at;
+                for (std::size_t i = 0; i < labels->entries.size(); ++i)
+                    at.emplace(bytesOf(labels->entries[i].cell), i);
                 for (auto const& [value, label] : pairs) {
                     auto entry =
                         makeLabelEntry(variable, value.getNumeric(), value.getString(), label);
-                    bool replaced = false;
-                    for (auto& existing : labels->entries) {
-                        if (existing.cell == entry.cell) {
-                            existing = entry;
-                            replaced = true;
-                        }
-                    }
-                    if (!replaced)
+                    auto [found, fresh] = at.try_emplace(bytesOf(entry.cell), labels->entries.size());
+                    if (fresh)
                         labels->entries.push_back(std::move(entry));
+                    else
+                        labels->entries[found->second] = std::move(entry);
                 }
                 variable.labels = labels;
             });

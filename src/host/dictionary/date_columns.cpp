@@ -68,7 +68,7 @@ std::vector<std::optional<DateKind>> convertDateColumns(CsvTable& table,
                 Diagnostic d;
                 d.level = Diagnostic::Warning;
                 d.file = file;
-                d.line = r + 2;
+                d.line = table.lineOf(r);
                 d.text = "column \"" + column.header + "\": \"" + s + "\" is not a " +
                          (*kind == DateKind::Time   ? "time (hh:mm:ss)"
                           : *kind == DateKind::Date ? "date (yyyy-mm-dd)"

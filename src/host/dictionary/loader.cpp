@@ -56,7 +56,15 @@ public:
         : dictionary_(dictionary), messages_(messages) {
         if (!dictionary_)
             return;
-        for (auto const& field : dictionary_->fields) fields_.try_emplace(upper(field.name), &field);
+        for (auto const& field : dictionary_->fields) {
+            // Names match columns whatever their case, so "X" and "x" describe one column.
+            auto const [first, added] = fields_.try_emplace(upper(field.name), &field);
+            if (!added)
+                warning(dictionary_->file, field.place,
+                        "field \"" + field.name + "\" describes a column already described by "
+                        "field \"" + first->second->name + "\" (names match whatever their "
+                        "case): the column is described twice; the second field is ignored");
+        }
     }
 
     DictField const* fieldFor(std::string const& header) const {
@@ -134,6 +142,10 @@ private:
         d.column = place.column;
         d.text = std::move(text);
         messages_.push_back(std::move(d));
+    }
+    void warning(std::string const& file, DictPlace place, std::string text) {
+        error(file, place, std::move(text));
+        messages_.back().level = Diagnostic::Warning;
     }
     void nameColumns(std::vector<std::string> const& headers);
     void applyField(DictField const& field, Variable& variable);
@@ -237,7 +249,7 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
     if (!dictionary_)
         return;
     for (auto const& field : dictionary_->fields) {
-        if (!used.count(&field)) {
+        if (!used.count(&field) && fieldFor(field.name) == &field) {
             error(dictionary_->file, field.place,
                   "field \"" + field.name + "\" names a column that " + dataset.path +
                       " does not have; the field is ignored");
@@ -302,6 +314,11 @@ void Builder::applyField(DictField const& field, Variable& variable) {
                       "\" is not a number, as the variable is numeric; it is ignored");
             continue;
         }
+        if (!numeric && value.isNumber)
+            warning(file, field.place,
+                    what + ": the category value " + value.text +
+                        " is a number, but the variable holds text; it labels the text \"" +
+                        value.text + "\"");
         labels->entries.push_back(makeLabelEntry(variable, number, value.text, label));
     }
     variable.labels = labels;
@@ -444,8 +461,11 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary,
         }
         CsvTable table = readCsv(csvPath, csv, result.messages);
         if (!table.ok) {
+            // A file that could not be read stops procedures over it. One that holds no header
+            // (an empty file) is an error said once; the job runs on over a dataset without
+            // variables, so that charts of other datasets are still made.
             result.unreadable = table.unreadable;
-            result.dataset->fatal = true;
+            result.dataset->fatal = table.unreadable;
             return result;
         }
         builder.readDates(table, csvPath);

@@ -321,3 +321,32 @@ TEST(CubeEngine, CombinationsAreAskedForByTheirFirstCategories) {
     cube.table.ResetAggregator();
     EXPECT_FALSE(aggregator->HasCellsUnder({}));
 }
+
+// Texts of up to eight bytes are looked up by their bytes as one number; wider ones by text.
+// Both must give the same categories, user-missing texts and all.
+TEST(CubeEngine, ShortAndWideTextBreaksGiveTheSameCells) {
+    for (int width : {4, 8, 12}) {
+        test::CaseBuilder data(7);
+        int s = data.text("s", width, {"b", "a", "NA", "b", "a", "x", "NA"});
+        int y = data.numeric("y", {1, 2, 3, 4, 5, 6, kSys});
+        data.variable(s).missingTexts = {"NA"};
+        for (bool exclude : {true, false}) {
+            AggregationVariable byS(s, "s");
+            byS.SetExcludeMissing(exclude);
+            Cube cube(data, {&byS}, {stat(Codes::STAT_MEAN, y), stat(Codes::STAT_COUNT, -1)},
+                      /*variablewise=*/true);
+            auto const& texts = cube.categories(0);
+            std::map<std::string, std::pair<double, double>> got;
+            for (auto const* t : texts) {
+                std::string key(reinterpret_cast<char const*>(t->value), 2);
+                key.erase(key.find_last_not_of(std::string(" \0", 2)) + 1);
+                got[key] = {cube.cell({t})->GetStatValue(0), cube.cell({t})->GetStatValue(1)};
+            }
+            std::map<std::string, std::pair<double, double>> want{
+                {"a", {3.5, 2}}, {"b", {2.5, 2}}, {"x", {6, 1}}};
+            if (!exclude)
+                want["NA"] = {3, 2};  // the case without y counts, with no value to the mean
+            EXPECT_EQ(got, want) << "width " << width << (exclude ? ", excluded" : "");
+        }
+    }
+}

@@ -39,6 +39,8 @@ void expectSame(Read const& one, Read const& many, std::string const& what) {
     EXPECT_EQ(many.messages, one.messages) << what;
     ASSERT_EQ(many.table.rows, one.table.rows) << what;
     ASSERT_EQ(many.table.columns.size(), one.table.columns.size()) << what;
+    for (std::int64_t row = 0; row < one.table.rows; ++row)
+        EXPECT_EQ(many.table.lineOf(row), one.table.lineOf(row)) << what << " row " << row;
     for (std::size_t c = 0; c < one.table.columns.size(); ++c) {
         auto const& a = one.table.columns[c];
         auto const& b = many.table.columns[c];
@@ -57,6 +59,16 @@ void expectSame(Read const& one, Read const& many, std::string const& what) {
 }
 
 }  // namespace
+
+TEST(CsvPieces, RowsKnowTheLineTheyStartOn) {
+    // A header over two lines, a record over three, blank lines: every row knows its line.
+    auto r = readIn("\"a\nb\",c\n1,2\n\"x\ny\nz\",3\n\n\n4,5\n6,7\n", 1);
+    ASSERT_EQ(r.table.rows, 4);
+    EXPECT_EQ(r.table.lineOf(0), 3);
+    EXPECT_EQ(r.table.lineOf(1), 4);
+    EXPECT_EQ(r.table.lineOf(2), 9);
+    EXPECT_EQ(r.table.lineOf(3), 10);
+}
 
 TEST(CsvPieces, EveryCutGivesWhatOnePassGives) {
     std::string repeated;

@@ -114,6 +114,20 @@ TEST_F(DateColumns, DictionaryTypesAndDateFormatsReadIsoText) {
         << text;
     EXPECT_NE(text.find("\"25:00\" is not a time"), std::string::npos) << text;
     EXPECT_EQ(var(r, 4).width, 1);
+
+    // A record over several lines moves the lines of those after it.
+    std::string notes = write("m.csv",
+                              "note,day\n"
+                              "\"one\ntwo\nthree\",2024-01-31\n"
+                              "\n"
+                              "plain,2024-02-30\n");
+    write("m.csv.json", R"({"fields": [{"name": "note", "type": "string"},
+                                       {"name": "day", "type": "date"}]})");
+    auto m = hd::loadDataset(notes);
+    ASSERT_TRUE(m.ok()) << messages(m);
+    EXPECT_NE(messages(m).find("m.csv:6: warning: column \"day\": \"2024-02-30\""),
+              std::string::npos)
+        << messages(m);
 }
 
 TEST_F(DateColumns, IsoColumnsWithoutDictionaryAreInferred) {

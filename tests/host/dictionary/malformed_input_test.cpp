@@ -63,6 +63,35 @@ TEST(MalformedCsv, RaggedRowsAreReportedByLineAndKeptAligned) {
     EXPECT_EQ(table.columns[2].numbers[3], 12);
 }
 
+TEST(MalformedCsv, NumbersOutOfRangeAreMissingAndTheColumnStaysNumeric) {
+    std::vector<hd::Diagnostic> messages;
+    auto table = read("x,y\n1e999,1\n-1e999,2\n3,3\n", messages);
+    ASSERT_TRUE(table.ok);
+    std::string const said = joined(messages);
+    EXPECT_NE(said.find("t.csv:2:1: warning: field 1 (x): \"1e999\" is a number out of range"),
+              std::string::npos)
+        << said;
+    EXPECT_NE(said.find("t.csv:3:1: warning: field 1 (x): \"-1e999\""), std::string::npos) << said;
+    ASSERT_TRUE(table.columns[0].numeric);
+    EXPECT_EQ(table.columns[0].numbers[0], std::numeric_limits<double>::lowest());
+    EXPECT_EQ(table.columns[0].numbers[2], 3);
+    // "inf" is a word, not a number out of range: the column is text, every value as written.
+    messages.clear();
+    auto words = read("x,y\n1e999,1\ninf,2\n", messages);
+    EXPECT_FALSE(words.columns[0].numeric);
+    EXPECT_EQ(words.columns[0].valueAt(0).substr(0, 5), "1e999");
+}
+
+TEST(MalformedCsv, NulBytesAreNamedWhereTheyStand) {
+    std::vector<hd::Diagnostic> messages;
+    auto table = read(std::string("x,y\n1,a\0b\n2\0,\"c\0\"\n", 18), messages);
+    ASSERT_TRUE(table.ok);
+    std::string const said = joined(messages);
+    EXPECT_NE(said.find("t.csv:2:3: warning: a NUL byte (0x00)"), std::string::npos) << said;
+    EXPECT_NE(said.find("t.csv:3:1: warning: a NUL byte"), std::string::npos) << said;
+    EXPECT_NE(said.find("t.csv:3:4: warning: a NUL byte"), std::string::npos) << said;
+}
+
 TEST(MalformedCsv, BadQuotingAndCutShortFiles) {
     std::vector<hd::Diagnostic> messages;
     auto table = read("a,b\n\"x\"y,1\nz\"q,2\n", messages);
@@ -122,8 +151,11 @@ TEST(MalformedCsv, LateTextKeepsEarlierSpellingsAndFloodsAreCut) {
 TEST(MalformedCsv, EmptyAndMissingFiles) {
     TempFolder folder;
     auto empty = hd::loadDataset(folder.write("empty.csv", ""));
-    EXPECT_FALSE(empty.ok());
-    EXPECT_TRUE(empty.dataset->fatal);
+    // Said as an error; the dataset is empty, not fatal, so the job's other datasets still chart.
+    EXPECT_TRUE(empty.hasErrors());
+    EXPECT_FALSE(empty.dataset->fatal);
+    EXPECT_TRUE(empty.dataset->variables.empty());
+    EXPECT_FALSE(empty.unreadable);
     ASSERT_EQ(empty.messages.size(), 1u);
     EXPECT_NE(empty.messages[0].toString().find("empty.csv: error: the file is empty"),
               std::string::npos);
@@ -132,6 +164,7 @@ TEST(MalformedCsv, EmptyAndMissingFiles) {
     EXPECT_FALSE(missing.ok());
     ASSERT_EQ(missing.messages.size(), 1u);
     EXPECT_NE(missing.messages[0].text.find("No such file"), std::string::npos);
+    EXPECT_TRUE(missing.dataset->fatal);
 
     auto headerOnly = hd::loadDataset(folder.write("header.csv", "a,b\n"));
     EXPECT_TRUE(headerOnly.ok());
@@ -280,6 +313,34 @@ TEST(MalformedDictionary, WrongNamesMeasuresFormatsAndMembers) {
     EXPECT_EQ(result.dataset->sets[0].GetVariableNames(VariableSet::CHANGECASE_NONE).size(), 1u);
     // The bad score is missing; the good one is kept.
     EXPECT_EQ(result.dataset->columns[2][1], 3.0);
+}
+
+// Two fields for one column, and a number among a text variable's categories: both are said,
+// with the place of the field, and the first field's description stands.
+TEST(MalformedDictionary, SameColumnTwiceAndNumberCategoryOnText) {
+    TempFolder folder;
+    std::string const csv = folder.write("d.csv", "x,s\n1,a\n2,1\n");
+    folder.write("d.csv.json", R"({"fields": [
+  {"name": "X", "title": "upper"},
+  {"name": "x", "title": "lower"},
+  {"name": "s", "type": "string", "categories": [{"value": 1, "label": "one"}]}
+]})");
+    auto result = hd::loadDataset(csv);
+    ASSERT_TRUE(result.ok());
+    std::string const all = joined(result.messages);
+    ASSERT_EQ(result.messages.size(), 2u) << all;
+    EXPECT_EQ(result.messages[0].line, 3);
+    EXPECT_EQ(result.messages[0].level, hd::Diagnostic::Warning);
+    EXPECT_NE(result.messages[0].text.find("\"x\" describes a column already described by field "
+                                           "\"X\""),
+              std::string::npos)
+        << all;
+    EXPECT_EQ(result.messages[1].level, hd::Diagnostic::Warning);
+    EXPECT_EQ(result.messages[1].line, 4);
+    EXPECT_NE(result.messages[1].text.find("the category value 1 is a number"),
+              std::string::npos);
+    EXPECT_EQ(all.find("does not have"), std::string::npos) << all;
+    EXPECT_EQ(result.dataset->variables[0]->hostData().label, "upper");
 }
 
 TEST(MalformedDictionary, DictionaryNamingItsCsvAndHeaderRenames) {
