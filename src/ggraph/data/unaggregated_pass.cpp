@@ -61,267 +61,312 @@ std::string caseText(OBS const* cell, int width) {
     return text;
 }
 
-}  // namespace
+// What each column variable needs per case, looked up once for the whole pass.
+struct Column {
+    GGraphVariable* variable;
+    unsigned int position;  // in `variables`: the row offset of a transposed case
+    KWEL_Variable const* dictionary;
+    int index;
+    bool isString;
+    int width;
+};
 
-unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
-    auto& data = *d;
-    KWEL_DataSource const* source = data.getKWEL_DataSource();
-    if (source == nullptr)
-        return 0;
-    std::unique_ptr<KWEL_InputCaseIterator> iterator(source->CreateInputCaseIterator(0));
-    if (!iterator)
-        return 0;
-    auto* procIterator = dynamic_cast<ProcDSIterator*>(iterator.get());
-
-    std::string const& name = data.utf8SourceName;
-    bool const transposed = data.isVarsToCases();
-    std::string const summary = data.summaryName.toUTF8();
-    std::string const index = data.indexName.toUTF8();
-
-    // What each column variable needs per case, looked up once for the whole pass.
-    struct Column {
-        GGraphVariable* variable;
-        unsigned int position;  // in `variables`: the row offset of a transposed case
-        KWEL_Variable const* dictionary;
-        int index;
-        bool isString;
-        int width;
-    };
-    std::vector<Column> columns;
-    for (std::size_t i = 0; i < data.variables.size(); ++i) {
-        GGraphVariable* variable = data.variables[i];
-        if (!isColumnVariable(variable))
-            continue;
-        VariableResolver const* resolver = variable->getVariableResolver();
-        int const varIndex = resolver != nullptr ? resolver->getVariableIndex() : -1;
-        columns.push_back({variable, static_cast<unsigned int>(i),
-                           resolver != nullptr ? source->GetVariable(varIndex) : nullptr, varIndex,
-                           variable->isString(), 0});
-        columns.back().width = textWidth(columns.back().dictionary);
+class UnaggregatedPass {
+public:
+    UnaggregatedPass(GGraphDataSet& dataSet, KWEL_DataSource const* source,
+                     KWEL_InputCaseIterator* iterator, RelabelString& relabel)
+        : dataSet_(dataSet), data_(dataSet.data()), source_(source), iterator_(iterator),
+          procIterator_(dynamic_cast<ProcDSIterator*>(iterator)), relabel_(relabel),
+          name_(data_.utf8SourceName), transposed_(data_.isVarsToCases()),
+          summary_(data_.summaryName.toUTF8()), index_(data_.indexName.toUTF8()),
+          // $CASENUM, appended last but one or last, gets no row of its own.
+          rowsPerCase_(data_.variables.empty()
+                           ? 0u
+                           : static_cast<unsigned int>(data_.variables.size()) - 1u) {
+        for (std::size_t i = 0; i < data_.variables.size(); ++i) {
+            GGraphVariable* variable = data_.variables[i];
+            if (!isColumnVariable(variable))
+                continue;
+            VariableResolver const* resolver = variable->getVariableResolver();
+            int const varIndex = resolver != nullptr ? resolver->getVariableIndex() : -1;
+            KWEL_Variable const* dictionary =
+                resolver != nullptr ? source_->GetVariable(varIndex) : nullptr;
+            columns_.push_back({variable, static_cast<unsigned int>(i), dictionary, varIndex,
+                                variable->isString(), textWidth(dictionary)});
+        }
     }
-    // $CASENUM, appended last but one or last, gets no row of its own.
-    auto const rowsPerCase =
-        data.variables.empty() ? 0u : static_cast<unsigned int>(data.variables.size()) - 1u;
-    unsigned int const limit = data.GetCaseLimit(false);
-    bool firstInGroup = true;
-    unsigned int matchCount = 0;
 
+    unsigned int run() {
+        unsigned int const limit = data_.GetCaseLimit(false);
+        bool firstInGroup = true;
+        while (iterator_->NextCase() != 0 && data_.caseCount < limit) {
+            if (firstInGroup) {
+                if (!startGroup())
+                    continue;
+                firstInGroup = false;
+            }
+            if (procIterator_ != nullptr && procIterator_->SplitGroupEnd()) {
+                firstInGroup = true;  // this step is no case
+                continue;
+            }
+            processCase();
+        }
+        if (data_.caseCount >= limit)
+            warnIfCasesRemain();
+        reportFilters();
+        return data_.caseCount;
+    }
+
+private:
     // Gives false when the group was refused and dropped.
-    auto startGroup = [&]() -> bool {
-        VarDataProcessor* vdp = data.createNewVDP();
-        data.caseCount = 0;
-        data.rowCount = 0;
+    bool startGroup() {
+        VarDataProcessor* vdp = data_.createNewVDP();
+        data_.caseCount = 0;
+        data_.rowCount = 0;
         bool skipped = false;
         bool ended = false;
         while (true) {
-            bool const kept = data.saveSplitInfo(procIterator);
+            bool const kept = data_.saveSplitInfo(procIterator_);
             if (kept && !skipped)
                 break;
-            if (kept || ended || procIterator == nullptr) {
-                data.popLastVDP();
+            if (kept || ended || procIterator_ == nullptr) {
+                data_.popLastVDP();
                 return false;
             }
             // A refused group is run through to its end, and asked about once more there.
             bool more = true;
-            while (!procIterator->SplitGroupEnd() && (more = iterator->NextCase() != 0)) {
+            while (!procIterator_->SplitGroupEnd() && (more = iterator_->NextCase() != 0)) {
             }
             skipped = true;
-            ended = procIterator->SplitGroupEnd() || !more;
+            ended = procIterator_->SplitGroupEnd() || !more;
         }
-        vdp->AddDataSource(name, 10000);
-        if (transposed) {
-            vdp->AddVariable(name, summary, nullptr);
-            vdp->AddVariable(name, index, nullptr);
+        vdp->AddDataSource(name_, 10000);
+        if (transposed_) {
+            vdp->AddVariable(name_, summary_, nullptr);
+            vdp->AddVariable(name_, index_, nullptr);
         } else {
-            for (GGraphVariable* variable : data.variables)
+            for (GGraphVariable* variable : data_.variables)
                 if (isColumnVariable(variable))
-                    variable->addVDPVariable(vdp, name);
+                    variable->addVDPVariable(vdp, name_);
         }
         return true;
-    };
+    }
 
-    auto processCase = [&] {
-        VarDataProcessor* vdp = data.getCurrVDP();
+    void processCase() {
+        vdp_ = data_.getCurrVDP();
+        row_ = data_.caseCount;
+        rowDeleted_ = false;
         std::map<std::string, unsigned int> parents;
-        bool rowDeleted = false;
-        unsigned int const row = data.caseCount;
 
-        auto deleteRow = [&] {
-            if (!transposed) {
-                vdp->DeleteRow(name, row);
-            } else {
-                // A dropped case takes all its rows with it, not only the one of the variable
-                // that dropped it: half a case would stack a part of its values with no sign
-                // that the rest is missing. Last first, so that the row count shrinks back.
-                for (unsigned int k = rowsPerCase; k-- > 0;)
-                    vdp->DeleteRow(name, rowsPerCase * row + k);
-            }
-            rowDeleted = true;
-        };
-
-        for (Column const& column : columns) {
-            GGraphVariable* variable = column.variable;
-            unsigned int const position = column.position;
-            if (column.index < 0) {
-                if (!variable->isCaseNumVariable())
-                    continue;
-                if (!transposed) {
-                    // The column was added by addVDPVariable: its handle saves a look-up by name.
-                    variable->setNumericValue(static_cast<double>(iterator->CaseNumber()), row);
-                } else {
-                    std::string const columnName = variable->GetVariableUnicodeName();
-                    for (unsigned int k = 0; k < rowsPerCase; ++k)
-                        vdp->SetVariableValue(name, columnName, rowsPerCase * row + k,
-                                              static_cast<double>(iterator->CaseNumber()));
-                }
-                continue;
-            }
-            // A transposed data set keeps the weight out of its rows: stacked beside the values
-            // it would read as one more of them, and written at its own position it would land
-            // on the next case's first row.
-            if (transposed && position >= rowsPerCase)
-                continue;
-            unsigned int const transposedRow = rowsPerCase * row + position;
-            OBS const* obs = iterator->GetObsPointer(static_cast<unsigned int>(column.index));
-            KWEL_Variable const* dictVariable = column.dictionary;
-            bool const isString = column.isString;
-            std::string text;
-            bool writeMissing = false;
-            if (obs != nullptr) {
-                if (isString)
-                    text = caseText(obs, column.width);
-                bool const missing =
-                    (dictVariable != nullptr && dictVariable->IsMissing(obs) == 1) ||
-                    (isString && (text.empty() || text == " "));
-                if (missing) {
-                    if (!data.reportMissing) {
-                        if (data.listwise && !variable->isMRChild()) {
-                            deleteRow();
-                            break;
-                        }
-                        writeMissing = true;
-                    } else {
-                        // A user-missing category keeps its real value, so that it stays visible.
-                        writeMissing = variable->getMeasurmentLevel() == GGraphVariable::SCALE;
-                    }
-                } else if (data.listwise && variable->isMRChild()) {
-                    ++parents[variable->getMRParentName()];
-                }
-            }
-            // A number the source could not give is written as missing rather than read.
-            if (obs == nullptr && !isString)
-                writeMissing = true;
-            if (writeMissing) {
-                if (!transposed) {
-                    vdp->SetVariableValue(name, variable->GetVariableUnicodeName(), row,
-                                          kSystemMissing);
-                } else {
-                    vdp->SetVariableValue(name, summary, transposedRow, kSystemMissing);
-                    vdp->SetVariableValue(name, index, transposedRow,
-                                          static_cast<double>(position));
-                }
-                continue;
-            }
-            if (!transposed) {
-                if (isString)
-                    variable->setStringValue(XUtility::ChartStringFromLocalCodePage(text).toUTF8(),
-                                             row);
-                else
-                    variable->setNumericValue(*obs, row);
-            } else {
-                if (isString)
-                    vdp->SetStringVariableValue(name, summary, transposedRow, text);
-                else
-                    vdp->SetVariableValue(name, summary, transposedRow, *obs);
-                vdp->SetVariableValue(name, index, transposedRow, static_cast<double>(position));
-            }
+        for (Column const& column : columns_) {
+            if (!writeColumn(column, parents))
+                break;
         }
 
         // Entries exist only for valid children, so this deletes nothing: under LISTWISE a
         // missing child does not cost the case its row. Kept as the rule stands.
         for (auto const& [parent, count] : parents) {
-            if (count == 0 && !rowDeleted)
+            if (count == 0 && !rowDeleted_)
                 deleteRow();
         }
 
         // The filters see deleted cases too, and count their matches.
-        for (GGraphVariableFilter* filter : data.variableFilters) {
-            if (!isMatchFilter(filter, iterator.get(), source)) {
-                if (!rowDeleted)
+        for (GGraphVariableFilter* filter : data_.variableFilters) {
+            if (!dataSet_.isMatchFilter(filter, iterator_, source_)) {
+                if (!rowDeleted_)
                     deleteRow();
                 break;
             }
-            ++matchCount;
+            ++matchCount_;
         }
 
-        for (GGraphStatistic* statistic : data.statistics) {
+        writeCaseValueStatistics();
+        if (!rowDeleted_)
+            ++data_.caseCount;
+    }
+
+    void deleteRow() {
+        if (!transposed_) {
+            vdp_->DeleteRow(name_, row_);
+        } else {
+            // A dropped case takes all its rows with it, not only the one of the variable that
+            // dropped it: half a case would stack a part of its values with no sign that the
+            // rest is missing. Last first, so that the row count shrinks back.
+            for (unsigned int k = rowsPerCase_; k-- > 0;)
+                vdp_->DeleteRow(name_, rowsPerCase_ * row_ + k);
+        }
+        rowDeleted_ = true;
+    }
+
+    void writeCaseNumber(GGraphVariable* variable) {
+        double const caseNumber = static_cast<double>(iterator_->CaseNumber());
+        if (!transposed_) {
+            // The column was added by addVDPVariable: its handle saves a look-up by name.
+            variable->setNumericValue(caseNumber, row_);
+            return;
+        }
+        std::string const columnName = variable->GetVariableUnicodeName();
+        for (unsigned int k = 0; k < rowsPerCase_; ++k)
+            vdp_->SetVariableValue(name_, columnName, rowsPerCase_ * row_ + k, caseNumber);
+    }
+
+    // Writes one column of the current case; false when the case lost its row and the rest of
+    // its columns are not to be read.
+    bool writeColumn(Column const& column, std::map<std::string, unsigned int>& parents) {
+        GGraphVariable* variable = column.variable;
+        unsigned int const position = column.position;
+        if (column.index < 0) {
+            if (variable->isCaseNumVariable())
+                writeCaseNumber(variable);
+            return true;
+        }
+        // A transposed data set keeps the weight out of its rows: stacked beside the values it
+        // would read as one more of them, and written at its own position it would land on the
+        // next case's first row.
+        if (transposed_ && position >= rowsPerCase_)
+            return true;
+        unsigned int const transposedRow = rowsPerCase_ * row_ + position;
+        OBS const* obs = iterator_->GetObsPointer(static_cast<unsigned int>(column.index));
+        bool const isString = column.isString;
+        std::string text;
+        bool writeMissing = false;
+        if (obs != nullptr) {
+            if (isString)
+                text = caseText(obs, column.width);
+            bool const missing =
+                (column.dictionary != nullptr && column.dictionary->IsMissing(obs) == 1) ||
+                (isString && (text.empty() || text == " "));
+            if (missing) {
+                if (!data_.reportMissing) {
+                    if (data_.listwise && !variable->isMRChild()) {
+                        deleteRow();
+                        return false;
+                    }
+                    writeMissing = true;
+                } else {
+                    // A user-missing category keeps its real value, so that it stays visible.
+                    writeMissing = variable->getMeasurmentLevel() == GGraphVariable::SCALE;
+                }
+            } else if (data_.listwise && variable->isMRChild()) {
+                ++parents[variable->getMRParentName()];
+            }
+        }
+        // A number the source could not give is written as missing rather than read.
+        if (obs == nullptr && !isString)
+            writeMissing = true;
+        if (writeMissing) {
+            if (!transposed_) {
+                vdp_->SetVariableValue(name_, variable->GetVariableUnicodeName(), row_,
+                                       kSystemMissing);
+            } else {
+                vdp_->SetVariableValue(name_, summary_, transposedRow, kSystemMissing);
+                vdp_->SetVariableValue(name_, index_, transposedRow, static_cast<double>(position));
+            }
+            return true;
+        }
+        if (!transposed_) {
+            if (isString)
+                variable->setStringValue(XUtility::ChartStringFromLocalCodePage(text).toUTF8(),
+                                         row_);
+            else
+                variable->setNumericValue(*obs, row_);
+        } else {
+            if (isString)
+                vdp_->SetStringVariableValue(name_, summary_, transposedRow, text);
+            else
+                vdp_->SetVariableValue(name_, summary_, transposedRow, *obs);
+            vdp_->SetVariableValue(name_, index_, transposedRow, static_cast<double>(position));
+        }
+        return true;
+    }
+
+    // The row holds the case number of a CASEVALUE statistic; its value goes to the relabel
+    // store.
+    void writeCaseValueStatistics() {
+        for (GGraphStatistic* statistic : data_.statistics) {
             if (statistic == nullptr || !statistic->IsCaseValueStatistic() ||
                 statistic->GetSummaryVariable() == nullptr)
                 continue;
             int const varIndex = statistic->GetSummaryVariableIndex();
             std::string const label = statistic->GetUnicodeGPLLabel().toUTF8();
             // A first row that was deleted makes the next case add the column again: harmless.
-            if (data.caseCount == 0)
-                vdp->AddVariable(name, label, nullptr);
-            OBS const* obs = iterator->GetObsPointer(static_cast<unsigned int>(varIndex));
-            KWEL_Variable const* dictVariable = source->GetVariable(varIndex);
-            if (obs != nullptr && !data.reportMissing && dictVariable != nullptr &&
+            if (data_.caseCount == 0)
+                vdp_->AddVariable(name_, label, nullptr);
+            OBS const* obs = iterator_->GetObsPointer(static_cast<unsigned int>(varIndex));
+            KWEL_Variable const* dictVariable = source_->GetVariable(varIndex);
+            if (obs != nullptr && !data_.reportMissing && dictVariable != nullptr &&
                 dictVariable->IsMissing(obs) == 1) {
-                vdp->SetVariableValue(name, label, row, kSystemMissing);
+                vdp_->SetVariableValue(name_, label, row_, kSystemMissing);
                 continue;
             }
-            double const caseNumber = static_cast<double>(iterator->CaseNumber());
+            double const caseNumber = static_cast<double>(iterator_->CaseNumber());
             VariableResolver resolver;
-            if (resolver.resolveVariable(source, varIndex))
-                relabel.AddCaseValueRelabel(caseNumber, const_cast<OBS*>(obs), varIndex, &resolver);
-            vdp->SetVariableValue(name, label, row, caseNumber);
+            if (resolver.resolveVariable(source_, varIndex))
+                relabel_.AddCaseValueRelabel(caseNumber, const_cast<OBS*>(obs), varIndex,
+                                             &resolver);
+            vdp_->SetVariableValue(name_, label, row_, caseNumber);
         }
-
-        if (!rowDeleted)
-            ++data.caseCount;
-    };
-
-    while (iterator->NextCase() != 0 && data.caseCount < limit) {
-        if (firstInGroup) {
-            if (!startGroup())
-                continue;
-            firstInGroup = false;
-        }
-        if (procIterator != nullptr && procIterator->SplitGroupEnd()) {
-            firstInGroup = true;  // this step is no case
-            continue;
-        }
-        processCase();
     }
 
     // The warning needs one more case beyond the one that ended the loop, so it comes one case
     // later than in the aggregated pass: intended. A group-end step is no case.
-    if (data.caseCount >= limit) {
-        bool more = iterator->NextCase() != 0;
-        while (more && procIterator != nullptr && procIterator->SplitGroupEnd())
-            more = iterator->NextCase() != 0;
-        if (more) {
-            BpNumber limitCell(static_cast<double>(data.caseLimit), BpHeading::Count);
-            BpString sourceCell(data.utf8SourceName, false);
-            ggraph::report(ggraph::kWarning, msg::kCaseLimitReached, {&limitCell, &sourceCell});
-        }
+    void warnIfCasesRemain() {
+        bool more = iterator_->NextCase() != 0;
+        while (more && procIterator_ != nullptr && procIterator_->SplitGroupEnd())
+            more = iterator_->NextCase() != 0;
+        if (!more)
+            return;
+        BpNumber limitCell(static_cast<double>(data_.caseLimit), BpHeading::Count);
+        BpString sourceCell(data_.utf8SourceName, false);
+        ggraph::report(ggraph::kWarning, msg::kCaseLimitReached, {&limitCell, &sourceCell});
     }
 
     // Only the last group's rows are looked at, and there is no test for filters: a data set
     // without filters and without cases reports with an empty list. Intended.
-    if (data.caseCount == 0 && matchCount == 0) {
-        std::string names;
-        for (GGraphVariableFilter* filter : data.variableFilters)
-            names += filter->GetVariableName() + " ";
-        BpString list(names, true);
-        ggraph::report(ggraph::kError, msg::kFilterExcludedAll, {&list});
-    }
-    for (GGraphVariableFilter* filter : data.variableFilters) {
-        for (auto const& [value, count] : filter->getValueMatchedMap()) {
-            if (count == 0 && value != "ALL")
-                ggraph::report(ggraph::kWarning, msg::kFilterValueNotFound,
-                               {value, filter->GetVariableName()});
+    void reportFilters() {
+        if (data_.caseCount == 0 && matchCount_ == 0) {
+            std::string names;
+            for (GGraphVariableFilter* filter : data_.variableFilters)
+                names += filter->GetVariableName() + " ";
+            BpString list(names, true);
+            ggraph::report(ggraph::kError, msg::kFilterExcludedAll, {&list});
+        }
+        for (GGraphVariableFilter* filter : data_.variableFilters) {
+            for (auto const& [value, count] : filter->getValueMatchedMap()) {
+                if (count == 0 && value != "ALL")
+                    ggraph::report(ggraph::kWarning, msg::kFilterValueNotFound,
+                                   {value, filter->GetVariableName()});
+            }
         }
     }
-    return data.caseCount;
+
+    GGraphDataSet& dataSet_;
+    GGraphDataSet::GGraphDataSetData& data_;
+    KWEL_DataSource const* source_;
+    KWEL_InputCaseIterator* iterator_;
+    ProcDSIterator* procIterator_;
+    RelabelString& relabel_;
+    std::string const& name_;
+    bool const transposed_;
+    std::string const summary_;
+    std::string const index_;
+    unsigned int const rowsPerCase_;
+    std::vector<Column> columns_;
+    unsigned int matchCount_ = 0;
+    // The case being written.
+    VarDataProcessor* vdp_ = nullptr;
+    unsigned int row_ = 0;
+    bool rowDeleted_ = false;
+};
+
+}  // namespace
+
+unsigned int GGraphDataSet::populateUnAggregatedData(RelabelString& relabel) {
+    KWEL_DataSource const* source = d->getKWEL_DataSource();
+    if (source == nullptr)
+        return 0;
+    std::unique_ptr<KWEL_InputCaseIterator> iterator(source->CreateInputCaseIterator(0));
+    if (!iterator)
+        return 0;
+    return UnaggregatedPass(*this, source, iterator.get(), relabel).run();
 }

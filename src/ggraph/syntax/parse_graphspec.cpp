@@ -202,6 +202,71 @@ Step readMap(GGraphParser::GGraphParserData& p, SubComObj const* sub, int& curso
     }
 }
 
+// SOURCE=INLINE, =VIZTEMPLATE(...) or a file form such as GPLFILE("name"). The cursor stands on
+// the word and is left on the last token read.
+Step readSource(GGraphParser::GGraphParserData& p, SubComObj const* sub, int& cursor, int end,
+                GraphSpec& spec) {
+    TokenInfoObj const* token = sub->getTokenObj(cursor);
+    if (isKeyword(token, "INLINE") && !token->IsLiteral()) {
+        spec.setSource(GraphSpec::SOURCE_INLINE);
+        return Step::Ok;
+    }
+    if (isKeyword(token, "VIZTEMPLATE") && !token->IsLiteral()) {
+        if (!p.parseViZTemplate(sub, cursor, end, &spec)) return Step::Fail;
+        spec.setSource(GraphSpec::SOURCE_VIZTEMPLATE);
+        return Step::Ok;
+    }
+    FileSource const* form = nullptr;
+    for (auto const& f : kFileSources) {
+        if (!token->IsLiteral() && isKeyword(token, f.keyword)) {
+            form = &f;
+            break;
+        }
+    }
+    if (form == nullptr) {
+        (void)p.UnknownKeyword(kName, token->getString());
+        return Step::Fail;
+    }
+    ++cursor;
+    // The word ends the subcommand: nothing is set and the walk ends here, as it would behind a
+    // file form without its parenthesis.
+    if (cursor >= end) return Step::Ok;
+    // Without a parenthesis the token behind the word is passed over, silently.
+    if (!isOperator(sub->getTokenObj(cursor), kLeftParen)) return Step::Ok;
+    ++cursor;
+    if (cursor >= end) return Step::Incomplete;
+    spec.setSource(form->source);
+    (spec.*(form->setter))(sub->getTokenObj(cursor)->getString());
+    ++cursor;
+    if (cursor >= end || !isOperator(sub->getTokenObj(cursor), kRightParen)) {
+        ggraph::report(ggraph::kError, msg::kUnbalancedParentheses, {form->keyword, kName});
+        return Step::Fail;
+    }
+    return Step::Ok;
+}
+
+// VIZSTYLESHEET="name"[LOCATION=...]. The cursor stands on the literal.
+Step readStyleSheet(GGraphParser::GGraphParserData& p, SubComObj const* sub, int& cursor, int end,
+                    GraphSpec& spec) {
+    TokenInfoObj const* token = sub->getTokenObj(cursor);
+    if (!token->IsLiteral()) {
+        (void)p.UnknownKeyword(kName, token->getString());
+        return Step::Fail;
+    }
+    spec.SetVIZStyleSheet(token->getString());
+    ++cursor;
+    if (cursor >= end) return Step::Incomplete;
+    if (!isOperator(sub->getTokenObj(cursor), kLeftBracket)) {
+        (void)p.UnknownKeyword(kName, sub->getTokenObj(cursor)->getString());
+        return Step::Fail;
+    }
+    XViZTemplate::LOCATION location = XViZTemplate::LOCATION_LOCAL;
+    std::string text;
+    Step const step = readLocationBracket(p, sub, cursor, end, location, text);
+    if (step == Step::Ok) spec.SetViZStyleSheetLocation(location, text);
+    return step;
+}
+
 }  // namespace
 
 bool GGraphParser::GGraphParserData::HandleSpecSubCmd(SubComObj const* sub, int start) {
@@ -223,6 +288,12 @@ bool GGraphParser::GGraphParserData::HandleSpecSubCmd(SubComObj const* sub, int 
                      {"VIZMAP", kMap}};
     bool seen[12] = {};
     MapState map;
+    // Running out of tokens inside a multi-token value is always the same report.
+    auto completed = [&](Step step) {
+        if (step == Step::Incomplete)
+            (void)IncompleteSubcommand(kName);
+        return step == Step::Ok;
+    };
     State state = kKeyword;
 
     for (int cursor = start; cursor < end; ++cursor) {
@@ -253,54 +324,10 @@ bool GGraphParser::GGraphParserData::HandleSpecSubCmd(SubComObj const* sub, int 
                 state = next;
                 break;
             }
-            case kSource: {
-                if (isKeyword(token, "INLINE") && !token->IsLiteral()) {
-                    spec->setSource(GraphSpec::SOURCE_INLINE);
-                    state = kKeyword;
-                    break;
-                }
-                if (isKeyword(token, "VIZTEMPLATE") && !token->IsLiteral()) {
-                    if (!parseViZTemplate(sub, cursor, end, spec.get())) return false;
-                    spec->setSource(GraphSpec::SOURCE_VIZTEMPLATE);
-                    state = kKeyword;
-                    break;
-                }
-                FileSource const* form = nullptr;
-                for (auto const& f : kFileSources) {
-                    if (!token->IsLiteral() && isKeyword(token, f.keyword)) {
-                        form = &f;
-                        break;
-                    }
-                }
-                if (form == nullptr) return UnknownKeyword(kName, token->getString());
-                ++cursor;
-                if (cursor >= end) {
-                    // The word ends the subcommand: nothing is set and the walk ends here, as
-                    // it would behind a file form without its parenthesis.
-                    state = kKeyword;
-                    break;
-                }
-                if (!isOperator(sub->getTokenObj(cursor), kLeftParen)) {
-                    // Without a parenthesis the token behind the word is passed over, silently.
-                    state = kKeyword;
-                    break;
-                }
-                ++cursor;
-                if (cursor >= end) {
-                    (void)IncompleteSubcommand(kName);
-                    return false;
-                }
-                spec->setSource(form->source);
-                ((*spec).*(form->setter))(sub->getTokenObj(cursor)->getString());
-                ++cursor;
-                if (cursor >= end || !isOperator(sub->getTokenObj(cursor), kRightParen)) {
-                    ggraph::report(ggraph::kError, msg::kUnbalancedParentheses,
-                                   {form->keyword, kName});
-                    return false;
-                }
+            case kSource:
+                if (!completed(readSource(*this, sub, cursor, end, *spec))) return false;
                 state = kKeyword;
                 break;
-            }
             case kEditable:
             case kDefaultTemplate: {
                 bool yes = isKeyword(token, "YES"), no = isKeyword(token, "NO");
@@ -339,39 +366,14 @@ bool GGraphParser::GGraphParserData::HandleSpecSubCmd(SubComObj const* sub, int 
                     return UnknownKeyword(kName, token->getString());
                 state = kKeyword;
                 break;
-            case kStyleSheet: {
-                if (!token->IsLiteral()) return UnknownKeyword(kName, token->getString());
-                spec->SetVIZStyleSheet(token->getString());
-                ++cursor;
-                if (cursor >= end) {
-                    // Running out inside a style sheet or map is always the same report.
-                    (void)IncompleteSubcommand(kName);
-                    return false;
-                }
-                if (!isOperator(sub->getTokenObj(cursor), kLeftBracket))
-                    return UnknownKeyword(kName, sub->getTokenObj(cursor)->getString());
-                XViZTemplate::LOCATION location = XViZTemplate::LOCATION_LOCAL;
-                std::string text;
-                Step step = readLocationBracket(*this, sub, cursor, end, location, text);
-                if (step == Step::Fail) return false;
-                if (step == Step::Incomplete) {
-                    (void)IncompleteSubcommand(kName);
-                    return false;
-                }
-                spec->SetViZStyleSheetLocation(location, text);
+            case kStyleSheet:
+                if (!completed(readStyleSheet(*this, sub, cursor, end, *spec))) return false;
                 state = kKeyword;
                 break;
-            }
-            case kMap: {
-                Step step = readMap(*this, sub, cursor, end, *spec, map);
-                if (step == Step::Fail) return false;
-                if (step == Step::Incomplete) {
-                    (void)IncompleteSubcommand(kName);
-                    return false;
-                }
+            case kMap:
+                if (!completed(readMap(*this, sub, cursor, end, *spec, map))) return false;
                 state = kKeyword;
                 break;
-            }
         }
     }
     if (state != kKeyword) {
