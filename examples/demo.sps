@@ -172,7 +172,93 @@ BEGIN GPL
   PAGE: end()
 END GPL.
 
-* 14. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
+* 14. The lowest and highest store revenue of each state, each point labelled with its state:
+* the labels are placed beside their points so that none covers another label or point; the
+* few in the crowd of the north-east find no room, and a warning says how many.
+GGRAPH
+  /GRAPHDATASET NAME="states" DATASET="stores" VARIABLES=state MINIMUM(revenue) MAXIMUM(revenue)
+  /GRAPHSPEC SOURCE=INLINE LABEL="Lowest and highest store revenue by state".
+BEGIN GPL
+  SOURCE: s = userSource(id("states"))
+  DATA: state = col(source(s), name("state"), unit.category())
+  DATA: lowest = col(source(s), name("MINIMUM_revenue"))
+  DATA: highest = col(source(s), name("MAXIMUM_revenue"))
+  PAGE: begin(scale(960px, 720px))
+  GUIDE: axis(dim(1), label("Lowest revenue of a store"))
+  GUIDE: axis(dim(2), label("Highest revenue of a store"))
+  GUIDE: text.title(label("Lowest and highest store revenue by state"))
+  ELEMENT: point(position(lowest*highest), label(state))
+  PAGE: end()
+END GPL.
+
+* 15. A bubble chart: mean salary by years of education and employment category, each bubble
+* sized by the number of employees it stands for, with a size key under the colours.
+GGRAPH
+  /GRAPHDATASET NAME="byeduc" VARIABLES=educ jobcat MEAN(salary) COUNT()[NAME="employees"]
+  /GRAPHSPEC SOURCE=INLINE LABEL="Mean salary by education and category".
+BEGIN GPL
+  SOURCE: s = userSource(id("byeduc"))
+  DATA: educ = col(source(s), name("educ"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  DATA: salary = col(source(s), name("MEAN_salary"))
+  DATA: employees = col(source(s), name("employees"))
+  SCALE: linear(aesthetic(aesthetic.size), aestheticMinimum(size."6px"), aestheticMaximum(size."40px"))
+  GUIDE: axis(dim(1), label("Years of education"))
+  GUIDE: axis(dim(2), label("Mean salary"))
+  GUIDE: legend(aesthetic(aesthetic.size), label("Employees"))
+  GUIDE: text.title(label("Mean salary by education and category"))
+  ELEMENT: point(position(educ*salary), color.interior(jobcat), size(employees), transparency.interior(transparency."0.25"))
+END GPL.
+
+* 16. Three variables at once: beginning salary, current salary and education, in a box drawn
+* in oblique projection, coloured by employment category.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=salbegin salary educ jobcat
+  /GRAPHSPEC SOURCE=INLINE LABEL="Salaries and education in three dimensions".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: salbegin = col(source(s), name("salbegin"))
+  DATA: salary = col(source(s), name("salary"))
+  DATA: educ = col(source(s), name("educ"))
+  DATA: jobcat = col(source(s), name("jobcat"), unit.category())
+  COORD: rect(dim(1,2,3))
+  GUIDE: axis(dim(1), label("Beginning salary"))
+  GUIDE: axis(dim(2), label("Current salary"))
+  GUIDE: axis(dim(3), label("Education (years)"))
+  GUIDE: legend(aesthetic(aesthetic.color.interior), label("Employment category"))
+  ELEMENT: point(position(salbegin*salary*educ), color(jobcat), size(size."6px"))
+END GPL.
+
+* 17. Current against beginning salary with the distribution of each at the margins: three
+* graphs on one page, each in its own place. Graphs in one column of the page share their
+* horizontal axis, graphs in one row their vertical one.
+GGRAPH
+  /GRAPHDATASET NAME="cases" VARIABLES=salbegin salary
+  /GRAPHSPEC SOURCE=INLINE LABEL="Current by beginning salary, with margins".
+BEGIN GPL
+  SOURCE: s = userSource(id("cases"))
+  DATA: salbegin = col(source(s), name("salbegin"))
+  DATA: salary = col(source(s), name("salary"))
+  GUIDE: text.title(label("Current by beginning salary"))
+  GRAPH: begin(origin(0%, 30%), scale(76%, 70%))
+    GUIDE: axis(dim(1), label("Beginning salary"))
+    GUIDE: axis(dim(2), label("Current salary"))
+    ELEMENT: point(position(salbegin*salary), transparency(transparency."0.5"))
+  GRAPH: end()
+  GRAPH: begin(origin(0%, 8%), scale(76%, 22%))
+    GUIDE: axis(dim(1), null())
+    GUIDE: axis(dim(2), label("Count"))
+    ELEMENT: interval(position(summary.count(bin.rect(salbegin))))
+  GRAPH: end()
+  GRAPH: begin(origin(78%, 30%), scale(22%, 70%))
+    COORD: rect(dim(1,2), transpose())
+    GUIDE: axis(dim(1), null())
+    GUIDE: axis(dim(2), label("Count"))
+    ELEMENT: interval(position(summary.count(bin.rect(salary))))
+  GRAPH: end()
+END GPL.
+
+* 18. A deliberate mistake: GGRAPH has no STYLE subcommand, and the report says so.
 GGRAPH
   /GRAPHSPEC SOURCE=INLINE
   /STYLE COLOR=BLUE.

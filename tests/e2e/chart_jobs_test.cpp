@@ -2,48 +2,17 @@
 // charts needs them.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include <nlohmann/json.hpp>
 
-#include "host/dictionary/loader.h"
-#include "host/dictionary/registry.h"
-#include "host/output/writers.h"
-#include "host/runner/job_runner.h"
+#include "support/staff_jobs.h"
 
 namespace {
 
 using nlohmann::json;
 
-class ChartJobs : public ::testing::Test {
+class ChartJobs : public test::StaffJobs {
 protected:
-    void SetUp() override {
-        auto loaded = host::dictionary::loadDataset(GGRAPH_SOURCE_DIR "/tests/e2e/data/staff.csv");
-        ASSERT_TRUE(loaded.ok());
-        host::dictionary::setActiveDataset(loaded.dataset);
-    }
-    void TearDown() override { host::dictionary::resetDatasets(); }
-
-    // Runs tests/e2e/NAME.sps and keeps its output.json form.
-    void run(std::string const& name) {
-        std::ifstream file(std::string(GGRAPH_SOURCE_DIR "/tests/e2e/") + name + ".sps");
-        std::stringstream text;
-        text << file.rdbuf();
-        host::output::Document document;
-        host::runner::runJobText(text.str(), document, {});
-        output_ = json::parse(host::output::toJson(document).dump());
-        charts_.clear();
-        messages_.clear();
-        collect(output_["items"]);
-    }
-    void collect(json const& items) {
-        for (auto const& item : items) {
-            if (item["kind"] == "chart") charts_.push_back(item);
-            if (item["kind"] == "message") messages_.push_back(item);
-            if (item.contains("items")) collect(item["items"]);
-        }
-    }
+    void run(std::string const& name) { runFile(name); }
     static json const& variable(json const& chart, std::string const& name) {
         for (auto const& v : chart["variables"]) {
             if (v["name"] == name) return v;
@@ -64,23 +33,19 @@ protected:
     }
     std::vector<std::string> messageTexts(int level) const {
         std::vector<std::string> out;
-        for (auto const& m : messages_) {
+        for (auto const& m : messageItems) {
             if (m["level"] == level) out.push_back(m["text"]);
         }
         return out;
     }
-
-    json output_;
-    std::vector<json> charts_;
-    std::vector<json> messages_;
 };
 
 }  // namespace
 
 TEST_F(ChartJobs, AggregatedChartIsLabelledFromTheDictionary) {
     run("labels");
-    ASSERT_EQ(charts_.size(), 1u);
-    json const& chart = charts_[0];
+    ASSERT_EQ(charts.size(), 1u);
+    json const& chart = charts[0];
     EXPECT_EQ(chart["description"], "Graph");
     EXPECT_EQ(chart["send"], json::array({true, false, false}));
 
@@ -120,8 +85,8 @@ TEST_F(ChartJobs, AggregatedChartIsLabelledFromTheDictionary) {
 
 TEST_F(ChartJobs, TemplatesFitLinesAndTheNoDefaultTemplatesPath) {
     run("templates");
-    ASSERT_EQ(charts_.size(), 2u);
-    json const& with = charts_[0];
+    ASSERT_EQ(charts.size(), 2u);
+    json const& with = charts[0];
     EXPECT_EQ(with["description"], "With templates");
     EXPECT_EQ(with["editable"], false);
     EXPECT_EQ(with["templates"], json::array({"a.sgt", "b.sgt"}));
@@ -131,7 +96,7 @@ TEST_F(ChartJobs, TemplatesFitLinesAndTheNoDefaultTemplatesPath) {
     EXPECT_EQ(with["inlineTemplates"][1], "<addFitLine rsquared=\"true\" target=\"subgroup\" type=\"linear\"/>");
     EXPECT_EQ(with["inlineTemplates"][2], "<mine/>");
 
-    json const& without = charts_[1];
+    json const& without = charts[1];
     EXPECT_EQ(without["defaultTemplates"]["off"], true);
     EXPECT_TRUE(without["templates"].empty());
     // No statistic is completed, ordinary variables are left as they are.
@@ -142,12 +107,12 @@ TEST_F(ChartJobs, TemplatesFitLinesAndTheNoDefaultTemplatesPath) {
 TEST_F(ChartJobs, SplitGroupsGiveOneChartEachAndAMissingDataSetIsAnError) {
     run("split");
     // north then south; the second specification on the same split data set gets no chart.
-    ASSERT_EQ(charts_.size(), 2u);
-    EXPECT_EQ(charts_[0]["description"], "Staff ; region = north");
-    EXPECT_EQ(charts_[0]["subtitle"], "Region: north");
-    EXPECT_EQ(charts_[0]["send"], json::array({true, false, false}));
-    EXPECT_EQ(charts_[1]["description"], "Staff ; region = south");
-    EXPECT_EQ(charts_[1]["send"], json::array({true, true, false}));
+    ASSERT_EQ(charts.size(), 2u);
+    EXPECT_EQ(charts[0]["description"], "Staff ; region = north");
+    EXPECT_EQ(charts[0]["subtitle"], "Region: north");
+    EXPECT_EQ(charts[0]["send"], json::array({true, false, false}));
+    EXPECT_EQ(charts[1]["description"], "Staff ; region = south");
+    EXPECT_EQ(charts[1]["send"], json::array({true, true, false}));
     EXPECT_EQ(messageTexts(3), std::vector<std::string>{
                                    "A graph specification refers to graph data set other, but graph "
                                    "data set other does not exist."});
@@ -155,11 +120,11 @@ TEST_F(ChartJobs, SplitGroupsGiveOneChartEachAndAMissingDataSetIsAnError) {
 
 TEST_F(ChartJobs, TwoDataSetsMergeIntoOneChartAndAChartWithoutDataSetsIsRefused) {
     run("merged");
-    ASSERT_EQ(charts_.size(), 1u);
-    json const& data = charts_[0]["data"];
+    ASSERT_EQ(charts.size(), 1u);
+    json const& data = charts[0]["data"];
     EXPECT_TRUE(data.contains("a"));
     EXPECT_TRUE(data.contains("b"));
-    EXPECT_EQ(variable(charts_[0], "MEAN_hours")["label"], "Mean Weekly hours");
+    EXPECT_EQ(variable(charts[0], "MEAN_hours")["label"], "Mean Weekly hours");
     EXPECT_EQ(messageTexts(3), std::vector<std::string>{
                                    "A graph specification refers to graph data set nowhere, but graph "
                                    "data set nowhere does not exist."});
@@ -167,8 +132,8 @@ TEST_F(ChartJobs, TwoDataSetsMergeIntoOneChartAndAChartWithoutDataSetsIsRefused)
 
 TEST_F(ChartJobs, TransposedChartNamesItsStatisticsAndVariables) {
     run("transposed");
-    ASSERT_EQ(charts_.size(), 1u);
-    json const& chart = charts_[0];
+    ASSERT_EQ(charts.size(), 1u);
+    json const& chart = charts[0];
     EXPECT_EQ(variable(chart, "value")["label"], "Mean");
     json const& which = variable(chart, "which");
     EXPECT_EQ(which["label"], "Variables");
@@ -180,12 +145,12 @@ TEST_F(ChartJobs, TransposedChartNamesItsStatisticsAndVariables) {
 
 TEST_F(ChartJobs, InfiniteErrorBarsAreDroppedWithAWarning) {
     run("infinite");
-    ASSERT_EQ(charts_.size(), 1u);
+    ASSERT_EQ(charts.size(), 1u);
     EXPECT_EQ(messageTexts(2),
               std::vector<std::string>{"Infinite error bars have been removed from the chart..."});
     // The group of the one case without a sex keeps its mean; its interval ends are missing.
     bool sawMissingEnd = false;
-    for (auto const& row : charts_[0]["data"]["g"]["rows"]) {
+    for (auto const& row : charts[0]["data"]["g"]["rows"]) {
         if (row[2].is_null() || row[3].is_null()) sawMissingEnd = true;
     }
     EXPECT_TRUE(sawMissingEnd);
@@ -193,11 +158,11 @@ TEST_F(ChartJobs, InfiniteErrorBarsAreDroppedWithAWarning) {
 
 TEST_F(ChartJobs, TheSpreadOfATimeVariableTakesTheDurationFormat) {
     run("duration");
-    ASSERT_EQ(charts_.size(), 1u);
+    ASSERT_EQ(charts.size(), 1u);
     // The day-and-time format word (type 25, width 0, 12 decimals).
-    EXPECT_EQ(variable(charts_[0], "STDDEV_shift")["format"]["packed"], 0x19000C);
+    EXPECT_EQ(variable(charts[0], "STDDEV_shift")["format"]["packed"], 0x19000C);
     // A mean keeps the variable's own time format.
-    EXPECT_EQ(variable(charts_[0], "MEAN_shift")["format"]["packed"].get<int>() >> 16, 21);
+    EXPECT_EQ(variable(charts[0], "MEAN_shift")["format"]["packed"].get<int>() >> 16, 21);
 }
 
 TEST_F(ChartJobs, SplitAndUnsplitDataSetsDoNotMix) {
@@ -208,5 +173,5 @@ TEST_F(ChartJobs, SplitAndUnsplitDataSetsDoNotMix) {
     EXPECT_EQ(messageTexts(3),
               std::vector<std::string>{"Can not mix graph data sets if one graph data set has a split file active."});
     // The first data set decides: the chart goes out once per split group.
-    EXPECT_EQ(charts_.size(), 2u);
+    EXPECT_EQ(charts.size(), 2u);
 }

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
+#include <set>
 #include <string>
 
 #include "support/staff_jobs.h"
@@ -56,6 +58,19 @@ TEST_F(TemplateJobs, EveryShippedTemplateIsDrawnFromItsMapping) {
         else
             EXPECT_GT(marks(charts[0], c.role), 1u) << allMessages();
     }
+}
+
+TEST_F(TemplateJobs, BubblesAreSizedByTheirVariableWithASizeKey) {
+    run(job("salary hours shift", "Bubble", "\"x\"=\"hours\" \"y\"=\"salary\" \"size\"=\"shift\""));
+    ASSERT_EQ(charts.size(), 1u) << allMessages();
+    std::string const svg = charts[0]["svg"];
+    std::regex const circle("<circle class=\"(point|legend-swatch)\"[^>]* r=\"([0-9.]+)\"");
+    std::set<std::string> pointRadii, keyRadii;
+    for (std::sregex_iterator it(svg.begin(), svg.end(), circle), end; it != end; ++it)
+        ((*it)[1] == "point" ? pointRadii : keyRadii).insert((*it)[2]);
+    EXPECT_GE(pointRadii.size(), 3u) << svg;
+    EXPECT_GE(keyRadii.size(), 2u) << svg;
+    EXPECT_NE(svg.find(">Shift length</text>"), std::string::npos);  // the key titled by the label
 }
 
 TEST_F(TemplateJobs, AWeightedDataSetWeightsTheTemplate) {

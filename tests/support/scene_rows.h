@@ -3,6 +3,7 @@
 // marks of a role read back with what they stand for, so that a test reads as "the bar of
 // Clerical is 34,000 high".
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,28 @@ inline std::vector<std::string> texts(host::chart::Scene const& s, std::string c
     std::vector<std::string> out;
     for (auto const& m : marks(s, role)) out.push_back(m.text);
     return out;
+}
+
+// Page pixels back to data values along a continuous axis, from its first and last tick
+// labels (a vertical axis' labels stand 0.35 of their size below their tick).
+struct AxisMap {
+    double p0 = 0, v0 = 0, p1 = 1, v1 = 1;
+    double value(double pixel) const { return v0 + (pixel - p0) * (v1 - v0) / (p1 - p0); }
+    double perUnit() const { return std::abs((p1 - p0) / (v1 - v0)); }
+};
+inline AxisMap axisMap(std::vector<Mark> const& ticks, bool vertical) {
+    AxisMap m;
+    if (ticks.size() < 2)
+        return m;
+    auto px = [&](Mark const& t) { return vertical ? t.y - t.fontSize * 0.35 : t.x; };
+    m.p0 = px(ticks.front());
+    m.v0 = ticks.front().value;
+    m.p1 = px(ticks.back());
+    m.v1 = ticks.back().value;
+    return m;
+}
+inline AxisMap axisMap(host::chart::Scene const& s, int dim, bool vertical) {
+    return axisMap(marks(s, "tick-label-" + std::to_string(dim)), vertical);
 }
 
 }  // namespace test

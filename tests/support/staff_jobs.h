@@ -2,6 +2,8 @@
 // Whole jobs over tests/e2e/data/staff.csv: the charts and messages of their output.json form,
 // and the marks of a chart's scene as its SVG carries them.
 
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,10 +30,18 @@ protected:
     void run(std::string const& job) {
         host::output::Document document;
         host::runner::runJobText(job, document, {});
-        auto output = nlohmann::json::parse(host::output::toJson(document).dump());
+        output = nlohmann::json::parse(host::output::toJson(document).dump());
         charts.clear();
         messages.clear();
+        messageItems.clear();
         collect(output["items"]);
+    }
+    // Runs the job tests/e2e/NAME.sps.
+    void runFile(std::string const& name) {
+        std::ifstream file(std::string(GGRAPH_SOURCE_DIR "/tests/e2e/") + name + ".sps");
+        std::stringstream text;
+        text << file.rdbuf();
+        run(text.str());
     }
     bool said(std::string const& part) const {
         for (auto const& m : messages)
@@ -54,16 +64,20 @@ protected:
         return n;
     }
 
+    nlohmann::json output;
     std::vector<nlohmann::json> charts;
-    std::vector<std::string> messages;
+    std::vector<std::string> messages;       // their texts
+    std::vector<nlohmann::json> messageItems;  // whole, with their levels
 
 private:
     void collect(nlohmann::json const& items) {
         for (auto const& item : items) {
             if (item["kind"] == "chart")
                 charts.push_back(item);
-            if (item["kind"] == "message")
+            if (item["kind"] == "message") {
                 messages.push_back(item["text"]);
+                messageItems.push_back(item);
+            }
             if (item.contains("items"))
                 collect(item["items"]);
         }

@@ -1,5 +1,6 @@
 #include "host/chart/render/renderers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -54,27 +55,40 @@ output::PixelRows pixelRows(cairo_surface_t* surface) {
 
 }  // namespace
 
-bool writePng(Scene const& scene, std::string const& path, double scale, std::string& error) {
-    int w = static_cast<int>(std::ceil(scene.width * scale));
-    int h = static_cast<int>(std::ceil(scene.height * scale));
+double pngScaleFor(Scene const& scene, double asked) {
+    double const pixels = scene.width * asked * scene.height * asked;
+    if (!(pixels > kMaxPngPixels))
+        return asked;
+    return asked * std::sqrt(kMaxPngPixels / pixels);
+}
+
+namespace {
+
+// The scene painted on an RGB24 surface at `scale` device pixels per scene pixel (at most
+// kMaxPngPixels of them); the caller destroys it.
+cairo_surface_t* paintedSurface(Scene const& scene, double scale) {
+    scale = pngScaleFor(scene, scale);
+    int w = std::max(1, static_cast<int>(std::ceil(scene.width * scale)));
+    int h = std::max(1, static_cast<int>(std::ceil(scene.height * scale)));
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
     cairo_t* cr = cairo_create(surface);
     cairo_scale(cr, scale, scale);
     paintScene(cr, scene);
     cairo_destroy(cr);
+    return surface;
+}
+
+}  // namespace
+
+bool writePng(Scene const& scene, std::string const& path, double scale, std::string& error) {
+    cairo_surface_t* surface = paintedSurface(scene, scale);
     bool const ok = output::writePngFile(pixelRows(surface), path, error);
     cairo_surface_destroy(surface);
     return ok;
 }
 
 std::string pngBytes(Scene const& scene, double scale) {
-    int w = static_cast<int>(std::ceil(scene.width * scale));
-    int h = static_cast<int>(std::ceil(scene.height * scale));
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
-    cairo_t* cr = cairo_create(surface);
-    cairo_scale(cr, scale, scale);
-    paintScene(cr, scene);
-    cairo_destroy(cr);
+    cairo_surface_t* surface = paintedSurface(scene, scale);
     std::string bytes, error;
     if (!output::encodePng(pixelRows(surface), bytes, error))
         bytes.clear();

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/chart/chart_send.h"
+#include "host/chart/frame/csv_source.h"
 #include "host/files/json_text.h"
 #include "host/output/document.h"
 #include "platform/chart.h"
@@ -31,6 +32,40 @@ CliResult gplToXml(std::string const& gpl, std::string const& xml) {
 
 namespace {
 
+// A source whose rows are in a CSV file beside the chart (what `ggraph run` writes for a big
+// source: columns, rowCount and file instead of rows). The file's path is taken from the folder
+// of the rows file, as output.json names it from the output folder.
+bool readRowsFile(nlohmann::json const& table, std::string const& source, std::string const& file,
+                  std::string const& rowsName, VarDataProcessor& rows, std::string& messages) {
+    auto const& named = table["file"].get_ref<std::string const&>();
+    std::filesystem::path path(named);
+    if (path.is_relative() && !rowsName.empty())
+        path = std::filesystem::path(rowsName).parent_path() / path;
+    std::string error;
+    std::vector<std::string> warnings;
+    VarDataProcessor read;
+    if (!readCsvSource(path.string(), source, read, error, warnings)) {
+        messages += fmt::format("{}: error: the rows of source '{}' are to come from {}: {}\n",
+                                file, source, path.string(), error);
+        return false;
+    }
+    for (auto const& w : warnings) messages += w + "\n";
+    auto const& columns = table["columns"];
+    for (auto const& c : columns)
+        if (read.FindVariable(source, c.get<std::string>()) < 0)
+            messages += fmt::format("{}: warning: {} has no column '{}' of source '{}'; its values "
+                                    "are missing\n",
+                                    file, path.string(), c.get<std::string>(), source);
+    if (table.contains("rowCount") && table["rowCount"].is_number_unsigned() &&
+        table["rowCount"].get<std::uint64_t>() != read.GetRowCount(source))
+        messages += fmt::format("{}: warning: {} holds {} rows of source '{}', not the {} that "
+                                "rowCount says\n",
+                                file, path.string(), read.GetRowCount(source), source,
+                                table["rowCount"].get<std::uint64_t>());
+    rows.AddVDP(read);
+    return true;
+}
+
 // Rows as JSON into `rows`; an error text naming the file, line and column when they cannot be
 // used, and warnings for rows that do not fit their columns.
 bool readRows(std::string const& text, std::string const& name, VarDataProcessor& rows,
@@ -49,9 +84,12 @@ bool readRows(std::string const& text, std::string const& name, VarDataProcessor
         return false;
     }
     for (auto const& [source, table] : parsed.value.items()) {
-        if (!table.is_object() || !table.contains("columns") || !table.contains("rows") ||
-            !table["columns"].is_array() || !table["rows"].is_array()) {
-            messages += "source '" + source + "' of the rows file needs columns and rows\n";
+        bool const inFile = table.is_object() && table.contains("file") &&
+                            table["file"].is_string() && !table.contains("rows");
+        if (!table.is_object() || !table.contains("columns") || !table["columns"].is_array() ||
+            (!inFile && (!table.contains("rows") || !table["rows"].is_array()))) {
+            messages += "source '" + source + "' of the rows file needs columns and rows (or a "
+                        "file of rows)\n";
             return false;
         }
         auto const& columns = table["columns"];
@@ -61,6 +99,11 @@ bool readRows(std::string const& text, std::string const& name, VarDataProcessor
                                         file, source);
                 return false;
             }
+        }
+        if (inFile) {
+            if (!readRowsFile(table, source, file, name, rows, messages))
+                return false;
+            continue;
         }
         rows.AddDataSource(source, static_cast<unsigned>(table["rows"].size()));
         for (auto const& c : columns) rows.AddVariable(source, c.get<std::string>(), nullptr);

@@ -15,9 +15,11 @@ struct CliResult {
 // it made no chart); the result adds the GPL's warnings, or the reason there is no chart.
 CliResult gplToXml(std::string const& gpl, std::string const& xml);
 
-// Chart XML (and optional rows as JSON: {"source": {"columns": [...], "rows": [[...], ...]}})
-// to files in `outDir`/charts; formats from "svg,png,pdf". `rowsName` names the rows file in
-// messages; when it is given, an empty rows text is an error rather than no rows.
+// Chart XML (and optional rows as JSON: {"source": {"columns": [...], "rows": [[...], ...]}},
+// where a source may instead give {"columns": [...], "file": "rows.csv", "rowCount": N}) to files
+// in `outDir`/charts; formats from "svg,png,pdf". `rowsName` is the rows file's path: it names
+// the file in messages and is where the CSV files of sources are found; when it is given, an
+// empty rows text is an error rather than no rows.
 CliResult renderChart(std::string const& xml, std::string const& rowsJson,
                       std::string const& outDir, std::string const& formats = "svg,png",
                       std::string const& rowsName = "");

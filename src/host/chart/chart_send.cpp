@@ -141,9 +141,16 @@ void sendChart(ChartModel& model, bool first, bool later, bool third) {
         };
         if (options.svg)
             note(writeText(dir / (stem + ".svg"), svg, error), stem + ".svg");
-        if (options.png)
+        if (options.png) {
             note(writePng(scene, (dir / (stem + ".png")).string(), options.pngScale, error),
                  stem + ".png");
+            if (double const scale = pngScaleFor(scene, options.pngScale); scale < options.pngScale)
+                out.addMessage(2, fmt::format("Chart: the page of {:g} x {:g} px is drawn into a PNG "
+                                              "of {:.0f} x {:.0f} pixels, the most a PNG is made of",
+                                              scene.width, scene.height,
+                                              std::ceil(scene.width * scale),
+                                              std::ceil(scene.height * scale)));
+        }
         if (options.pdf)
             note(writePdf(scene, (dir / (stem + ".pdf")).string(), error), stem + ".pdf");
         if (options.xml)

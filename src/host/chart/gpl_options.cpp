@@ -1,5 +1,7 @@
 // The numbers a GPL program gives as options, checked where the program is read: a value no
-// chart can use is an error of the chart, one the engine replaces is a warning saying so.
+// chart can use is an error of the chart, one the engine replaces is a warning saying so. Scale
+// options (min above max, a log base) are checked where the scale is read (spec/chart_spec.cpp),
+// which knows what it does instead.
 #include <cmath>
 #include <map>
 #include <string>
@@ -30,7 +32,7 @@ Node* numberArgument(Node& option) {
     return &option.args[0];
 }
 
-void checkCall(Node& call, std::string const& parent, std::vector<Diagnostic>& out) {
+void checkCall(Node& call, std::vector<Diagnostic>& out) {
     auto error = [&](Node const& at, std::string text) {
         out.push_back({Diagnostic::Level::Error, at.line, at.column, std::move(text)});
     };
@@ -59,30 +61,13 @@ void checkCall(Node& call, std::string const& parent, std::vector<Diagnostic>& o
             warn(call, fmt::format("{} is read as a confidence level of {}%; alpha(0.95) is 95%",
                                    shown(call), value));
         }
-    } else if (key == "base" && parent.find("log") != std::string::npos) {
-        if (!(value > 1) || !std::isfinite(value))
-            warn(call, shown(call) + " cannot be the base of a log scale, which must be above 1; "
-                                     "base 10 is used");
     }
 }
 
-void walk(Node& node, std::string const& parent, std::vector<Diagnostic>& out) {
+void walk(Node& node, std::vector<Diagnostic>& out) {
     if (node.kind == Node::Kind::Call)
-        checkCall(node, parent, out);
-    std::string const here = node.kind == Node::Kind::Call ? node.key() : parent;
-    for (auto& a : node.args) walk(a, here, out);
-}
-
-// A scale whose least value lies above its greatest.
-void checkScale(Node const& scale, std::vector<Diagnostic>& out) {
-    Node const* min = scale.find("min");
-    Node const* max = scale.find("max");
-    if (!min || !max || min->args.empty() || max->args.empty())
-        return;
-    if (min->args[0].kind == Node::Kind::Number && max->args[0].kind == Node::Kind::Number &&
-        min->args[0].number > max->args[0].number)
-        out.push_back({Diagnostic::Level::Warning, min->line, min->column,
-                       fmt::format("the scale's {} is above its {}", shown(*min), shown(*max))});
+        checkCall(node, out);
+    for (auto& a : node.args) walk(a, out);
 }
 
 }  // namespace
@@ -91,9 +76,7 @@ std::vector<gpl::Diagnostic> checkOptions(gpl::Program& program) {
     std::vector<Diagnostic> out;
     std::map<std::string, int> declared;
     for (auto& st : program.statements) {
-        walk(st.body, "", out);
-        if (st.keyword == "SCALE")
-            checkScale(st.body, out);
+        walk(st.body, out);
         if ((st.keyword == "DATA" || st.keyword == "TRANS") && !st.target.empty()) {
             auto const [at, first] = declared.emplace(st.target, st.line);
             if (!first)

@@ -8,19 +8,39 @@ namespace {
 
 constexpr double kSysmis = -std::numeric_limits<double>::max();
 
+using CellKind = VarDataProcessor::CellKind;
+
 struct Column {
     std::string name;
-    std::vector<std::uint8_t> kinds;  // VarDataProcessor::CellKind per row
-    std::vector<double> numbers;
-    std::vector<std::string> texts;  // kept empty until the first text arrives
+    std::vector<double> numbers;  // kSysmis: missing (or a text)
+    // Kept empty until the first text arrives: a column of numbers (nearly every column of a
+    // big chart) says what each cell is by its number alone.
+    std::vector<std::uint8_t> kinds;  // CellKind per row
+    std::vector<std::string> texts;
 
+    std::size_t size() const { return numbers.size(); }
+    CellKind kind(std::size_t row) const {
+        if (row >= numbers.size())
+            return CellKind::Missing;
+        if (!kinds.empty())
+            return static_cast<CellKind>(kinds[row]);
+        return numbers[row] == kSysmis ? CellKind::Missing : CellKind::Number;
+    }
     void grow(std::size_t rows) {
-        if (kinds.size() < rows) {
-            kinds.resize(rows, 0);
+        if (numbers.size() < rows) {
             numbers.resize(rows, kSysmis);
+            if (!kinds.empty())
+                kinds.resize(rows, std::uint8_t(CellKind::Missing));
             if (!texts.empty())
                 texts.resize(rows);
         }
+    }
+    void useKinds() {
+        if (!kinds.empty() || numbers.empty())
+            return;
+        std::vector<std::uint8_t> made(numbers.size());
+        for (std::size_t r = 0; r < numbers.size(); ++r) made[r] = std::uint8_t(kind(r));
+        kinds = std::move(made);
     }
 };
 
@@ -61,17 +81,15 @@ struct VarDataProcessor::Data {
             return s.columns[static_cast<std::size_t>(i)];
         Column c;
         c.name = name;
-        if (s.estimate) {
-            c.kinds.reserve(s.estimate);
+        if (s.estimate)
             c.numbers.reserve(s.estimate);
-        }
         s.columns.push_back(std::move(c));
         return s.columns.back();
     }
     static void setNumber(Source& s, Column& c, unsigned int row, double value) {
         c.grow(std::size_t(row) + 1);
-        c.kinds[row] =
-            value == kSysmis ? std::uint8_t(CellKind::Missing) : std::uint8_t(CellKind::Number);
+        if (!c.kinds.empty())
+            c.kinds[row] = std::uint8_t(value == kSysmis ? CellKind::Missing : CellKind::Number);
         c.numbers[row] = value;
         if (!c.texts.empty())
             c.texts[row].clear();
@@ -79,8 +97,9 @@ struct VarDataProcessor::Data {
     }
     static void setText(Source& s, Column& c, unsigned int row, std::string const& value) {
         c.grow(std::size_t(row) + 1);
-        if (c.texts.size() < c.kinds.size())
-            c.texts.resize(c.kinds.size());
+        c.useKinds();
+        if (c.texts.size() < c.size())
+            c.texts.resize(c.size());
         c.kinds[row] = std::uint8_t(CellKind::Text);
         c.numbers[row] = kSysmis;
         c.texts[row] = value;
@@ -147,8 +166,9 @@ void VarDataProcessor::DeleteRow(std::string const& source, unsigned int row) {
         return;
     Source& s = d->sources[std::size_t(i)];
     for (Column& c : s.columns) {
-        if (row < c.kinds.size()) {
-            c.kinds[row] = std::uint8_t(CellKind::Missing);
+        if (row < c.size()) {
+            if (!c.kinds.empty())
+                c.kinds[row] = std::uint8_t(CellKind::Missing);
             c.numbers[row] = kSysmis;
             if (!c.texts.empty())
                 c.texts[row].clear();
@@ -174,11 +194,11 @@ void VarDataProcessor::AddVDP(VarDataProcessor& other) {
         std::size_t offset = existed ? to.rows : 0;
         for (Column const& c : from.columns) {
             Column& target = Data::column(to, c.name);
-            for (std::size_t r = 0; r < c.kinds.size() && r < from.rows; ++r) {
+            for (std::size_t r = 0; r < c.size() && r < from.rows; ++r) {
                 auto row = static_cast<unsigned int>(offset + r);
-                if (c.kinds[r] == std::uint8_t(CellKind::Text))
+                if (c.kind(r) == CellKind::Text)
                     Data::setText(to, target, row, c.texts[r]);
-                else if (c.kinds[r] == std::uint8_t(CellKind::Number))
+                else if (c.kind(r) == CellKind::Number)
                     Data::setNumber(to, target, row, c.numbers[r]);
             }
         }
@@ -211,9 +231,7 @@ int VarDataProcessor::FindVariable(std::string const& source, std::string const&
 VarDataProcessor::CellKind VarDataProcessor::GetCellKind(std::string const& source, int variable,
                                                          unsigned int row) const {
     Column const* c = d->columnAt(source, variable);
-    if (!c || row >= c->kinds.size())
-        return CellKind::Missing;
-    return static_cast<CellKind>(c->kinds[row]);
+    return c ? c->kind(row) : CellKind::Missing;
 }
 
 double VarDataProcessor::GetNumber(std::string const& source, int variable,

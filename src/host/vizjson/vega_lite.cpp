@@ -106,7 +106,8 @@ Unit readUnit(json const& spec, Unit const* parent, std::vector<std::string>& wa
     if (spec.contains("encoding") && spec["encoding"].is_object())
         for (auto const& [name, c] : spec["encoding"].items()) {
             if (std::find_if(std::begin(kChannels), std::end(kChannels),
-                             [&](char const* k) { return name == k; }) == std::end(kChannels)) {
+                             [&channel = name](char const* k) { return channel == k; }) ==
+                std::end(kChannels)) {
                 warnings.push_back(
                     fmt::format("encoding channel \"{}\" is not supported; it is ignored", name));
                 continue;
@@ -129,7 +130,7 @@ void warnUnknownKeys(json const& spec, std::vector<std::string>& warnings, bool 
                   {"mark", "encoding", "data", "layer", "title", "projection", "width", "height"}))
             continue;
         if (top && std::find_if(std::begin(kQuiet), std::end(kQuiet),
-                                [&](char const* q) { return k == q; }) != std::end(kQuiet))
+                                [&key = k](char const* q) { return key == q; }) != std::end(kQuiet))
             continue;
         warnings.push_back(fmt::format("\"{}\" is not supported; it is ignored", k));
     }
@@ -390,19 +391,24 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
     std::string binned;
     if (has("x") && u.enc.at("x").bin)
         binned = "x";
-    // Cells of binned x and y coloured by their counts: the heat map the engine draws.
+    // Heat maps: cells of binned x and y coloured by their counts, or a cell per pair of
+    // categories of x and y coloured by the colour channel (a value, an aggregate, a category).
     bool const cells = mark == "rect";
+    bool categoryCells = false;
     if (cells) {
+        bool const both = has("x") && has("y");
         bool const counted = has("color") && u.enc.at("color").aggregate == "count";
-        bool const numeric = has("x") && has("y") && !categoricalType(u.enc.at("x")) &&
-                             !categoricalType(u.enc.at("y"));
-        if (!counted || !numeric) {
+        bool const numeric =
+            both && !categoricalType(u.enc.at("x")) && !categoricalType(u.enc.at("y"));
+        categoryCells = both && categoricalType(u.enc.at("x")) && categoricalType(u.enc.at("y"));
+        if (!categoryCells && !(counted && numeric)) {
             t.warnings.push_back(
-                "mark \"rect\" is drawn for binned x and y coloured by their count; other cells "
-                "are not drawn yet, and the layer is left out");
+                "mark \"rect\" is drawn for binned x and y coloured by their count, or for x and y "
+                "both categories; other cells are not drawn, and the layer is left out");
             return;
         }
-        binned = "xy";
+        if (!categoryCells)
+            binned = "xy";
     }
     Rows rows = shapeRows(in, u, binned);
     writeRows(*t.rows, source, rows);
@@ -410,7 +416,7 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
     std::map<std::string, std::string> var;
     for (auto const& [name, c] : u.enc)
         if (c.used() && (!c.field.empty() || !c.aggregate.empty()) &&
-            !(name == "y" && binned == "x") && !(name == "color" && cells))
+            !(name == "y" && binned == "x") && !(name == "color" && cells && !categoryCells))
             var[name] = b.variable(s, columnName(c), c.aggregate.empty() && categoricalType(c));
     for (auto const& [name, c] : u.enc)
         if (auto order = timeUnitOrder(c.timeUnit);
@@ -430,6 +436,9 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
         b.coords.push_back("COORD: polar.theta(startAngle(0))");
         position = fmt::format("summary.percent({})", var["theta"]);
         element = "interval.stack";
+    } else if (categoryCells) {
+        position = fmt::format("{}*{}", var["x"], var["y"]);
+        element = "polygon";
     } else if (cells) {
         // One number of bins serves both axes: the larger maxbins the two give.
         int const bins = std::max(u.enc.at("x").maxbins, u.enc.at("y").maxbins);
@@ -470,8 +479,12 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
     }
     if (var.count("shape"))
         aesthetics += fmt::format(", shape({})", var["shape"]);
-    if (var.count("size"))
-        t.warnings.push_back("size by a field is not drawn yet; the marks keep one size");
+    bool const sizedByField = var.count("size") && element == "point";
+    if (sizedByField)
+        aesthetics += fmt::format(", size({})", var["size"]);
+    else if (var.count("size"))
+        t.warnings.push_back(fmt::format(
+            "size by a field is drawn for points only; the {} marks keep one size", u.mark));
     else if (has("size") && u.enc.at("size").value.is_number())
         aesthetics +=
             fmt::format(", size(size.\"{}px\")", std::sqrt(u.enc.at("size").value.get<double>()));
@@ -492,6 +505,9 @@ void translatePlotUnit(Unit const& u, int index, Builder& b, Translation& t, Row
         b.guides.push_back(
             fmt::format("GUIDE: legend(aesthetic(aesthetic.color.interior), label({}))",
                         gplString(titleOf(u.enc.at("color")))));
+    if (sizedByField)
+        b.guides.push_back(fmt::format("GUIDE: legend(aesthetic(aesthetic.size), label({}))",
+                                       gplString(titleOf(u.enc.at("size")))));
 }
 
 Translation translate(json const& spec, std::string const& folder,

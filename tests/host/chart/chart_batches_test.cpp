@@ -95,3 +95,28 @@ TEST(ChartBatches, AScatterOfManyPointsIsOneBatchAndASmallSvg) {
     EXPECT_LT(std::filesystem::file_size(pdf), 1'000'000u);
     std::filesystem::remove(pdf);
 }
+
+TEST(ChartBatches, APngOfAHugePageIsDrawnSmallerAndSaysSo) {
+    host::chart::Scene small;
+    EXPECT_EQ(host::chart::pngScaleFor(small, 2), 2);  // 640 x 480 at twice its size
+    host::chart::Scene huge;
+    huge.width = huge.height = 10000;
+    double const scale = host::chart::pngScaleFor(huge, 2);
+    EXPECT_LT(scale, 2);
+    EXPECT_LE(std::ceil(huge.width * scale) * std::ceil(huge.height * scale),
+              host::chart::kMaxPngPixels + 2 * 10000 * scale + 1);
+    EXPECT_GT(huge.width * scale * huge.height * scale, 0.99 * host::chart::kMaxPngPixels);
+
+    VarDataProcessor vdp;
+    test::fill(vdp, "g", {"x", "y"}, {{1.0, 1.0}, {2.0, 3.0}});
+    XDocument doc("SOURCE: s=userSource(id(\"g\"))\nDATA: x=col(source(s), name(\"x\"))\n"
+                  "DATA: y=col(source(s), name(\"y\"))\nPAGE: begin(scale(100000px, 50px))\n"
+                  "ELEMENT: point(position(x*y))\nPAGE: end()",
+                  true, true);
+    auto s = test::scene(doc, &vdp);
+    EXPECT_EQ(s.width, 10000);
+    EXPECT_EQ(s.height, 80);
+    ASSERT_FALSE(s.warnings.empty());
+    EXPECT_NE(s.warnings[0].find("line 4: a page of 100000 x 50 px is outside"), std::string::npos)
+        << s.warnings[0];
+}

@@ -123,14 +123,14 @@ TEST(ChartDocument, BadGplMakesNoDocumentAndSaysWhy) {
     XDocument lenient(
         "SOURCE: s=userSource(id(\"g\"))\nDATA: a=col(source(s), name(\"a\"))\n"
         "ELEMENT: point(position(a*a), wobble(3))\n"
-        "ELEMENT: line(position(bin.hex(a*a)))",
+        "ELEMENT: line(position(density.kernel.parzen(a)))",
         true, true);
     EXPECT_TRUE(lenient.implementationExists());
     auto const& diags = lenient.model().program.diagnostics;
     ASSERT_EQ(diags.size(), 2u);
     EXPECT_EQ(diags[0].text, "unknown function 'wobble' ignored");
     EXPECT_EQ(diags[0].line, 3);
-    EXPECT_EQ(diags[1].text, "function 'bin.hex' is not supported yet");
+    EXPECT_EQ(diags[1].text, "function 'density.kernel.parzen' is not supported yet");
 }
 
 TEST(ChartDocument, ChartXmlCarriesTheModelAndRoundTrips) {

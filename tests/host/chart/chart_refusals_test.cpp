@@ -1,5 +1,6 @@
 // What the engine cannot draw it says, naming the line: values a log scale has no place for,
 // summaries of categories, and more categories or panels than a page can show.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -87,6 +88,20 @@ TEST(ChartRefusals, MoreCategoriesOrPanelsThanAPageShowsAreRefused) {
     auto p = test::scene(panels, &vdp);
     EXPECT_TRUE(test::marks(p, "point").empty());
     EXPECT_TRUE(warned(p, "the page is too small for 10,001 panels"));
+
+    // Shapes, clusters and panels are kept in 16 bits a row: past that a layer is refused.
+    VarDataProcessor many;
+    std::vector<std::vector<test::Cell>> manyRows;
+    for (int i = 0; i < 32768; ++i) manyRows.push_back({double(i), double(i)});
+    test::fill(many, "g", {"k", "v"}, manyRows);
+    XDocument shapes(kHead +
+                         "DATA: k=col(source(s), name(\"k\"), unit.category())\n"
+                         "DATA: v=col(source(s), name(\"v\"))\n"
+                         "ELEMENT: point(position(v*v), shape(k))",
+                     true, true);
+    auto sh = test::scene(shapes, &many);
+    EXPECT_TRUE(test::marks(sh, "point").empty());
+    EXPECT_TRUE(warned(sh, "line 4: 'k' has 32,768 categories, more than the 32767"));
 }
 
 TEST(ChartRefusals, ScaleArgumentsThatCannotBeUsedAreNamed) {
@@ -108,6 +123,11 @@ TEST(ChartRefusals, ScaleArgumentsThatCannotBeUsedAreNamed) {
         auto s = test::scene(doc, &vdp);
         EXPECT_TRUE(warned(s, "line 4: " + std::string(c.says)))
             << c.scale << ": " << (s.warnings.empty() ? "" : s.warnings[0]);
+        // Said once: the program's read-time option check leaves scales to this stage.
+        EXPECT_EQ(std::count_if(s.warnings.begin(), s.warnings.end(),
+                                [&](std::string const& w) { return w.find(c.says) != w.npos; }),
+                  1)
+            << c.scale;
         EXPECT_EQ(test::marks(s, "point").size(), 2u) << c.scale;  // drawn all the same
     }
 }

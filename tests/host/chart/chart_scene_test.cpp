@@ -222,7 +222,7 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
                       "DATA: v=col(source(s), name(\"v\"))\n"
                       "ELEMENT: interval(position(summary.mean(c*v)))\n"
                       "ELEMENT: line(position(c*v))\n"
-                      "ELEMENT: polygon(position(bin.hex(c*v)))",
+                      "ELEMENT: polygon(position(density.kernel.parzen(v)))",
                   true, true);
     VarDataProcessor vdp;
     double sysmis = -std::numeric_limits<double>::max();
@@ -241,7 +241,7 @@ TEST(ChartScene, SummariesMissingValuesAndProblemsAreReported) {
         linePoints += l.kind == hc::MarkKind::Circle ? 1 : l.points.size();
     EXPECT_EQ(linePoints, 4u);
     ASSERT_FALSE(s.warnings.empty());
-    EXPECT_NE(s.warnings[0].find("'bin.hex' is not supported yet"), std::string::npos)
+    EXPECT_NE(s.warnings[0].find("'density.kernel.parzen' is not supported yet"), std::string::npos)
         << s.warnings[0];
 
     XDocument lacking(kHead +

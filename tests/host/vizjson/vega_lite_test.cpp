@@ -112,15 +112,39 @@ TEST(VegaLite, RectsAreHeatMapCellsOfBinnedCounts) {
     std::vector<double> counts = values(s, "cell");
     std::sort(counts.begin(), counts.end());
     EXPECT_EQ(counts, (std::vector<double>{1, 2}));
-    // Cells of two categories coloured by a value are not drawn, and the warning says so.
-    auto named =
-        translateText(R"({"data": {"values": [{"a": "x", "b": "y", "v": 1}]}, "mark": "rect",
-      "encoding": {"x": {"field": "a", "type": "nominal"}, "y": {"field": "b", "type": "nominal"},
+    // Cells of a category and a number are not drawn, and the warning says so.
+    auto mixed =
+        translateText(R"({"data": {"values": [{"a": "x", "b": 2, "v": 1}]}, "mark": "rect",
+      "encoding": {"x": {"field": "a", "type": "nominal"}, "y": {"field": "b", "type": "quantitative"},
                    "color": {"field": "v", "type": "quantitative"}}})",
                       ".");
-    ASSERT_EQ(named.warnings.size(), 1u);
-    EXPECT_NE(named.warnings[0].find("not drawn yet"), std::string::npos);
-    EXPECT_TRUE(named.gpl.empty());
+    ASSERT_EQ(mixed.warnings.size(), 1u);
+    EXPECT_NE(mixed.warnings[0].find("left out"), std::string::npos);
+    EXPECT_TRUE(mixed.gpl.empty());
+}
+
+TEST(VegaLite, RectsOfTwoCategoriesAreCellsColouredByTheirAggregate) {
+    auto t = translateText(R"({"data": {"values": [{"a": "x", "b": "p", "v": 1},
+        {"a": "x", "b": "p", "v": 3}, {"a": "x", "b": "q", "v": 5}, {"a": "y", "b": "p", "v": 7}]},
+      "mark": "rect",
+      "encoding": {"x": {"field": "a", "type": "nominal"}, "y": {"field": "b", "type": "ordinal"},
+                   "color": {"field": "v", "type": "quantitative", "aggregate": "mean"}}})",
+                           ".");
+    EXPECT_TRUE(t.warnings.empty()) << t.warnings[0];
+    // A row per pair of categories with its mean, a polygon over both categories coloured by it.
+    EXPECT_NE(t.gpl.find("ELEMENT: polygon(position(v2*v3), color.interior(v1))"),
+              std::string::npos)
+        << t.gpl;
+    EXPECT_NE(t.gpl.find("label(\"Mean of v\")"), std::string::npos) << t.gpl;
+    std::vector<std::string> sources;
+    t.rows->GetSourceNames(sources);
+    EXPECT_EQ(t.rows->GetRowCount(sources.at(0)), 3u);
+    // Drawn: a cell per pair that occurs, coloured by its mean, on two axes of categories.
+    auto s = draw(t);
+    EXPECT_EQ(test::marks(s, "polygon").size(), 3u);
+    EXPECT_EQ(test::marks(s, "tick-label-1").size(), 2u);
+    EXPECT_EQ(test::marks(s, "tick-label-2").size(), 2u);
+    EXPECT_TRUE(s.warnings.empty()) << s.warnings[0];
 }
 
 TEST(VegaLite, GeoshapeLayersTakeTheGivenGeoJsonAndColourByAProperty) {
@@ -160,3 +184,19 @@ TEST(JsonRows, TimeUnitsCutDatesAndCsvCellsKeepTheirKind) {
 }
 
 }  // namespace
+
+TEST(VegaLite, PointsSizedByAFieldHaveASizeKey) {
+    auto t = translateText(R"({"data": {"values": [{"a": 1, "b": 2, "n": 10},
+                                                   {"a": 2, "b": 1, "n": 40}]},
+      "mark": "circle",
+      "encoding": {"x": {"field": "a", "type": "quantitative"},
+                   "y": {"field": "b", "type": "quantitative"},
+                   "size": {"field": "n", "type": "quantitative", "title": "People"}}})",
+                           ".");
+    EXPECT_TRUE(t.warnings.empty()) << t.warnings[0];
+    auto s = draw(t);
+    auto p = test::marks(s, "point");
+    ASSERT_EQ(p.size(), 2u);
+    EXPECT_LT(p[0].w, p[1].w);  // n 10 < 40
+    EXPECT_EQ(test::texts(s, "legend-title"), std::vector<std::string>{"People"});
+}

@@ -1,6 +1,7 @@
 #include "host/chart/geometry/elements.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "host/chart/frame/frame.h"
@@ -25,8 +26,30 @@ ElementDef const* findElement(std::string const& name) {
 }
 
 double PanelGeometry::valuePos(double v) const {
+    if (flip)
+        return tr ? scales->yLin.map(v, plot.x + plot.w, plot.x)
+                  : scales->yLin.map(v, plot.y, plot.y + plot.h);
     return tr ? scales->yLin.map(v, plot.x, plot.x + plot.w)
               : scales->yLin.map(v, plot.y + plot.h, plot.y);
+}
+
+double PanelGeometry::radius() const {
+    return std::max(1.0, std::min(plot.w, plot.h) / 2 * 0.82);  // room for labels around it
+}
+
+Point PanelGeometry::bend(double along, double value) const {
+    constexpr double kRad = 3.14159265358979323846 / 180;
+    double turn = (along - plot.x) / std::max(1.0, plot.w);
+    if (scales->xCategorical) {
+        // The first category's spoke at the start angle, not half a band past it.
+        double start, width;
+        band(0, 0, start, width);
+        turn -= (start + width / 2) / std::max(1.0, plot.w);
+    }
+    double r = (plot.y + plot.h - value) / std::max(1.0, plot.h) * radius();
+    double a = (startAngle + turn * 360) * kRad;
+    Point c = centre();
+    return {c.x + r * std::sin(a), c.y - r * std::cos(a)};
 }
 
 double PanelGeometry::binPos(double v) const {
@@ -70,13 +93,18 @@ double PanelGeometry::baseValue() const {
 
 Color ElementDraw::colorOf(Row const& m) const {
     Color c;
-    if (layer.colorScale)
+    std::int32_t ring = layer.exterior.at(m.exterior);
+    if (layer.colorScale) {
         c = dc.palette.shade(layer.colorScale, m.cval);
-    else if (!layer.hasColor && m.color < 0)
+    } else if (!layer.hasColor && m.color < 0 && !el.color && ring >= 0) {
+        // Outlined by a variable without a fill of its own: a pale tint of the outline.
+        Color o = dc.palette.outlines[std::size_t(ring)];
+        c = {1 - 0.3 * (1 - o.r), 1 - 0.3 * (1 - o.g), 1 - 0.3 * (1 - o.b), 1};
+    } else if (!layer.hasColor && m.color < 0)
         c = el.color ? fixed : dc.palette.single;
     else
         c = dc.palette.of(layer.color.at(m.color));
-    c.a = alpha;
+    c.a = layer.alphaScale ? alphaOfValue(dc.layers->alphaLo, dc.layers->alphaHi, m.tval) : alpha;
     return c;
 }
 

@@ -3,6 +3,8 @@
 // type, found in a table by the element's name: a new element is one row and one function.
 
 #include <cstdint>
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "host/chart/layer/layer.h"
@@ -22,11 +24,20 @@ struct RowSet {
     Row const& operator[](std::size_t i) const { return picked ? (*all)[(*picked)[i]] : (*all)[i]; }
 };
 
+struct Oblique;
+
 // Where things fall in one panel: dimension 1 along one axis, the values along the other.
 struct PanelGeometry {
     Rect plot;
     bool tr = false;  // transposed: dimension 1 runs down the vertical axis
     Scales const* scales = nullptr;
+    bool flip = false;  // the values run the other way (the mirrored panel of mirror())
+    // A polar plane: what would be drawn in the plot rectangle is bent around a circle, the
+    // first dimension the angle (clockwise from `startAngle` degrees past twelve o'clock) and
+    // the values the distance from the centre.
+    bool polar = false;
+    double startAngle = 0;
+    Oblique const* deep = nullptr;  // three dimensions: the box they are projected into
 
     double catExtent() const { return tr ? plot.h : plot.w; }
     double origin() const { return tr ? plot.y : plot.x; }  // where dimension 1 starts
@@ -37,8 +48,13 @@ struct PanelGeometry {
     double catCenter(std::size_t i, double extent) const;
     double catPos(Layer const& l, Row const& m) const;  // the page position of dimension 1
     Point at(double along, double value) const {
-        return tr ? Point{value, along} : Point{along, value};
+        return polar ? bend(along, value) : tr ? Point{value, along} : Point{along, value};
     }
+    // In a polar plane: the centre, the radius of the largest value, and a position of the
+    // plot rectangle bent around the centre.
+    Point centre() const { return {plot.x + plot.w / 2, plot.y + plot.h / 2}; }
+    double radius() const;
+    Point bend(double along, double value) const;
     double baseValue() const;  // where bars stand
 };
 
@@ -49,6 +65,11 @@ struct DrawContext {
     Palette const& palette;
     TextMeasurer const& measurer;
     Layers const* layers = nullptr;
+    // Point labels by element line: how many found no room beside their points, of how many.
+    std::map<int, std::pair<std::size_t, std::size_t>> labelsLeftOut = {};
+    // Where the last tick label of the horizontal axis ends, and the left edge of the panel that
+    // drew it: the labels of a row of panels read as one axis and do not run into each other.
+    double hLabelEnd = -1e9, hLabelPanel = 1e9;
 };
 
 // An element of a layer, drawn on one panel.
@@ -89,9 +110,14 @@ void drawEdges(ElementDraw& d);
 void drawBoxes(ElementDraw& d);
 void drawPie(ElementDraw& d);
 void drawCells(ElementDraw& d);
+void drawHexCells(ElementDraw& d);
 
 // Shared by the element functions.
 Batch& addLine(Scene& scene, Role role, Point a, Point b, Color c, double width);
+// The hatching of texture pattern k (0: solid, nothing drawn) over a rectangle, in a colour
+// that shows on `under`.
+void hatch(Scene& scene, double x, double y, double w, double h, int pattern, Color under);
+void hatchShape(Scene& scene, std::vector<Point> const& outline, int pattern, Color under);
 Batch& addText(Scene& scene, Role role, std::string const& text, double x, double y, double size,
                int anchor, Color color, bool bold = false, double angle = 0);
 

@@ -1,6 +1,7 @@
 #include "host/chart/geometry/guides.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "host/chart/layout/text_fit.h"
 #include "host/chart/scales/colors.h"
@@ -12,22 +13,25 @@ namespace {
 const Color kAxisColor{0.35, 0.35, 0.35, 1};
 const Color kGridColor{0.88, 0.88, 0.88, 1};
 const Color kFrameColor{0.55, 0.55, 0.55, 1};
+constexpr double kRad = 3.14159265358979323846 / 180;
 
 // Page positions of an axis's ticks in a panel.
 double hPos(PanelGeometry const& g, Layout const& layout, double v) {
     Rect const& p = g.plot;
-    if (layout.h.categorical)
+    if (layout.h.categorical && layout.h.dim == 1)
         return p.x + g.catCenter(std::size_t(v), p.w);
-    LinScale const& s = layout.h.dim == 1 ? g.scales->xLin : g.scales->yLin;
-    return s.map(v, p.x, p.x + p.w);
+    if (layout.h.dim == 2)
+        return g.valuePos(v);  // which way the values run is the panel's
+    return g.scales->xLin.map(v, p.x, p.x + p.w);
 }
 
 double vPos(PanelGeometry const& g, Layout const& layout, double v) {
     Rect const& p = g.plot;
-    if (layout.v.categorical)
+    if (layout.v.categorical && layout.v.dim == 1)
         return p.y + g.catCenter(std::size_t(v), p.h);
-    LinScale const& s = layout.v.dim == 1 ? g.scales->xLin : g.scales->yLin;
-    return s.map(v, p.y + p.h, p.y);
+    if (layout.v.dim == 2)
+        return g.valuePos(v);
+    return g.scales->xLin.map(v, p.y + p.h, p.y);
 }
 
 void frame(Scene& scene, Role role, Rect const& r, Color c) {
@@ -76,9 +80,12 @@ void verticalAxis(DrawContext& dc, Layout const& layout, PanelGeometry const& g)
         }
     for (auto const& t : layout.v.ticks) {
         double y = vPos(g, layout, t.value);
-        addText(scene, tickLabelRole(dim),
-                fitText(t.text, layout.vLabelWidth, kTickFont, dc.measurer), plot.x - 7,
-                y + kTickFont * 0.35, kTickFont, 1, kTextColor)
+        double room =
+            layout.vAngle == 0
+                ? layout.vLabelWidth
+                : layout.vLabelWidth / std::max(0.2, std::fabs(std::cos(layout.vAngle * kRad)));
+        addText(scene, tickLabelRole(dim), fitText(t.text, room, kTickFont, dc.measurer),
+                plot.x - 7, y + kTickFont * 0.35, kTickFont, 1, kTextColor, false, -layout.vAngle)
             .setMeaning(scene.key(t.key), -1, t.value);
     }
 }
@@ -89,18 +96,31 @@ void horizontalAxis(DrawContext& dc, Layout const& layout, PanelGeometry const& 
     int dim = layout.h.dim;
     double y0 = plot.y + plot.h;
     addLine(scene, axisRole(dim), {plot.x, y0}, {plot.x + plot.w, y0}, kAxisColor, 1);
-    double lastEnd = -1e9;
+    // A panel right of the last one goes on from its labels; a new row starts afresh.
+    double lastEnd = plot.x > dc.hLabelPanel ? dc.hLabelEnd : -1e9;
     if (!layout.h.ticksHidden)
         for (auto const& t : layout.h.ticks) {
             double x = hPos(g, layout, t.value);
             addLine(scene, tickRole(dim), {x, y0}, {x, y0 + 4}, kAxisColor, 1);
         }
-    for (auto const& t : layout.h.ticks) {
+    // Left to right, whichever way the values run.
+    std::vector<TickText const*> ticks;
+    for (auto const& t : layout.h.ticks) ticks.push_back(&t);
+    if (g.flip && layout.h.dim == 2)
+        std::reverse(ticks.begin(), ticks.end());
+    for (auto const* tick : ticks) {
+        TickText const& t = *tick;
         double x = hPos(g, layout, t.value);
         if (layout.rotate) {
-            addText(scene, tickLabelRole(dim),
-                    fitText(t.text, layout.maxRotated, kTickFont, dc.measurer), x + 3, y0 + 10,
-                    kTickFont, 1, kTextColor, false, -45)
+            // Turned counterclockwise, the label ends at its tick; clockwise, it starts there.
+            double turn = std::sin(layout.hAngle * kRad) / 0.7071;
+            double room = layout.maxRotated;
+            if (layout.hAngle > 0)  // reaching down to the left: none past the page's left edge
+                room = std::min(room, (x + 3 * turn - 2) /
+                                          std::max(0.2, std::cos(layout.hAngle * kRad)));
+            addText(scene, tickLabelRole(dim), fitText(t.text, room, kTickFont, dc.measurer),
+                    x + 3 * turn, y0 + 10, kTickFont, layout.hAngle > 0 ? 1 : -1, kTextColor,
+                    false, -layout.hAngle)
                 .setMeaning(scene.key(t.key), -1, t.value);
             continue;
         }
@@ -111,6 +131,32 @@ void horizontalAxis(DrawContext& dc, Layout const& layout, PanelGeometry const& 
         addText(scene, tickLabelRole(dim), t.text, x, y0 + 8 + kTickFont, kTickFont, 0, kTextColor)
             .setMeaning(scene.key(t.key), -1, t.value);
         lastEnd = x + w / 2;
+    }
+    dc.hLabelEnd = lastEnd;
+    dc.hLabelPanel = plot.x;
+}
+
+// A colour bar, the highest value at the top, with a tick and a label at each round value.
+void colorBar(Scene& scene, LegendEntry const& e, double x, double y) {
+    double const slice = kColorBarHeight / double(std::max<std::size_t>(1, e.ramp.size()));
+    double const span = e.hi - e.lo;
+    for (std::size_t i = 0; i < e.ramp.size(); ++i) {
+        Style st;
+        st.fill = e.ramp[e.ramp.size() - 1 - i];
+        // A hair taller than its share so that no seam shows between slices.
+        Batch& b = scene.batch(MarkKind::Rect, Role::LegendGradient, st);
+        b.addRect(x, y + double(i) * slice, kColorBarWidth,
+                  slice + (i + 1 < e.ramp.size() ? 0.5 : 0));
+        b.setMeaning(-1, -1, e.hi - span * (double(i) + 0.5) / double(e.ramp.size()));
+    }
+    for (auto const& [v, text] : e.barTicks) {
+        double ty = y + kColorBarHeight * (span > 0 ? 1 - (v - e.lo) / span : 0.5);
+        addLine(scene, Role::LegendTick, {x + kColorBarWidth, ty}, {x + kColorBarWidth + 4, ty},
+                kAxisColor, 1)
+            .setMeaning(-1, -1, v);
+        addText(scene, Role::LegendLabel, text, x + kColorBarWidth + 7, ty + kTickFont * 0.35,
+                kTickFont, -1, kTextColor)
+            .setMeaning(-1, -1, v);
     }
 }
 
@@ -124,19 +170,27 @@ void drawTitles(Scene& scene, Layout const& layout) {
 void drawLegend(Scene& scene, LegendLayout const& legend) {
     if (!legend.shown)
         return;
-    double lx = legend.x, ly = legend.y;
-    if (!legend.title.empty()) {
-        addText(scene, Role::LegendTitle, legend.title, lx, ly + kTitleFont, kTitleFont, -1,
-                kTextColor, true);
-        ly += kTitleFont * 1.6;
-    }
-    for (auto const& e : legend.entries) {
+    if (!legend.title.empty())
+        addText(scene, Role::LegendTitle, legend.title, legend.x, legend.y + kTitleFont, kTitleFont,
+                -1, kTextColor, true);
+    double font = legend.font, box = std::min(12.0, legend.row - 4);
+    for (std::size_t i = 0; i < legend.entries.size(); ++i) {
+        LegendEntry const& e = legend.entries[i];
+        double lx = legend.at[i].x, ly = legend.at[i].y;
         std::int32_t key = scene.key(e.key);
+        if (e.bar) {
+            colorBar(scene, e, lx, ly + 4);
+            continue;
+        }
         if (e.heading) {
-            ly += 6;
-            addText(scene, Role::LegendTitle, e.label, lx, ly + kTitleFont, kTitleFont, -1,
+            addText(scene, Role::LegendTitle, e.label, lx, ly + 6 + kTitleFont, kTitleFont, -1,
                     kTextColor, true);
-            ly += kTitleFont * 1.6;
+            continue;
+        }
+        if (e.note) {
+            addText(scene, Role::LegendLabel, e.label, lx, ly + box / 2 + font * 0.35, font, -1,
+                    kTextColor)
+                .setMeaning(key, -1, 0);
             continue;
         }
         if (e.radius > 0) {
@@ -145,28 +199,53 @@ void drawLegend(Scene& scene, LegendLayout const& legend) {
             st.fill = e.color;
             st.size = e.radius;
             Batch& b = scene.batch(MarkKind::Circle, Role::LegendSwatch, st);
-            double h = std::max(18.0, 2 * e.radius + 4);
+            double h = std::max(legend.row, 2 * e.radius + 4);
             b.addCircle(lx + e.radius, ly + h / 2, e.radius);
             b.setMeaning(key, -1, 0);
-            addText(scene, Role::LegendLabel, e.label, lx + 2 * e.radius + 6, ly + h / 2 + 4,
-                    kTickFont, -1, kTextColor)
+            addText(scene, Role::LegendLabel, e.label, lx + 2 * e.radius + 6,
+                    ly + h / 2 + font * 0.35, font, -1, kTextColor)
                 .setMeaning(key, -1, 0);
-            ly += h;
             continue;
         }
-        if (legend.lines) {
-            addLine(scene, Role::LegendSwatch, {lx, ly + 6}, {lx + 12, ly + 6}, e.color, 2.5)
+        double mid = ly + box / 2;
+        if (legend.lines && e.shape >= 0) {
+            // A dash needs room to show its pattern.
+            Style st;
+            st.stroke = e.color;
+            st.strokeWidth = 2;
+            st.dash = dashPattern(e.shape);
+            Batch& b = scene.batch(MarkKind::Polyline, Role::LegendSwatch, st);
+            b.addPath({lx, mid}, {lx + legend.swatch, mid});
+            b.setMeaning(key, -1, 0);
+        } else if (e.shape >= 0) {
+            Style st;
+            st.fill = e.color;
+            st.shape = markerShape(e.shape);
+            Batch& b =
+                scene.batch(st.shape == MarkerShape::Circle ? MarkKind::Circle : MarkKind::Marker,
+                            Role::LegendSwatch, st);
+            b.addCircle(lx + box / 2, mid, box / 2 - 1);
+            b.setMeaning(key, -1, 0);
+        } else if (legend.lines) {
+            addLine(scene, Role::LegendSwatch, {lx, mid}, {lx + box, mid}, e.color, 2.5)
                 .setMeaning(key, -1, 0);
         } else {
             Style st;
             st.fill = e.color;
+            if (e.outline) {
+                st.fill = {1, 1, 1, 1};
+                st.stroke = e.color;
+                st.strokeWidth = 2;
+            }
             Batch& b = scene.batch(MarkKind::Rect, Role::LegendSwatch, st);
-            b.addRect(lx, ly, 12, 12);
+            double inset = e.outline ? 1 : 0;  // the outline's stroke stays within the box
+            b.addRect(lx + inset, ly + inset, box - 2 * inset, box - 2 * inset);
             b.setMeaning(key, -1, 0);
+            hatch(scene, lx, ly, box, box, e.pattern, e.color);
         }
-        addText(scene, Role::LegendLabel, e.label, lx + 18, ly + 10, kTickFont, -1, kTextColor)
+        addText(scene, Role::LegendLabel, e.label, lx + legend.swatch + 6, mid + font * 0.35, font,
+                -1, kTextColor)
             .setMeaning(key, -1, 0);
-        ly += 18;
     }
 }
 
@@ -185,6 +264,10 @@ void drawPanelBackground(DrawContext& dc, ChartModel const& model, Layout const&
                 0, kTextColor)
             .setMeaning(scene.key(key), -1, 0);
     }
+    if (g.polar) {
+        drawPolarGuides(dc, layout, g, true);
+        return;
+    }
     if (layout.v.grid && !layout.v.categorical)
         for (auto const& t : layout.v.ticks) {
             double y = vPos(g, layout, t.value);
@@ -197,7 +280,8 @@ void drawPanelBackground(DrawContext& dc, ChartModel const& model, Layout const&
             addLine(scene, gridRole(layout.h.dim), {x, plot.y}, {x, plot.y + plot.h}, kGridColor,
                     1);
         }
-    if (model.innerFrame == 1 || layout.panelled)
+    bool round = dc.spec.polar || dc.spec.polarPlane;  // a pie or a circle needs no box
+    if (model.innerFrame == 1 || (layout.panelled && !round))
         frame(scene, Role::InnerFrame, plot,
               layout.panelled ? Color{0.8, 0.8, 0.8, 1} : kFrameColor);
 }
@@ -212,18 +296,21 @@ void drawPanelGuides(DrawContext& dc, Layout const& layout, PanelBox const& pane
         horizontalAxis(dc, layout, g);
 }
 
-void drawAxisTitles(Scene& scene, Layout const& layout, TextMeasurer const& measurer) {
+void drawAxisTitles(Scene& scene, Layout const& layout) {
     double left = layout.left, right = layout.right, top = layout.top, bottom = layout.bottom;
-    if (!layout.h.hidden && !layout.h.title.empty())
-        addText(scene, axisTitleRole(layout.h.dim),
-                fitText(layout.h.title, right - left, kTitleFont, measurer, true),
-                (left + right) / 2, bottom + layout.hLabelHeight + 8 + kTitleFont * 1.2, kTitleFont,
-                0, kTextColor, true);
-    if (!layout.v.hidden && !layout.v.title.empty())
-        addText(scene, axisTitleRole(layout.v.dim),
-                fitText(layout.v.title, bottom - top, kTitleFont, measurer, true),
-                left - layout.vLabelWidth - 12 - 4, (top + bottom) / 2, kTitleFont, 0, kTextColor,
-                true, -90);
+    double y = bottom + layout.hLabelHeight + 8 + kTitleFont * 1.2;
+    if (!layout.h.hidden)
+        for (auto const& line : layout.hTitleLines) {
+            addText(scene, axisTitleRole(layout.h.dim), line, (left + right) / 2, y, kTitleFont, 0,
+                    kTextColor, true);
+            y += kTitleFont * 1.2;
+        }
+    // Turned a quarter left, a title's first line is the one furthest from the axis.
+    std::size_t n = layout.vTitleLines.size();
+    for (std::size_t i = 0; i < n; ++i)
+        addText(scene, axisTitleRole(layout.v.dim), layout.vTitleLines[i],
+                left - layout.vLabelWidth - 16 - kTitleFont * 1.2 * double(n - 1 - i),
+                (top + bottom) / 2, kTitleFont, 0, kTextColor, true, -90);
 }
 
 }  // namespace host::chart

@@ -16,6 +16,8 @@ void drawPanelBackground(DrawContext& dc, ChartModel const& model, Layout const&
 // Over the data of a panel: reference lines and the axes it carries.
 void drawPanelGuides(DrawContext& dc, Layout const& layout, PanelBox const& panel,
                      PanelGeometry const& g);
-void drawAxisTitles(Scene& scene, Layout const& layout, TextMeasurer const& measurer);
+// The rings, spokes and labels of a polar plane.
+void drawPolarGuides(DrawContext& dc, Layout const& layout, PanelGeometry const& g, bool labels);
+void drawAxisTitles(Scene& scene, Layout const& layout);
 
 }  // namespace host::chart

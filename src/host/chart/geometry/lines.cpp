@@ -2,7 +2,10 @@
 // missing (unless missing values are interpolated); edges between consecutive points.
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <map>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,15 +20,17 @@ const Color kFitColor{0.15, 0.15, 0.15, 1};
 
 struct Run {
     std::vector<Point> points, bases;
+    bool ring = false;  // around a polar plane's circle: the last point joins the first
 };
 
-// The rows of each series (colour and series together), in the order the series are met.
+// The rows of each series (colour, shape and series together; a texture is kept in the shape),
+// in the order the series are met.
 std::vector<std::vector<Row const*>> bySeries(RowSet const& rows) {
-    std::map<std::pair<std::int32_t, std::int32_t>, std::size_t> index;
+    std::map<std::tuple<std::int32_t, std::int32_t, std::int32_t>, std::size_t> index;
     std::vector<std::vector<Row const*>> out;
     for (std::size_t i = 0; i < rows.size(); ++i) {
         Row const& m = rows[i];
-        auto [it, fresh] = index.try_emplace({m.color, m.series}, out.size());
+        auto [it, fresh] = index.try_emplace({m.color, m.shape, m.series}, out.size());
         if (fresh)
             out.emplace_back();
         out[it->second].push_back(&m);
@@ -129,22 +134,47 @@ void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts,
         role = Role::Polygon;
         st.fill = col;
         st.fill.a = d.alpha == 1 ? 0.5 : d.alpha;
-        st.stroke = col;
+        st.stroke = constantColor(el.exterior, col);
         st.strokeWidth = 1.5;
     } else if (el.type == "area") {
         kind = MarkKind::Polygon;
         role = Role::Area;
-        outline.insert(outline.end(), run.bases.rbegin(), run.bases.rend());
+        if (run.ring) {
+            // Around the circle: the ring of values, less the ring of bases when they are not
+            // all at the centre, joined by a seam of no width.
+            outline.push_back(outline.front());
+            Point c = d.g.centre();
+            bool centred = std::all_of(run.bases.begin(), run.bases.end(), [&](Point p) {
+                return std::hypot(p.x - c.x, p.y - c.y) < 0.5;
+            });
+            if (!centred) {
+                outline.push_back(run.bases.front());
+                outline.insert(outline.end(), run.bases.rbegin(), run.bases.rend());
+            }
+        } else {
+            outline.insert(outline.end(), run.bases.rbegin(), run.bases.rend());
+        }
         st.fill = col;
         if (d.alpha == 1)
             st.fill.a = 0.85;
+        if (el.exterior) {
+            st.stroke = constantColor(el.exterior, col);
+            st.strokeWidth = 1.5;
+        }
     } else {
         kind = el.closed ? MarkKind::Polygon : MarkKind::Polyline;
         role = el.type == "path" ? Role::Path : Role::Line;
         st.stroke = col;
         st.strokeWidth = 2;
+        // A constant size is the line's width: a bare number or px in pixels.
+        if (el.size && !el.size->args.empty() && !el.fitLine) {
+            double w = sizeValue(el.size->args[0], 0, 2);
+            st.strokeWidth = w > 0 ? std::min(w, 30.0) : 2;
+        }
         if (el.shape && !el.shape->args.empty() && el.shape->args[0].key() == "shape.dash")
             st.dash = {6, 4};
+        if (pts.front()->shape >= 0)  // a shape of a variable: a dash per category
+            st.dash = dashPattern(d.layer.shape.at(pts.front()->shape));
         if (run.points.size() == 1) {  // a lone point of a broken line
             kind = MarkKind::Circle;
             st.fill = col;
@@ -162,6 +192,8 @@ void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts,
     else
         b.addPath(outline);
     b.setMeaning(d.categoryKey(*pts.front()), d.colorKey(*pts.front()), 0);
+    if (d.layer.textured && kind == MarkKind::Polygon)
+        hatchShape(scene, outline, d.layer.shape.at(pts.front()->shape), st.fill);
     if (el.fitLine && pts.back()->label >= 0 && run.points.size() > 1) {
         // The fit's R squared at the right end of its line.
         Point e = run.points.back();
@@ -171,18 +203,122 @@ void drawRun(ElementDraw& d, Run const& run, std::vector<Row const*> const& pts,
     }
 }
 
+// A polygon over two categorical dimensions: a heat map, one cell per row filling the bands
+// of its two categories.
+void drawCategoryCells(ElementDraw& d) {
+    PanelGeometry const& g = d.g;
+    Style st;
+    st.stroke = {1, 1, 1, 1};
+    st.strokeWidth = 1;
+    for (std::size_t i = 0; i < d.rows.size(); ++i) {
+        Row const& m = d.rows[i];
+        if (m.y == kSysmis)
+            continue;
+        double start, width;
+        g.band(d.layer.x.at(m.x), d.layer.cluster.at(m.cluster), start, width);
+        double a = g.origin() + start, b = a + width;
+        double v0 = g.valuePos(m.y - 0.5), v1 = g.valuePos(m.y + 0.5);
+        Color c = d.colorOf(m);
+        c.a = d.alpha;
+        Batch& cells = d.dc.scene.batch(MarkKind::Polygon, Role::Polygon, st);
+        cells.addPath({g.at(a, v0), g.at(b, v0), g.at(b, v1), g.at(a, v1)});
+        cells.setFill(c);
+        cells.setMeaning(d.categoryKey(m), d.colorKey(m), m.y);
+    }
+}
+
 }  // namespace
+
+// area.difference: the band between the first two series, in the colour of the series above,
+// split where they cross.
+bool drawDifference(ElementDraw& d) {
+    PanelGeometry const& g = d.g;
+    bool categorical = d.dc.scales.xCategorical;
+    auto series = bySeries(d.rows);
+    if (series.size() < 2)
+        return false;
+    // The two series' values at each place along dimension 1.
+    std::map<double, std::pair<Row const*, Row const*>> at;
+    for (int s = 0; s < 2; ++s)
+        for (auto const* m : series[std::size_t(s)]) {
+            if (m->y == kSysmis)
+                continue;
+            double along = categorical ? d.layer.x.at(m->x) : m->xNum;
+            (s == 0 ? at[along].first : at[along].second) = m;
+        }
+    struct Place {
+        double c, a, b;  // page positions: along, the first series, the second
+    };
+    std::vector<Place> places;
+    for (auto const& [along, pair] : at)
+        if (pair.first && pair.second)
+            places.push_back({g.catPos(d.layer, *pair.first), g.valuePos(pair.first->y),
+                              g.valuePos(pair.second->y)});
+    std::vector<Point> upper, lower;
+    int sign = 0;
+    auto emit = [&] {
+        if (upper.size() >= 2 && sign != 0) {
+            std::vector<Point> outline = upper;
+            outline.insert(outline.end(), lower.rbegin(), lower.rend());
+            outline = clipPolygon(std::move(outline), g.plot);
+            // On the page a larger value is higher up: a smaller y when not transposed.
+            Row const& above = sign > 0 ? *series[0].front() : *series[1].front();
+            Color col = d.colorOf(above);
+            if (d.alpha == 1)
+                col.a = 0.85;
+            Style st;
+            st.fill = col;
+            if (outline.size() >= 3) {
+                Batch& b = d.dc.scene.batch(MarkKind::Polygon, Role::Area, st);
+                b.addPath(outline);
+                b.setMeaning(-1, d.colorKey(above), 0);
+            }
+        }
+        upper.clear();
+        lower.clear();
+    };
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        Place const& p = places[i];
+        double gap = g.tr ? p.a - p.b : p.b - p.a;  // > 0: the first series is above
+        int s = gap > 0 ? 1 : gap < 0 ? -1 : 0;
+        if (i > 0 && s != 0 && sign != 0 && s != sign) {
+            Place const& q = places[i - 1];
+            double before = g.tr ? q.a - q.b : q.b - q.a;
+            double t = before / (before - gap);
+            Point cross = g.at(q.c + t * (p.c - q.c), q.a + t * (p.a - q.a));
+            upper.push_back(cross);
+            lower.push_back(cross);
+            emit();
+            upper.push_back(cross);
+            lower.push_back(cross);
+        }
+        if (s != 0)
+            sign = s;
+        upper.push_back(g.at(p.c, p.a));
+        lower.push_back(g.at(p.c, p.b));
+    }
+    emit();
+    return true;
+}
 
 void drawLines(ElementDraw& d) {
     ElementSpec const& el = d.el;
     PanelGeometry const& g = d.g;
+    if (el.type == "area" && el.modifier == "difference" && drawDifference(d))
+        return;
     bool categorical = d.dc.scales.xCategorical;
+    if (el.type == "polygon" && categorical && d.layer.yCategorical)
+        return drawCategoryCells(d);
     for (auto& pts : bySeries(d.rows)) {
         if (el.type != "path" && el.type != "polygon")
             std::stable_sort(pts.begin(), pts.end(), [&](Row const* a, Row const* b) {
                 return categorical ? d.layer.x.at(a->x) < d.layer.x.at(b->x) : a->xNum < b->xNum;
             });
         std::vector<Run> runs(1);
+        // In a polar plane a continuous first dimension goes round: a segment between two
+        // points bends with it, in steps of a few degrees.
+        bool arcs = g.polar && !categorical && el.type != "path" && el.type != "polygon";
+        double lastC = 0, lastV = 0, lastB = 0;
         for (auto const* m : pts) {
             if (m->y == kSysmis) {
                 if (el.missing != "interpolate" && !runs.back().points.empty())
@@ -192,6 +328,17 @@ void drawLines(ElementDraw& d) {
             double c = g.catPos(d.layer, *m), v = g.valuePos(m->y);
             // A range's band runs between its two ends; a stack's from the layer below.
             double b = g.valuePos(m->ranged || el.modifier == "stack" ? m->y0 : g.baseValue());
+            if (arcs && !runs.back().points.empty()) {
+                int steps = std::min(90, int(std::fabs(c - lastC) / std::max(1.0, g.plot.w) * 120));
+                for (int k = 1; k < steps; ++k) {
+                    double t = double(k) / steps;
+                    runs.back().points.push_back(
+                        g.at(lastC + t * (c - lastC), lastV + t * (v - lastV)));
+                    runs.back().bases.push_back(
+                        g.at(lastC + t * (c - lastC), lastB + t * (b - lastB)));
+                }
+            }
+            lastC = c, lastV = v, lastB = b;
             runs.back().points.push_back(g.at(c, v));
             runs.back().bases.push_back(g.at(c, b));
         }
@@ -199,6 +346,12 @@ void drawLines(ElementDraw& d) {
         if (el.fitLine && pts.front()->color < 0)
             col = kFitColor;
         bool bands = el.type == "area" || el.type == "polygon" || el.closed;
+        // In a polar plane the categories go round: a whole series closes on itself.
+        bool ring = g.polar && categorical && runs.size() == 1 && el.type != "path" &&
+                    el.type != "polygon" && runs[0].points.size() > 2;
+        if (ring && el.type == "line" && !el.closed)
+            runs[0].points.push_back(runs[0].points.front());
+        runs[0].ring = ring && el.type == "area";
         for (auto const& run : runs) {
             if (run.points.empty())
                 continue;

@@ -45,6 +45,8 @@ void drawPie(ElementDraw& d) {
         slices.setFill(fill);
         double share = v / total * 100;
         slices.setMeaning(d.colorKey(m), -1, share, angle);
+        if (d.layer.textured)
+            hatchShape(scene, outline, d.layer.shape.at(m.shape), fill);
         if (sweep >= 14) {  // the share, inside slices wide enough to hold it
             double mid = (angle + sweep / 2) * kRad;
             double lum = 0.3 * fill.r + 0.59 * fill.g + 0.11 * fill.b;

@@ -4,18 +4,20 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <string>
+#include <utility>
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/geometry/elements.h"
+#include "host/chart/geometry/label_placement.h"
+#include "host/chart/geometry/oblique.h"
+#include "host/chart/layout/text_fit.h"
+#include "host/chart/scales/tick_labels.h"
 
 namespace host::chart {
 
 namespace {
-
-constexpr MarkerShape kShapeCycle[] = {MarkerShape::Circle, MarkerShape::Square,
-                                       MarkerShape::Triangle, MarkerShape::Diamond,
-                                       MarkerShape::Cross};
 
 MarkerShape shapeNamed(std::string const& name) {
     if (name == "square")
@@ -29,26 +31,44 @@ MarkerShape shapeNamed(std::string const& name) {
     return MarkerShape::Circle;
 }
 
-// A point's size is its diameter: a bare number or px in pixels, a percentage a share of the
-// plot's smaller side, other units as for any length.
+// A point's size is its diameter, kept between a pixel and the plot's smaller side.
 double pointDiameter(gpl::Node const& n, Rect const& plot) {
     double side = std::max(1.0, std::min(plot.w, plot.h));
-    std::string unit;
-    double number = 0;
-    if (n.kind == gpl::Node::Kind::Constant) {
-        char* end = nullptr;
-        number = std::strtod(n.value.c_str(), &end);
-        unit = end ? std::string(end) : "";
-    } else if (n.kind == gpl::Node::Kind::Number) {
-        number = n.number;
-        unit = n.value;
-    } else {
-        return 8;
-    }
-    double px = unit.empty() || unit == "px" ? number
-                : unit == "%"                ? number / 100 * side
-                                             : sizeValue(n, side, 8);
+    double px = markSize(n, 8).on(side);
     return std::isfinite(px) ? std::clamp(px, 1.0, side) : 8;
+}
+
+// Beyond this many labels in one plot the rest are left out: nobody reads them.
+constexpr std::size_t kMaxPointLabels = 5000;
+
+// The labels of the points beside them, where there is room; the rest are counted as left out.
+void labelPoints(ElementDraw& d, std::vector<PointDisc> const& discs,
+                 std::vector<std::pair<std::size_t, std::string>> const& labelled) {
+    constexpr double kFont = 10;
+    std::vector<LabelRequest> requests;
+    std::vector<std::string const*> texts;
+    std::size_t tooMany = labelled.size() > kMaxPointLabels ? labelled.size() - kMaxPointLabels : 0;
+    for (std::size_t i = 0; i + tooMany < labelled.size(); ++i) {
+        std::string const& text = labelled[i].second;
+        TextSize size = measureText(text, kFont, d.dc.measurer);
+        requests.push_back({labelled[i].first, size.width, size.height});
+        texts.push_back(&text);
+    }
+    auto places = placeLabels(discs, requests, d.g.plot);
+    std::size_t leftOut = tooMany;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        if (!places[i]) {
+            ++leftOut;
+            continue;
+        }
+        Rect const& b = *places[i];
+        // The baseline sits a fifth of the line height above the box's bottom.
+        addText(d.dc.scene, Role::PointLabel, *texts[i], b.x, b.y + b.h * 0.8, kFont, -1,
+                kTextColor);
+    }
+    auto& count = d.dc.labelsLeftOut[d.el.line];
+    count.first += leftOut;
+    count.second += labelled.size();
 }
 
 }  // namespace
@@ -63,10 +83,18 @@ void drawPoints(ElementDraw& d) {
     if (el.shape && !el.shape->args.empty() &&
         el.shape->args[0].name.find('.') != std::string::npos)
         fixedShape = shapeNamed(el.shape->args[0].key().substr(6));
-    // One batch per shape, made as the shape is first met.
-    std::size_t batches[std::size(kShapeCycle)];
-    std::fill(std::begin(batches), std::end(batches), SIZE_MAX);
+    // One batch per shape and outline colour, made as it is first met.
+    std::map<std::pair<MarkerShape, std::int32_t>, std::size_t> batches;
     Scene& scene = d.dc.scene;
+    Scales const& scales = *d.g.scales;
+    Color outline = constantColor(el.exterior, {0, 0, 0, 0});
+    std::vector<PointDisc> discs;
+    std::vector<std::pair<std::size_t, std::string>> labelled;  // disc, text
+    // The document's data labels: each point's value, unless it has a label of its own.
+    bool values = d.dc.spec.dataLabels.on && d.dc.spec.dataLabels.variable.empty();
+    // A point's value is where it stands. Beyond the size painted as one picture, the value is
+    // not kept a second time per point: a million points would carry 8 MB more for nobody.
+    bool const keepValues = d.rows.size() < kPictureMarks;
     for (std::size_t i = 0; i < d.rows.size(); ++i) {
         Row const& m = d.rows[i];
         if (m.y == kSysmis)
@@ -74,29 +102,44 @@ void drawPoints(ElementDraw& d) {
         // A value beyond the scale's limits is not drawn over the neighbouring plots.
         double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
         double lo = g.tr ? g.plot.x : g.plot.y, hi = lo + (g.tr ? g.plot.w : g.plot.h);
-        if (v < lo - 0.5 || v > hi + 0.5)
+        if (g.deep ? !g.deep->holds(m.xNum, m.y, m.z) : (v < lo - 0.5 || v > hi + 0.5))
             continue;
+        Point at = g.deep ? g.deep->at(m.xNum, m.y, m.z) : g.at(c, v);
         MarkerShape shape = fixedShape;
         if (m.shape >= 0)
-            shape = kShapeCycle[std::size_t(std::max(0, d.layer.shape.at(m.shape))) %
-                                std::size(kShapeCycle)];
-        std::size_t& index = batches[std::size_t(shape)];
-        if (index == SIZE_MAX) {
-            index = scene.batches.size();
+            shape = markerShape(d.layer.shape.at(m.shape));
+        std::int32_t ring = d.layer.exterior.at(m.exterior);
+        auto [it, fresh] = batches.try_emplace({shape, ring}, scene.batches.size());
+        if (fresh) {
             Batch& b = scene.batches.emplace_back();
             b.kind = shape == MarkerShape::Circle ? MarkKind::Circle : MarkKind::Marker;
             b.role = Role::Point;
             b.style.shape = shape;
             b.style.size = radius;
             b.style.fill = d.colorOf(m);
+            b.style.stroke = ring >= 0 ? d.dc.palette.outlines[std::size_t(ring)] : outline;
+            b.style.strokeWidth = b.style.stroke.a > 0 ? 1.5 : 0;
             b.reserve(d.rows.size());
         }
-        Batch& b = scene.batches[index];
-        b.addCircle(g.tr ? v : c, g.tr ? c : v,
-                    d.layer.sizeScale ? sizeRadius(*d.dc.layers, m.sval) : radius);
+        Batch& b = scene.batches[it->second];
+        double r = radius;
+        if (d.layer.sizeScale)
+            r = sizeRadius(*d.dc.layers, m.sval);
+        else if (std::int32_t cat = d.layer.size.at(m.size); cat >= 0)
+            r = categorySizeRadius(*d.dc.layers, cat, scales.size.size());
+        b.addCircle(at.x, at.y, r);
         b.setFill(d.colorOf(m));
-        b.setMeaning(d.categoryKey(m), d.colorKey(m), m.y);
+        b.setMeaning(d.categoryKey(m), d.colorKey(m), keepValues ? m.y : 0);
+        if (d.layer.labels.empty() && !values)
+            continue;  // no labels: no need to know where the points are
+        if (m.label >= 0)
+            labelled.emplace_back(discs.size(), d.layer.labels[std::size_t(m.label)]);
+        else if (values)
+            labelled.emplace_back(discs.size(), valueText(m.y, *d.dc.layers));
+        discs.push_back({at.x, at.y, r});
     }
+    if (!labelled.empty())
+        labelPoints(d, discs, labelled);
 }
 
 }  // namespace host::chart

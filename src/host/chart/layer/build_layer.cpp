@@ -8,8 +8,10 @@
 #include <fmt/format.h>
 
 #include "host/chart/frame/frame.h"
+#include "host/chart/layer/category_order.h"
 #include "host/chart/layer/layer.h"
 #include "host/chart/scales/ticks.h"
+#include "host/chart/spec/data_labels.h"
 #include "host/chart/spec/position_algebra.h"
 #include "host/chart/stats/fit_statistics.h"
 #include "host/chart/stats/registry.h"
@@ -28,11 +30,17 @@ struct Plan {
     std::vector<Factor> factors;
     bool summary = false, percent = false, countOnly = false, density = false, twoWay = false;
     bool mergeSeries = false;  // the variables of dimension 2 are the ends of one interval
+    // A smoother over the rows of the summary the position names inside it.
+    std::string outerStatistic;
+    gpl::Node const* outerCall = nullptr;
     std::size_t clusterIndex = 99, panelIndex = 2;
+    std::size_t depthIndex = 99;  // dimension 3 of three-dimensional coordinates
 };
 
 struct Columns {
-    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight, size;
+    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight, size,
+        exterior, transparency;
+    std::optional<Column> depth;
     std::vector<std::pair<std::string, Column>> ys;
     std::vector<double> xEdges, yEdges;  // bins shared by all panels and groups
 };
@@ -40,7 +48,7 @@ struct Columns {
 // The key a group of a summary is found by.
 struct GroupKey {
     std::int64_t a = 0, b = 0;  // dimension 1: a category code, a bin, or a number's bits
-    std::int32_t cluster, panelCol, panelRow, color, shape, series;
+    std::int32_t cluster, panelCol, panelRow, color, shape, series, size, exterior;
     bool operator==(GroupKey const&) const = default;
 };
 struct GroupKeyHash {
@@ -49,7 +57,8 @@ struct GroupKeyHash {
         auto mix = [&](std::uint64_t v) { h = (h ^ v) * 1099511628211ull; };
         mix(std::uint64_t(k.a));
         mix(std::uint64_t(k.b));
-        for (std::int32_t v : {k.cluster, k.panelCol, k.panelRow, k.color, k.shape, k.series})
+        for (std::int32_t v :
+             {k.cluster, k.panelCol, k.panelRow, k.color, k.shape, k.series, k.size, k.exterior})
             mix(std::uint32_t(v));
         return h;
     }
@@ -80,6 +89,20 @@ std::vector<double> edgesOf(Column const& c, BinOptions const& options) {
     return cases ? binEdges(lo, hi, cases, options) : std::vector<double>{};
 }
 
+double smallestGap(std::vector<Row> const& rows) {
+    std::vector<double> xs;
+    xs.reserve(rows.size());
+    for (auto const& m : rows)
+        if (!m.binned && m.y != kSysmis && std::isfinite(m.xNum))
+            xs.push_back(m.xNum);
+    std::sort(xs.begin(), xs.end());
+    double gap = 0;
+    for (std::size_t i = 1; i < xs.size(); ++i)
+        if (double d = xs[i] - xs[i - 1]; d > 0 && (gap == 0 || d < gap))
+            gap = d;
+    return gap;
+}
+
 void useTable(KeyTable& t, std::optional<Column> const& c) {
     if (!c || !c->categorical)
         return;
@@ -102,6 +125,7 @@ private:
         warnings_.push_back(fmt::format("line {}: {}", e.line, text));
     }
     std::optional<Plan> plan(ElementSpec const& element);
+    bool planDepth(Plan& p);
     bool loadColumns(Plan const& plan, Columns& cols);
     bool loadAesthetics(Plan const& plan, Columns& cols);
     bool checkColumns(Plan const& plan, Columns& cols);
@@ -111,9 +135,12 @@ private:
     void addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m, std::size_t r,
                  double y, bool yMissing, double w, bool groupsByX, Groups& groups, Layer& layer);
     void summarize(Plan const& plan, Columns const& cols, std::vector<Group>& groups, Layer& layer);
+    void hexSize(Plan const& plan, Columns const& cols, StatContext& context) const;
+    void smoothRows(Plan const& plan, Layer& layer);
     std::vector<double> densityEdges(ElementSpec const& element, Plan const& plan,
-                                     Columns const& cols) const;
+                                     Columns const& cols, bool& percent) const;
     void fitLines(Layer const& points, ElementSpec const& element);
+    void countCells(Layer& layer);
     std::string weightName(std::string const& source) const;
     std::int32_t labelCode(Columns const& cols, Layer& layer, std::size_t r);
 
@@ -123,7 +150,7 @@ private:
     Layers& out_;
     std::vector<std::string>& warnings_;
     std::unordered_map<std::string, std::int32_t> numericLabels_;
-    bool colorSeen_ = false, sizeSeen_ = false;
+    bool colorSeen_ = false, sizeSeen_ = false, alphaSeen_ = false;
     // The domain of a continuous aesthetic over every layer.
     static void widen(double& lo, double& hi, double v, bool& seen) {
         lo = seen ? std::min(lo, v) : v;
@@ -133,6 +160,17 @@ private:
 };
 
 namespace {
+
+// label("Outlier"): one text for every mark.
+bool literalLabel(ElementSpec const& e) {
+    return e.label && !e.label->args.empty() && e.label->args[0].kind == Node::Kind::String;
+}
+
+// color(summary.count()): each mark coloured by the number of cases it stands for.
+bool countColor(ElementSpec const& e) {
+    return e.color && !e.color->args.empty() && e.color->args[0].kind == Node::Kind::Call &&
+           e.color->args[0].name == "summary.count";
+}
 
 // color("Observed"): a text rather than a variable or a colour constant.
 bool literalColor(ElementSpec const& e) {
@@ -157,7 +195,19 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
                          element.type));
         return std::nullopt;
     }
+    if (spec_.polarPlane && element.type == "schema") {
+        warn(element, "box plots are not drawn in a polar plane; 'schema' is left out");
+        return std::nullopt;
+    }
     Position& pos = p.pos;
+    if (!pos.innerStatistic.empty()) {
+        // The summary first, as the statistic of the layer; the smoother over its rows.
+        p.outerStatistic = pos.statistic;
+        p.outerCall = pos.statCall;
+        pos.statistic = pos.innerStatistic;
+        pos.kind = StatKind::Summary;
+        pos.statCall = pos.innerCall;
+    }
     if (element.type == "schema" && pos.statistic.empty() && !pos.binned) {
         pos.statistic = "bin.quantile.letter";  // a box plot needs its letter values
         pos.kind = StatKind::Box;
@@ -170,6 +220,8 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
     p.summary = !stat.empty() || pos.binned;
     p.factors = pos.factors;
     auto& factors = p.factors;
+    if (element.alongValues && factors.size() == 1)
+        factors.insert(factors.begin(), Factor{{}, true});
     // In a pie the angle is the first dimension and carries the values; alone, a continuous
     // variable there (a precomputed count) is summed, not counted.
     if (spec_.polar && factors.size() >= 2)
@@ -184,10 +236,12 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
             factors.insert(factors.begin(), Factor{{}, true});
     }
     p.percent = pos.kind == StatKind::Percent || stat == "region.confi.percent.count";
-    p.countOnly = stat == "summary.count" || stat == "summary.percent.count" ||
-                  stat == "region.confi.count" || stat == "region.confi.percent.count" ||
-                  (stat == "summary.percent" && factors.size() == 1) ||
-                  (pos.binned && stat.empty());
+    p.countOnly =
+        stat == "summary.count" || stat == "summary.percent.count" ||
+        stat == "summary.count.cumulative" || stat == "summary.percent.cumulative" ||
+        stat == "region.confi.count" || stat == "region.confi.percent.count" ||
+        (stat == "summary.percent" && (factors.size() == 1 || factors[1].unity)) ||  // of the cases
+        (pos.binned && stat.empty());
     p.density = pos.kind == StatKind::Density;
     p.twoWay = pos.binned && factors.size() >= 2 && !factors[1].unity &&
                (stat.empty() || stat == "summary.count");
@@ -201,7 +255,9 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
     if ((p.countOnly || p.density) && factors.size() == 1)
         factors.push_back(Factor{{}, true});
     if (factors.size() < 2) {
-        warn(element, "position needs two dimensions, as in position(x*y)");
+        warn(element,
+             "position needs two dimensions, as in position(x*y), or coordinates of one, as in "
+             "COORD: rect(dim(1))");
         return std::nullopt;
     }
     p.clusterIndex = spec_.clusterDim >= 3 ? std::size_t(spec_.clusterDim - 1) : 99;
@@ -213,9 +269,51 @@ std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
         warn(element, fmt::format("'{}' takes one variable on the second dimension", stat));
         return std::nullopt;
     }
+    if (element.type == "area" && element.modifier == "difference" && factors[1].names.size() != 2)
+        warn(element,
+             "area.difference takes two variables blended on the second dimension, as "
+             "in x*(a+b); an area is drawn");
     p.panelIndex = p.clusterIndex == 2 ? 3 : 2;
+    if (spec_.dims == 3 && !planDepth(p))
+        return std::nullopt;
     p.mergeSeries = stat == "region.spread.range" || p.twoWay;
     return p;
+}
+
+// Three dimensions: the third factor recedes into the page, the fourth and fifth make panels.
+// Points of continuous variables and bars (of summaries or of values) on two categorical
+// dimensions are drawn there; other elements and statistics not yet.
+bool LayerBuilder::planDepth(Plan& p) {
+    ElementSpec const& element = *p.element;
+    if (element.type != "point" && element.type != "interval") {
+        warn(element, fmt::format("'{}' in three-dimensional coordinates is not supported yet; "
+                                  "it is left out",
+                                  element.type));
+        return false;
+    }
+    if (!element.modifier.empty() && element.type == "interval") {
+        warn(element, fmt::format("'{}.{}' in three-dimensional coordinates is not supported "
+                                  "yet; it is left out",
+                                  element.type, element.modifier));
+        return false;
+    }
+    bool summaryOfValues = p.pos.kind == StatKind::Summary && !p.pos.binned;
+    if (p.summary && !(element.type == "interval" && summaryOfValues)) {
+        warn(element, fmt::format("'{}' in three-dimensional coordinates is not supported yet; "
+                                  "the element is left out",
+                                  p.pos.statistic.empty() ? "bin.rect" : p.pos.statistic));
+        return false;
+    }
+    if (p.factors.size() < 3 || p.factors[2].unity || p.factors[2].names.size() != 1) {
+        warn(element,
+             "three-dimensional coordinates need a variable on each dimension, as in "
+             "position(x*y*z)");
+        return false;
+    }
+    p.clusterIndex = 99;
+    p.depthIndex = 2;
+    p.panelIndex = 3;
+    return true;
 }
 
 bool LayerBuilder::loadColumns(Plan const& plan, Columns& cols) {
@@ -251,6 +349,24 @@ bool LayerBuilder::loadColumns(Plan const& plan, Columns& cols) {
     };
     if (plan.clusterIndex < factors.size())
         loadFactor(plan.clusterIndex, cols.cluster);
+    if (plan.depthIndex < factors.size()) {
+        loadFactor(plan.depthIndex, cols.depth);
+        // Bars stand in the cells of two categorical dimensions; points take continuous ones.
+        bool bars = element.type == "interval";
+        bool xFits = !cols.x || cols.x->categorical == bars;
+        bool zFits = !cols.depth || cols.depth->categorical == bars;
+        if (cols.depth && !out_.layers.empty() && out_.zCategorical != cols.depth->categorical)
+            zFits = false;  // the third axis is of categories or of values, not both
+        if (!xFits || !zFits) {
+            warn(element, fmt::format("in three-dimensional coordinates {} on {} first and third "
+                                      "dimensions only; it is left out",
+                                      bars ? "bars stand" : "points lie",
+                                      bars ? "categorical" : "continuous"));
+            return false;
+        }
+        if (cols.depth)
+            out_.zCategorical = cols.depth->categorical;
+    }
     loadFactor(plan.panelIndex, cols.panelCol);
     loadFactor(plan.panelIndex + 1, cols.panelRow);
     if (factors.size() > plan.panelIndex + 2)
@@ -275,10 +391,34 @@ bool LayerBuilder::loadAesthetics(Plan const& plan, Columns& cols) {
     if (!cols.color)
         aesthetic(element.shade, cols.color);
     aesthetic(element.size, cols.size);
+    aesthetic(element.exterior, cols.exterior);
+    aesthetic(element.transparency, cols.transparency);
     aesthetic(element.shape, cols.shape);
+    if (element.texture) {
+        // A texture's categories take the place of shapes, which a filled shape does not have.
+        auto const& a = element.texture->args;
+        if (a.empty() || a[0].kind != Node::Kind::Name || a[0].name.find('.') != std::string::npos)
+            warn(element,
+                 "texture.pattern.interior of a constant is not supported yet; the "
+                 "element is drawn without it");
+        else if ((element.type != "interval" && element.type != "area" &&
+                  element.type != "polygon") ||
+                 cols.shape)
+            warn(element,
+                 "texture.pattern.interior is drawn on interval, area and polygon only; the "
+                 "element is drawn without it");
+        else
+            aesthetic(element.texture, cols.shape);
+    }
     aesthetic(element.label, cols.label);
+    bool labelled = element.type == "point" || element.type == "interval";
+    if (!element.label && !spec_.dataLabels.variable.empty() && labelled) {
+        cols.label = view_.column(spec_.dataLabels.variable, err);
+        if (!cols.label)
+            warn(element, err);  // the chart is drawn without the labels
+    }
     aesthetic(element.split, cols.split);
-    if (!ok || !plan.summary)
+    if (!ok || !(plan.summary || countColor(element)))
         return ok;
     std::string source = cols.x             ? cols.x->var->source
                          : !cols.ys.empty() ? cols.ys[0].second.var->source
@@ -308,9 +448,40 @@ bool LayerBuilder::checkColumns(Plan const& plan, Columns& cols) {
         if (plan.twoWay)
             cols.yEdges = edgesOf(cols.ys[0].second, plan.pos.bin);
     }
-    bool pointwise = plan.pos.kind == StatKind::Smooth || plan.pos.kind == StatKind::Link;
+    // Category codes are held in 16 bits a row; no page tells that many apart anyway.
+    for (auto const* c : {&cols.x, &cols.color, &cols.cluster, &cols.panelCol, &cols.panelRow,
+                          &cols.shape, &cols.split, &cols.size, &cols.exterior})
+        if (*c && (*c)->categorical && (*c)->values.size() > std::size_t(kMaxSmallKeys)) {
+            warn(element, fmt::format("'{}' has {} categories, more than the {} that a chart can "
+                                      "tell apart on an axis, by colour, cluster, panel, shape, "
+                                      "size or outline; nothing is drawn",
+                                      (*c)->var ? (*c)->var->name : std::string("a variable"),
+                                      formatNumber(double((*c)->values.size()), NumberFormat{}),
+                                      kMaxSmallKeys));
+            return false;
+        }
+    if (cols.split && std::max<std::size_t>(1, cols.ys.size()) * cols.split->values.size() >
+                          std::size_t(kMaxSmallKeys)) {
+        warn(element, fmt::format("more than {} series (variables by split values); nothing is "
+                                  "drawn", kMaxSmallKeys));
+        return false;
+    }
+    if (plan.element->alongValues && !plan.summary && !cols.ys.empty() &&
+        cols.ys[0].second.categorical) {
+        warn(element, fmt::format("'{}' is categorical: values of one categorical dimension "
+                                  "are not supported yet (summary.count({}) counts them)",
+                                  cols.ys[0].first, cols.ys[0].first));
+        return false;
+    }
+    bool pointwise = plan.pos.kind == StatKind::Smooth || plan.pos.kind == StatKind::Link ||
+                     plan.pos.kind == StatKind::Hex || !plan.outerStatistic.empty();
+    if (plan.pos.kind == StatKind::Hex && (cols.ys.empty() || cols.ys[0].second.categorical)) {
+        warn(element, "bin.hex needs continuous variables on both dimensions, as in bin.hex(x*y)");
+        return false;
+    }
     if ((plan.density || pointwise) && (!cols.x || cols.x->categorical)) {
-        warn(element, fmt::format("'{}' needs a continuous variable on the first dimension", stat));
+        warn(element, fmt::format("'{}' needs a continuous variable on the first dimension",
+                                  plan.outerStatistic.empty() ? stat : plan.outerStatistic));
         return false;
     }
     if (plan.summary && !plan.countOnly && !plan.density)
@@ -352,8 +523,18 @@ void LayerBuilder::noteVariables(Plan const& plan, Columns const& cols) {
         out_.yStatistic = plan.pos.statistic.empty() ? "summary.count" : plan.pos.statistic;
     if (cols.color && !out_.colorVar)
         out_.colorVar = cols.color->var;
+    if (cols.shape && cols.shape->categorical && !out_.shapeVar)
+        out_.shapeVar = cols.shape->var;
     if (cols.size && !out_.sizeVar)
         out_.sizeVar = cols.size->var;
+    if (cols.exterior && cols.exterior->categorical && !out_.exteriorVar)
+        out_.exteriorVar = cols.exterior->var;
+    if (cols.transparency && !out_.alphaVar)
+        out_.alphaVar = cols.transparency->var;
+    if (cols.shape && plan.element->texture && !out_.textureVar)
+        out_.textureVar = cols.shape->var;
+    if (cols.depth && !out_.zVar)
+        out_.zVar = cols.depth->var;
     if (cols.cluster && !out_.clusterVar)
         out_.clusterVar = cols.cluster->var;
     if (cols.panelCol && !out_.panelVar)
@@ -377,6 +558,12 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
     useTable(layer.panelCol, cols.panelCol);
     useTable(layer.panelRow, cols.panelRow);
     useTable(layer.shape, cols.shape);
+    useTable(layer.depth, cols.depth);
+    if (!plan.summary && cols.ys.size() == 1 && cols.ys[0].second.categorical) {
+        useTable(layer.y, cols.ys[0].second);
+        layer.yCategorical = true;
+        out_.yCategorical = true;
+    }
     if (cols.color && cols.color->categorical) {
         useTable(layer.color, cols.color);
     } else if (literalColor(*plan.element)) {
@@ -394,7 +581,48 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
                                ? (plan.element->shade->key() == "color.brightness" ? 'b' : 's')
                                : 'g';
     layer.sizeScale = cols.size && !cols.size->categorical && !plan.summary;
+    ElementSpec const& el = *plan.element;
+    if (cols.size && el.type != "point")
+        warn(el, fmt::format("a size of a variable is drawn for points only; the {}s keep "
+                             "one size ('{}' is left out)",
+                             el.type, cols.size->var->name));
+    else if (cols.size && cols.size->categorical)
+        useTable(layer.size, cols.size);
+    else if (cols.size && plan.summary)
+        warn(el, fmt::format("a continuous size is drawn for points of cases, not of a "
+                             "statistic; the points keep one size ('{}' is left out)",
+                             cols.size->var->name));
+    bool outlined = el.type == "point" || (el.type == "interval" && !spec_.polar);
+    if (cols.exterior && !outlined)
+        warn(el, fmt::format("an outline colour of a variable is drawn for points and bars "
+                             "only; the {}s keep one outline ('{}' is left out)",
+                             el.type, cols.exterior->var->name));
+    else if (cols.exterior && cols.exterior->categorical)
+        useTable(layer.exterior, cols.exterior);
+    else if (cols.exterior)
+        warn(el, fmt::format("an outline colour of a continuous variable is not drawn; the "
+                             "outlines keep one colour ('{}' is left out)",
+                             cols.exterior->var->name));
     layer.cells = plan.twoWay;
+    bool labelled = el.type == "point" || el.type == "interval" || el.type == "schema";
+    if ((cols.label || literalLabel(el)) && !labelled)
+        warn(el, fmt::format("labels are drawn on points, bars, pie slices and the outliers of "
+                             "box plots; the {}'s label is left out",
+                             el.type));
+    if (literalLabel(el))
+        layer.labels.push_back(el.label->args[0].value);
+    layer.alphaScale = cols.transparency && !cols.transparency->categorical && !plan.summary;
+    if (cols.transparency && !layer.alphaScale)
+        warn(*plan.element,
+             "transparency is drawn by the values of a continuous variable only, "
+             "not by categories or in a summary; the marks are opaque");
+    layer.cells = plan.twoWay;
+    layer.hexes = plan.pos.kind == StatKind::Hex;
+    layer.textured = cols.shape && plan.element->texture;
+    if (plan.pos.statistic == "summary.count.cumulative")
+        layer.cumulative = 'c';
+    else if (plan.pos.statistic == "summary.percent.cumulative")
+        layer.cumulative = 'p';
     if (cols.label && cols.label->categorical) {
         for (auto const& v : cols.label->values) {
             std::string text = v;
@@ -409,7 +637,9 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
 // The text of the label aesthetic at a row: a category by its relabel, a number in its format.
 std::int32_t LayerBuilder::labelCode(Columns const& cols, Layer& layer, std::size_t r) {
     auto const& c = cols.label;
-    if (!c || !c->present(r))
+    if (!c)
+        return literalLabel(*layer.element) ? 0 : -1;
+    if (!c->present(r))
         return -1;
     if (c->categorical)
         return c->codes[r];
@@ -429,6 +659,8 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
         n = std::max(n, cols.cluster->size());
     if (cols.color)
         n = std::max(n, cols.color->size());
+    if (cols.depth)
+        n = std::max(n, cols.depth->size());
     // The code of a row in a categorical column; a row that a column lacks is missing.
     auto codeAt = [](std::optional<Column> const& c, std::size_t r, bool& missing) {
         if (!c)
@@ -461,8 +693,8 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
         return it->second;
     };
     Groups groups;
-    bool groupsByX =
-        !plan.density && plan.pos.kind != StatKind::Smooth && plan.pos.kind != StatKind::Link;
+    bool groupsByX = !plan.density && plan.pos.kind != StatKind::Smooth &&
+                     plan.pos.kind != StatKind::Link && plan.pos.kind != StatKind::Hex;
     if (!plan.summary)
         layer.rows.reserve(n * seriesCount);
     for (std::size_t s = 0; s < seriesCount; ++s) {
@@ -478,7 +710,18 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
             m.panelRow = codeAt(cols.panelRow, r, missing);
             m.color = codeAt(cols.color, r, missing);
             m.shape = codeAt(cols.shape, r, missing);
+            if (!layer.size.keys.empty())
+                m.size = codeAt(cols.size, r, missing);
+            if (!layer.exterior.keys.empty())
+                m.exterior = codeAt(cols.exterior, r, missing);
             std::int32_t split = codeAt(cols.split, r, missing);
+            if (cols.depth) {
+                if (!cols.depth->present(r) ||
+                    (!cols.depth->categorical && cols.depth->numbers[r] == kSysmis))
+                    continue;  // a point without its depth has no place
+                m.z = static_cast<float>(cols.depth->categorical ? cols.depth->codes[r]
+                                                                 : cols.depth->numbers[r]);
+            }
             if (missing)
                 continue;
             m.series = seriesCode(s, split);
@@ -486,16 +729,26 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
                 m.color = static_cast<std::int32_t>(s);
             else if (literal)
                 m.color = 0;
-            bool yMissing = !yc || !yc->present(r) || yc->numbers[r] == kSysmis ||
-                            (yc->categorical && !plan.summary);
-            double y = yc && !yMissing ? yc->numbers[r] : kSysmis;
-            if (cols.label)
-                m.label = labelCode(cols, layer, r);
+            // Categories of dimension 2 are carried by their codes until the scales place them.
+            bool yMissing = !yc || !yc->present(r) ||
+                            (layer.yCategorical
+                                 ? yc->codes[r] < 0
+                                 : yc->numbers[r] == kSysmis || (yc->categorical && !plan.summary));
+            double y = yMissing             ? kSysmis
+                       : layer.yCategorical ? double(yc->codes[r])
+                                            : yc->numbers[r];
+            m.label = labelCode(cols, layer, r);
             if (layer.colorScale) {
                 if (!cols.color->present(r))
                     continue;
                 m.cval = static_cast<float>(cols.color->numbers[r]);
                 widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
+            }
+            if (layer.alphaScale) {
+                if (!cols.transparency->present(r))
+                    continue;
+                m.tval = static_cast<float>(cols.transparency->numbers[r]);
+                widen(out_.alphaLo, out_.alphaHi, m.tval, alphaSeen_);
             }
             if (layer.sizeScale) {
                 if (!cols.size->present(r))
@@ -503,17 +756,21 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
                 m.sval = static_cast<float>(cols.size->numbers[r]);
                 widen(out_.sizeLo, out_.sizeHi, m.sval, sizeSeen_);
             }
-            if (!plan.summary) {
-                // A missing value is never drawn; lines use it to know where to break.
-                m.y = yMissing ? kSysmis : y;
-                layer.rows.push_back(m);
-                continue;
-            }
             double w = 1;
             if (cols.weight) {
                 if (!cols.weight->present(r) || !(cols.weight->numbers[r] > 0))
                     continue;  // a case without a positive weight is not counted
                 w = cols.weight->numbers[r];
+            }
+            if (!plan.summary) {
+                // A missing value is never drawn; lines use it to know where to break.
+                m.y = yMissing ? kSysmis : y;
+                if (cols.weight)
+                    m.cval = static_cast<float>(w);  // counted by countCells
+                else if (countColor(*plan.element))
+                    m.cval = 1;
+                layer.rows.push_back(m);
+                continue;
             }
             addCase(plan, cols, yc, m, r, y, yMissing, w, groupsByX, groups, layer);
         }
@@ -526,7 +783,10 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
 void LayerBuilder::addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m,
                            std::size_t r, double y, bool yMissing, double w, bool groupsByX,
                            Groups& groups, Layer& layer) {
-    GroupKey key{0, 0, m.cluster, m.panelCol, m.panelRow, m.color, m.shape, m.series};
+    GroupKey key{0,       0,        m.cluster, m.panelCol, m.panelRow,
+                 m.color, m.shape, m.series,  m.size,     m.exterior};
+    if (cols.depth)
+        key.b = static_cast<std::int64_t>(m.z);  // a category of the third dimension
     if (groupsByX)
         key.a = cols.x && !cols.x->categorical ? bitsOf(m.xNum) : m.x;
     Bin bin;
@@ -596,7 +856,7 @@ void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<
         return k;
     };
     auto amount = [&](Group const& g) {
-        if (plan.countOnly)
+        if (plan.countOnly || plan.density)
             return g.count;
         double sum = 0;
         bool none = false;
@@ -610,16 +870,15 @@ void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<
     if (level > 1)
         level /= 100;  // alpha(95) means 95%
     StatContext context{
-        stat,
-        plan.countOnly,
-        plan.percent,
-        0,
-        level,
-        numberOption(call, "multiple", 1),
-        plan.density ? densityEdges(*plan.element, plan, cols) : std::vector<double>{},
-        [&](std::uint32_t r) { return labelCode(cols, layer, r); }};
+        stat, plan.countOnly, plan.percent,
+        0,    level,          numberOption(call, "multiple", 1),
+        {},   false,          [&](std::uint32_t r) { return labelCode(cols, layer, r); }};
+    if (plan.density)
+        context.densityEdges = densityEdges(*plan.element, plan, cols, context.densityPercent);
     context.call = call;
     context.modifier = plan.element->modifier;
+    if (plan.pos.kind == StatKind::Hex)
+        hexSize(plan, cols, context);
     StatisticDef const* def = findStatistic(stat.empty() ? "summary.count" : stat);
     for (auto& g : groups) {
         context.total = totals[baseKey(g.row)];
@@ -631,18 +890,80 @@ void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<
             def->compute(context, g, layer);
         }
     }
+    if (layer.hexes)
+        for (auto const& b : layer.bins) {
+            out_.cellMax = std::max(out_.cellMax, b.cell);
+            out_.anyCells = true;
+        }
 }
 
-// A density over a histogram of the same variable takes the histogram's edges.
+// A smoother over a summary's rows: their places and values are its points, per panel,
+// colour and series.
+void LayerBuilder::smoothRows(Plan const& plan, Layer& layer) {
+    std::vector<Row> summaries = std::move(layer.rows);
+    layer.rows.clear();
+    std::map<std::array<std::int32_t, 6>, Group> groups;
+    std::sort(summaries.begin(), summaries.end(),
+              [](Row const& a, Row const& b) { return a.xNum < b.xNum; });
+    for (auto const& m : summaries) {
+        if (m.y == kSysmis)
+            continue;
+        auto [it, fresh] =
+            groups.try_emplace({m.cluster, m.panelCol, m.panelRow, m.color, m.shape, m.series});
+        Group& g = it->second;
+        if (fresh)
+            g.row = m;
+        g.xs.push_back(m.xNum);
+        g.sample.add(m.y, 1);
+        g.count += 1;
+    }
+    StatContext context{plan.outerStatistic};
+    context.call = plan.outerCall;
+    context.modifier = plan.element->modifier;
+    StatisticDef const* def = findStatistic(plan.outerStatistic);
+    for (auto const& [key, g] : groups)
+        if (def && def->compute)
+            def->compute(context, g, layer);
+}
+
+// Hexagons of one size for every panel and group: binCount(n) across the range of dimension
+// 1 (20 by default), as high as makes them regular on a plot of the graph's proportions.
+void LayerBuilder::hexSize(Plan const& plan, Columns const& cols, StatContext& context) const {
+    auto range = [](Column const& c) {
+        double lo = std::numeric_limits<double>::infinity(), hi = -lo;
+        for (std::size_t r = 0; r < c.numbers.size(); ++r)
+            if (c.present(r) && c.numbers[r] != kSysmis) {
+                lo = std::min(lo, c.numbers[r]);
+                hi = std::max(hi, c.numbers[r]);
+            }
+        return hi > lo ? hi - lo : 1.0;
+    };
+    double count = std::clamp(numberOption(plan.pos.statCall, "bincount", 20), 1.0, 500.0);
+    double xRange = cols.x ? range(*cols.x) : 1,
+           yRange = cols.ys.empty() ? 1 : range(cols.ys[0].second);
+    context.hexWidth = xRange / count;
+    // A regular hexagon on the page: its corner height is its width over the square root of 3.
+    // The plot is guessed as the graph's place (its share of the page when placed among others)
+    // less about what its axes, titles and legend take.
+    double w = spec_.width * (spec_.graphPlaced ? spec_.graphW : 1);
+    double h = spec_.height * (spec_.graphPlaced ? spec_.graphH : 1);
+    double pxPerX = std::max(0.4 * w, w - 150) / xRange;
+    double pxPerY = std::max(0.4 * h, h - 90) / yRange;
+    context.hexHeight = context.hexWidth * pxPerX / std::sqrt(3.0) / pxPerY;
+}
+
+// A density over a histogram of the same variable takes the histogram's edges, and its units.
 std::vector<double> LayerBuilder::densityEdges(ElementSpec const& element, Plan const& plan,
-                                               Columns const& cols) const {
+                                               Columns const& cols, bool& percent) const {
     for (auto const& other : spec_.elements) {
         if (&other == &element)
             continue;
         Position op = readPosition(*other.position);
         if (op.binned && !op.factors.empty() && op.factors[0].names.size() == 1 &&
-            op.factors[0].names[0] == plan.factors[0].names[0])
+            op.factors[0].names[0] == plan.factors[0].names[0]) {
+            percent = op.kind == StatKind::Percent;
             return edgesOf(*cols.x, op.bin);
+        }
     }
     return {};
 }
@@ -711,12 +1032,28 @@ void LayerBuilder::add(ElementSpec const& element) {
     Columns cols;
     if (!loadColumns(*p, cols) || !checkColumns(*p, cols))
         return;
+    // Bars and areas stand on values: categories give them nothing to stand on.
+    bool onValues = element.type == "interval" || element.type == "area";
+    if (onValues && !p->summary && cols.ys.size() == 1 && cols.ys[0].second.categorical) {
+        warn(element, fmt::format("'{}' needs values on the second dimension, and '{}' is "
+                                  "categorical; nothing is drawn",
+                                  element.type, cols.ys[0].first));
+        return;
+    }
     noteVariables(*p, cols);
     Layer layer;
     layer.element = &element;
     setTables(*p, cols, layer);
     numericLabels_.clear();
     collectRows(*p, cols, layer);
+    if (!p->outerStatistic.empty())
+        smoothRows(*p, layer);
+    if (layer.yCategorical && countColor(element))
+        countCells(layer);
+    // Only bars take their width from the spacing of the values: a scatter of a million
+    // points is not sorted for it.
+    if (cols.x && !cols.x->categorical && element.type == "interval")
+        layer.xGap = smallestGap(layer.rows);
     bool fits = element.type == "point" && !p->summary && (spec_.totalFit || spec_.subgroupFit);
     if (fits && (!cols.x || cols.x->categorical)) {
         warn(element, "a fit line needs a continuous first dimension; it is left out");
@@ -725,6 +1062,28 @@ void LayerBuilder::add(ElementSpec const& element) {
     out_.layers.push_back(std::move(layer));
     if (fits)
         fitLines(out_.layers.back(), element);
+}
+
+// A heat map of two categorical variables: one cell per pair of categories (and panel), coloured
+// by the weighted number of its cases.
+void LayerBuilder::countCells(Layer& layer) {
+    std::map<std::array<std::int32_t, 4>, std::size_t> index;
+    std::vector<Row> cells;
+    for (auto const& m : layer.rows) {
+        if (m.y == kSysmis)
+            continue;
+        auto [it, fresh] =
+            index.try_emplace({m.x, std::int32_t(m.y), m.panelCol, m.panelRow}, cells.size());
+        if (fresh) {
+            cells.push_back(m);
+            cells.back().cval = 0;
+        }
+        cells[it->second].cval += m.cval;  // each case's weight
+    }
+    layer.rows = std::move(cells);
+    layer.colorScale = 'g';
+    for (auto const& m : layer.rows) widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
+    out_.colorCounts = true;
 }
 
 // Fit lines asked for by the document's inline templates.
@@ -760,9 +1119,15 @@ std::string const& KeyTable::key(std::int32_t code) const {
 Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* data,
                    std::vector<std::string>& warnings) {
     Layers out;
-    out.sizeMin = spec.sizeMin;
-    out.sizeMax = spec.sizeMax;
     readFitTemplates(spec, model, warnings);
+    readDataLabelTemplates(spec, model, warnings);
+    if (spec.dataLabels.on)
+        for (auto const& e : spec.elements)
+            if (e.type != "interval" && e.type != "point" && !e.label)
+                warnings.push_back(fmt::format(
+                    "line {}: data labels are drawn on bars, pie slices and points; the {}'s "
+                    "marks are not labelled",
+                    e.line, e.type));
     DataView view(model, data);
     LayerBuilder builder(spec, model, view, out, warnings);
     if (!spec.elementsRefused) {
@@ -771,6 +1136,17 @@ Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* 
     }
     if (builder.anyNumericX)
         out.xCategorical = false;
+    orderByStatistic(spec, view, out, warnings);
+    // Values have no place on an axis of categories: such elements are left out.
+    if (out.yCategorical)
+        for (auto& l : out.layers)
+            if (!l.yCategorical && !l.rows.empty()) {
+                warnings.push_back(fmt::format(
+                    "line {}: the second dimension holds categories, and this element gives it "
+                    "values; it is not drawn",
+                    l.element->line));
+                l.rows.clear();
+            }
     return out;
 }
 

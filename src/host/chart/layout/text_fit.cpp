@@ -66,4 +66,45 @@ std::string fitText(std::string const& text, double maxWidth, double size, TextM
     return s.substr(0, starts[lo]) + "…";
 }
 
+std::vector<std::string> wrapText(std::string const& text, double maxWidth, double size,
+                                  TextMeasurer const& m, bool bold, std::size_t maxLines) {
+    std::string s = capped(text);
+    std::vector<std::string> lines;
+    std::size_t from = 0;
+    auto width = [&](std::size_t a, std::size_t b) {
+        return m.measure(s.substr(a, b - a), size, bold).width;
+    };
+    while (from < s.size()) {
+        while (from < s.size() && s[from] == ' ') ++from;
+        if (from == s.size())
+            break;
+        if (lines.size() + 1 == maxLines || width(from, s.size()) <= maxWidth) {
+            lines.push_back(fitText(s.substr(from), maxWidth, size, m, bold));
+            break;
+        }
+        // The longest run of whole words that fits; a first word too long for the line
+        // is shortened on it.
+        std::size_t end = s.find(' ', from);
+        if (end == std::string::npos || width(from, end) > maxWidth) {
+            lines.push_back(fitText(s.substr(from, end == std::string::npos ? end : end - from),
+                                    maxWidth, size, m, bold));
+            from = end == std::string::npos ? s.size() : end;
+            continue;
+        }
+        for (std::size_t next = s.find(' ', end + 1);; next = s.find(' ', next + 1)) {
+            std::size_t stop = next == std::string::npos ? s.size() : next;
+            if (width(from, stop) > maxWidth)
+                break;
+            end = stop;
+            if (next == std::string::npos)
+                break;
+        }
+        std::size_t last = end;
+        while (last > from && s[last - 1] == ' ') --last;
+        lines.push_back(s.substr(from, last - from));
+        from = end;
+    }
+    return lines;
+}
+
 }  // namespace host::chart

@@ -8,9 +8,11 @@
 
 namespace host::chart {
 
-// A batch of at least this many marks goes into an SVG or PDF as one picture of its marks, so
-// that the file stays small; axes and text stay vector.
-constexpr std::size_t kPictureMarks = 10000;
+// A PNG holds at most this many pixels (160 MB as it is drawn): a bigger page is drawn at a
+// smaller scale.
+constexpr double kMaxPngPixels = 40e6;
+// The device pixels per scene pixel a PNG of `scene` is drawn at when `asked` is wanted.
+double pngScaleFor(Scene const& scene, double asked);
 
 std::string writeSvg(Scene const& scene);
 // `scale` device pixels per scene pixel. False with `error` when the file can't be written.

@@ -54,7 +54,8 @@ void CatScale::reindex() {
 }
 
 CatScale trainCategories(std::vector<std::string> values, ChartVariableRecord const* var,
-                         ScaleSpec const* scale, bool numeric) {
+                         ScaleSpec const* scale, bool numeric,
+                         std::map<std::string, double> const* byStatistic) {
     CatScale s;
     if (scale) {
         std::size_t observed = values.size();
@@ -70,7 +71,9 @@ CatScale trainCategories(std::vector<std::string> values, ChartVariableRecord co
         values = std::move(once);
     }
     numeric = numeric && allNumbers(values);
-    if (numeric) {
+    if (scale && scale->sortData) {
+        // as seen
+    } else if (numeric) {
         std::vector<std::pair<double, std::string>> byValue;
         byValue.reserve(values.size());
         for (auto& v : values) byValue.emplace_back(std::strtod(v.c_str(), nullptr), std::move(v));
@@ -81,6 +84,13 @@ CatScale trainCategories(std::vector<std::string> values, ChartVariableRecord co
     } else {
         std::sort(values.begin(), values.end());
     }
+    if (byStatistic)
+        std::stable_sort(values.begin(), values.end(), [&](auto const& a, auto const& b) {
+            auto ia = byStatistic->find(a), ib = byStatistic->find(b);
+            if (ib == byStatistic->end())
+                return ia != byStatistic->end();
+            return ia != byStatistic->end() && ia->second < ib->second;
+        });
     if (scale && !scale->sortValues.empty()) {
         std::unordered_set<std::string> present(values.begin(), values.end()), placed;
         std::vector<std::string> ordered;

@@ -31,7 +31,10 @@ private:
 // The categories seen, in value order (numbers by value when `numeric` and every key is a
 // number, texts as they sort), then the scale's sort.values first, reversed if asked; labels
 // from the variable's relabels.
+// sort.data() keeps the order they are seen in; sort.statistic orders them by `byStatistic`
+// (ascending, those without a value last).
 CatScale trainCategories(std::vector<std::string> seen, ChartVariableRecord const* var,
-                         ScaleSpec const* scale, bool numeric);
+                         ScaleSpec const* scale, bool numeric,
+                         std::map<std::string, double> const* byStatistic = nullptr);
 
 }  // namespace host::chart

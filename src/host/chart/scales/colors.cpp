@@ -30,6 +30,40 @@ constexpr NamedColor kNamedColors[] = {
     {"magenta", "#E7298A"},    {"navy", "#1F3A68"},      {"teal", "#008080"},
 };
 
+// The colour of the i-th category: the palette above, then for charts of more categories
+// further hues spaced by the golden angle, at alternating lightness and saturation so that
+// neighbours differ in more than hue.
+Color categoryColor(std::size_t i) {
+    if (i < std::size(kPalette))
+        return hexColor(kPalette[i]);
+    std::size_t k = i - std::size(kPalette);
+    double h = std::fmod(20 + 137.50776 * double(k), 360) / 60;
+    double s = k % 3 == 1 ? 0.45 : 0.7, v = k % 2 == 0 ? 0.82 : 0.58;
+    double c = v * s, x = c * (1 - std::fabs(std::fmod(h, 2) - 1)), base = v - c;
+    double r = 0, g = 0, b = 0;
+    switch (int(h)) {
+        case 0:
+            r = c, g = x;
+            break;
+        case 1:
+            r = x, g = c;
+            break;
+        case 2:
+            g = c, b = x;
+            break;
+        case 3:
+            g = x, b = c;
+            break;
+        case 4:
+            r = x, b = c;
+            break;
+        default:
+            r = c, b = x;
+            break;
+    }
+    return {r + base, g + base, b + base, 1};
+}
+
 Color cycleColor(ChartModel const& model, int position, Color fallback) {
     if (auto it = model.colorCycle.find(position); it != model.colorCycle.end())
         return {it->second.r / 255.0, it->second.g / 255.0, it->second.b / 255.0, 1};
@@ -37,6 +71,19 @@ Color cycleColor(ChartModel const& model, int position, Color fallback) {
 }
 
 }  // namespace
+
+std::vector<double> dashPattern(int index) {
+    static std::vector<double> const kDashes[] = {
+        {}, {8, 4}, {2, 3}, {10, 3, 2, 3}, {4, 4}, {12, 3, 2, 3, 2, 3}, {1, 6}, {16, 6}};
+    return kDashes[std::size_t(std::max(0, index)) % std::size(kDashes)];
+}
+
+MarkerShape markerShape(int index) {
+    constexpr MarkerShape kShapes[] = {MarkerShape::Circle, MarkerShape::Square,
+                                       MarkerShape::Triangle, MarkerShape::Diamond,
+                                       MarkerShape::Cross};
+    return kShapes[std::size_t(std::max(0, index)) % std::size(kShapes)];
+}
 
 Color hexColor(std::string const& hex, double alpha) {
     unsigned v = 0;
@@ -69,6 +116,22 @@ double sizeRadius(Layers const& layers, double value) {
            2;
 }
 
+double categorySizeRadius(Layers const& layers, int index, std::size_t count) {
+    // The smallest category is a step up from the smallest size, so that it stays visible.
+    double t = std::clamp(double(index + 1) / double(std::max<std::size_t>(count, 1)), 0.0, 1.0);
+    return sizeByArea(layers.sizeMin, layers.sizeMax, t) / 2;
+}
+
+double alphaOfValue(double lo, double hi, double value) {
+    return 1 - 0.8 * placeIn(value, lo, hi);
+}
+
+void resolveSizeRange(Layers& layers, Spec const& spec, double side) {
+    side = std::max(1.0, side);
+    layers.sizeMin = std::clamp(spec.sizeMin.on(side), 1.0, side);
+    layers.sizeMax = std::clamp(spec.sizeMax.on(side), 1.0, side);
+}
+
 Color defaultColor() {
     return hexColor(kPalette[0]);
 }
@@ -94,10 +157,17 @@ Palette makePalette(Scales const& scales, Spec const& spec, ChartModel const& mo
     Palette p;
     for (std::size_t i = 0; i < scales.color.size(); ++i) {
         std::string const& key = scales.color.keys[i];
-        Color c = cycleColor(model, int(i) + 1, hexColor(kPalette[i % std::size(kPalette)]));
+        Color c = cycleColor(model, int(i) + 1, categoryColor(i));
         if (auto it = spec.colorScale.map.find(key); it != spec.colorScale.map.end())
             c = namedColor(it->second, c);
         p.byIndex.push_back(c);
+    }
+    // Outlines of the same variable as the fill take the fill's colours.
+    bool sameAsFill = layers.exteriorVar && layers.exteriorVar == layers.colorVar;
+    for (std::size_t i = 0; i < scales.exterior.size(); ++i) {
+        int at = sameAsFill ? scales.color.index(scales.exterior.keys[i]) : -1;
+        p.outlines.push_back(at >= 0 ? p.byIndex[std::size_t(at)]
+                                     : cycleColor(model, int(i) + 1, categoryColor(i)));
     }
     p.single = cycleColor(model, 1, defaultColor());
     Color grey = hexColor("#808080");
@@ -116,6 +186,26 @@ std::vector<LegendEntry> legendEntries(Scales const& scales, Palette const& pale
         std::string const& key = scales.color.keys[i];
         out.push_back({key, scales.color.label(key), palette.byIndex[i]});
     }
+    // A shape of a variable: its categories with their dashes or markers, under their own
+    // heading when colours come first; of the colour's own variable, in the colour's entries.
+    // (The categories of a texture are hatchings, listed below.)
+    bool const textured = std::any_of(layers.layers.begin(), layers.layers.end(),
+                                      [](Layer const& l) { return l.textured; });
+    bool sameAsColor = !textured && layers.shapeVar && layers.shapeVar == layers.colorVar &&
+                       scales.shape.keys == scales.color.keys;
+    if (sameAsColor)
+        for (std::size_t i = 0; i < out.size(); ++i) out[i].shape = int(i);
+    if (!scales.shape.empty() && !sameAsColor && !textured) {
+        ChartVariableRecord const* v = layers.shapeVar;
+        if (!out.empty())
+            out.push_back(
+                {"\x1dshape", v ? (v->label.empty() ? v->name : v->label) : "", Color{}, 0, true});
+        Color c = out.empty() ? palette.single : Color{0.35, 0.35, 0.35, 1};
+        for (std::size_t i = 0; i < scales.shape.size(); ++i) {
+            std::string const& key = scales.shape.keys[i];
+            out.push_back({key, scales.shape.label(key), c, 0, false, int(i)});
+        }
+    }
     char shade = 0;
     bool sized = false;
     for (auto const& l : layers.layers) {
@@ -130,39 +220,112 @@ std::vector<LegendEntry> legendEntries(Scales const& scales, Palette const& pale
                 inside.push_back(t);
         return inside.size() >= 2 ? inside : std::vector<double>{lo, hi};
     };
-    // A continuous colour: a few round values with their colours, a gradient in steps.
-    if (shade)
-        for (double v : roundValues(layers.colorLo, layers.colorHi))
-            out.push_back({"\x1c" + numberKey(v), formatNumber(v, NumberFormat{}),
-                           palette.shade(shade, v)});
-    // A size key: circles of a few round sizes, under their own heading.
-    if (sized) {
-        if (!out.empty()) {
-            ChartVariableRecord const* v = layers.sizeVar;
-            out.push_back({"\x1dsize", v ? (v->label.empty() ? v->name : v->label) : "",
-                           Color{}, 0, true});
+    // A continuous colour: a bar of its colours, round values along it.
+    if (shade) {
+        LegendEntry bar;
+        bar.key =
+            "\x1c"
+            "bar";
+        bar.bar = true;
+        bar.lo = layers.colorLo;
+        bar.hi = layers.colorHi;
+        constexpr int kSteps = 48;
+        for (int i = 0; i < kSteps; ++i)
+            bar.ramp.push_back(
+                palette.shade(shade, bar.lo + (bar.hi - bar.lo) * (i + 0.5) / kSteps));
+        for (double v : roundValues(bar.lo, bar.hi))
+            bar.barTicks.emplace_back(v, formatNumber(v, NumberFormat{}));
+        out.push_back(std::move(bar));
+    }
+    auto titleOf = [](ChartVariableRecord const* v) {
+        return v ? (v->label.empty() ? v->name : v->label) : std::string();
+    };
+    // Outline colours of another variable than the fill: hollow swatches under their heading.
+    if (!scales.exterior.empty() && layers.exteriorVar != layers.colorVar) {
+        if (!out.empty())
+            out.push_back(
+                {std::string(1, kOutlineKey), titleOf(layers.exteriorVar), Color{}, 0, true});
+        for (std::size_t i = 0; i < scales.exterior.size(); ++i) {
+            std::string const& key = scales.exterior.keys[i];
+            out.push_back({kOutlineKey + key, scales.exterior.label(key), palette.outlines[i], 0,
+                           false, -1, false, true});
         }
-        for (double v : roundValues(layers.sizeLo, layers.sizeHi))
-            out.push_back({"\x1d" + numberKey(v), formatNumber(v, NumberFormat{}),
-                           Color{0.55, 0.55, 0.55, 1}, sizeRadius(layers, v)});
+    }
+    // A size key: circles of a few round sizes, or one per category, under their own heading.
+    Color const sizeGrey{0.55, 0.55, 0.55, 1};
+    if (sized || !scales.size.empty()) {
+        if (!out.empty())
+            out.push_back(
+                {std::string(1, kSizeKey) + "size", titleOf(layers.sizeVar), Color{}, 0, true});
+        if (sized)
+            for (double v : roundValues(layers.sizeLo, layers.sizeHi))
+                out.push_back({kSizeKey + numberKey(v), formatNumber(v, NumberFormat{}), sizeGrey,
+                               sizeRadius(layers, v)});
+        else
+            for (std::size_t i = 0; i < scales.size.size(); ++i) {
+                std::string const& key = scales.size.keys[i];
+                out.push_back({kSizeKey + key, scales.size.label(key), sizeGrey,
+                               categorySizeRadius(layers, int(i), scales.size.size())});
+            }
+    }
+    // Textures: on the colours' swatches when the same variable gives both, else swatches of
+    // their own under a heading.
+    if (textured) {
+        if (layers.textureVar && layers.textureVar == layers.colorVar) {
+            for (auto& e : out) e.pattern = std::max(0, scales.shape.index(e.key));
+        } else {
+            ChartVariableRecord const* v = layers.textureVar;
+            if (!out.empty())
+                out.push_back(
+                    {"\x1d"
+                     "texture",
+                     v ? (v->label.empty() ? v->name : v->label) : "", Color{}, 0, true});
+            for (std::size_t i = 0; i < scales.shape.size(); ++i) {
+                std::string const& key = scales.shape.keys[i];
+                LegendEntry e{
+                    "\x1d"
+                    "texture " +
+                        key,
+                    scales.shape.label(key), Color{0.75, 0.75, 0.75, 1}};
+                e.pattern = int(i);
+                out.push_back(std::move(e));
+            }
+        }
+    }
+    // A transparency: the single colour at a few round values, under its own heading.
+    if (std::any_of(layers.layers.begin(), layers.layers.end(),
+                    [](Layer const& l) { return l.alphaScale; })) {
+        ChartVariableRecord const* v = layers.alphaVar;
+        if (!out.empty())
+            out.push_back(
+                {"\x1d"
+                 "alpha",
+                 v ? (v->label.empty() ? v->name : v->label) : "", Color{}, 0, true});
+        for (double t : roundValues(layers.alphaLo, layers.alphaHi)) {
+            Color c = palette.single;
+            c.a = alphaOfValue(layers.alphaLo, layers.alphaHi, t);
+            out.push_back(
+                {"\x1d"
+                 "alpha " +
+                     numberKey(t),
+                 formatNumber(t, NumberFormat{}), c});
+        }
     }
     if (!layers.anyCells)
         return out;
-    // Two-way bins are coloured by their counts; the legend shows a few round counts, the
-    // smallest count first, so that the palest cells are named too.
-    double cellMin = layers.cellMax;
-    for (auto const& l : layers.layers)
-        if (l.cells)
-            for (auto const& b : l.bins) cellMin = std::min(cellMin, b.cell);
-    double cellMax = layers.cellMax;
-    auto ticks = niceTicks(0, cellMax, 5);
-    if (cellMin > 0 && std::none_of(ticks.begin(), ticks.end(),
-                                    [&](double t) { return std::fabs(t - cellMin) < 1e-9; }))
-        ticks.insert(std::upper_bound(ticks.begin(), ticks.end(), cellMin), cellMin);
-    for (double v : ticks)
-        if (v > 0 && v <= cellMax * (1 + 1e-9))
-            out.push_back(
-                {"\x1c" + numberKey(v), formatNumber(v, NumberFormat{}), palette.cell(v)});
+    // Two-way and hexagonal bins are coloured by their counts: a colour bar from none to the
+    // fullest bin.
+    LegendEntry bar;
+    bar.key =
+        "\x1c"
+        "cells";
+    bar.bar = true;
+    bar.hi = std::max(layers.cellMax, 1e-9);
+    constexpr int kSteps = 48;
+    for (int i = 0; i < kSteps; ++i) bar.ramp.push_back(palette.cell(bar.hi * (i + 0.5) / kSteps));
+    for (double v : roundValues(0, bar.hi))
+        bar.barTicks.emplace_back(v, formatNumber(v, NumberFormat{}));
+    out.push_back(std::move(bar));
     return out;
 }
 

@@ -19,11 +19,25 @@ struct LegendEntry {
     Color color;
     double radius = 0;     // a size key: a circle of this radius instead of a swatch
     bool heading = false;  // the title of a second legend (sizes under colours)
+    int shape = -1;        // a shape key: the place on the shape scale (a dash, a marker)
+    bool note = false;     // a text alone: how many entries there was no room for
+    bool outline = false;  // an outline colour: a hollow swatch
+    int pattern = 0;       // a texture's hatching over the swatch
+    // A colour bar for a continuous colour: its colours from the lowest value to the highest,
+    // and round values along it with their labels.
+    bool bar = false;
+    double lo = 0, hi = 0;
+    std::vector<Color> ramp{};
+    std::vector<std::pair<double, std::string>> barTicks{};
 };
 
+// Keys of legend entries that are not colour categories start with these.
+constexpr char kSizeKey = '\x1d', kOutlineKey = '\x1a';
+
 struct Palette {
-    std::vector<Color> byIndex;  // by the colour scale's index
-    Color single;                // marks without a colour of their own
+    std::vector<Color> byIndex;   // by the colour scale's index
+    std::vector<Color> outlines;  // by the outline colour scale's index
+    Color single;                 // marks without a colour of their own
     Color gradientLow, gradientHigh;
     double cellMax = 0;
 
@@ -36,9 +50,21 @@ struct Palette {
 };
 
 Color hexColor(std::string const& hex, double alpha = 1);
+// The opacity of a continuous transparency's value: the higher the value, the more
+// transparent, from opaque to a fifth.
+double alphaOfValue(double lo, double hi, double value);
+// The dash pattern of the i-th category of a shape scale on lines (the first is solid), and
+// the marker of the i-th category on points; both cycle.
+std::vector<double> dashPattern(int index);
+MarkerShape markerShape(int index);
 // The radius of a point of a continuous size: its area grows with the value, from the size
 // scale's smallest to its largest diameter.
 double sizeRadius(Layers const& layers, double value);
+// The radius of the points of category `index` of `count` categories of size: areas in equal
+// steps up to the largest size.
+double categorySizeRadius(Layers const& layers, int index, std::size_t count);
+// The diameters of the size scale in pixels for plots whose smaller side is `side`.
+void resolveSizeRange(Layers& layers, Spec const& spec, double side);
 // "#RRGGBB" or "color.name"; `fallback` for what is neither.
 Color namedColor(std::string const& text, Color fallback);
 // The colour a constant argument names: color(color.red), color("#..."); else `fallback`.

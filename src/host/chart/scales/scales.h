@@ -12,9 +12,13 @@
 namespace host::chart {
 
 struct Scales {
-    CatScale x, cluster, panelCol, panelRow, color, shape;
+    CatScale x, cluster, panelCol, panelRow, color, shape, size, exterior;
+    CatScale y;           // categories of dimension 2, placed at 0, 1, ... along yLin
     LinScale xLin, yLin;  // xLin when dimension 1 is continuous
+    LinScale zLin;        // dimension 3 of three-dimensional coordinates
+    CatScale z;           // ... when it is categorical
     bool xCategorical = true;
+    bool yCategorical = false;
 };
 
 // No chart shows more than these; a chart that would is refused with a message.

@@ -24,7 +24,24 @@ int decimalsOf(double step) {
 
 }  // namespace
 
+std::string valueText(double value, Layers const& layers) {
+    NumberFormat f;
+    ChartVariableRecord const* var = layers.yVar;
+    std::string const& stat = layers.yStatistic;
+    bool counted = stat == "summary.count", percent = stat.find("percent") != std::string::npos;
+    if (var && var->format.set && !counted && !percent)
+        return formatNumber(value, var->format);
+    f.grouping = std::fabs(value) >= 10000;
+    if (percent)
+        f.suffix = "%";
+    // Rounded first: without a step the trailing zeros of the decimals are dropped.
+    double scale = percent ? 10 : 100;
+    return formatNumber(std::round(value * scale) / scale, f);
+}
+
 std::vector<TickText> tickTexts(int dim, Scales const& scales, Layers const& layers) {
+    if (dim == 3 && layers.zCategorical)
+        return categoryTicks(scales.z);
     if (dim == 1 && scales.xCategorical && !scales.cluster.empty())
         return categoryTicks(scales.cluster);
     if (dim == 1 && scales.xCategorical) {
@@ -33,7 +50,9 @@ std::vector<TickText> tickTexts(int dim, Scales const& scales, Layers const& lay
             out[0].text = "";
         return out;
     }
-    LinScale const& s = dim == 1 ? scales.xLin : scales.yLin;
+    if (dim == 2 && scales.yCategorical)
+        return categoryTicks(scales.y);
+    LinScale const& s = dim == 1 ? scales.xLin : dim == 3 ? scales.zLin : scales.yLin;
     if (s.time) {
         std::vector<TickText> out;
         for (std::size_t i = 0; i < s.ticks.size(); ++i)
@@ -41,7 +60,7 @@ std::vector<TickText> tickTexts(int dim, Scales const& scales, Layers const& lay
         return out;
     }
     NumberFormat f;
-    ChartVariableRecord const* var = dim == 1 ? layers.xVar : layers.yVar;
+    ChartVariableRecord const* var = dim == 1 ? layers.xVar : dim == 3 ? layers.zVar : layers.yVar;
     if (var && var->format.set)
         f = var->format;
     // Without a format, thousands are grouped only where a number is long enough to need it,

@@ -18,4 +18,8 @@ struct TickText {
 
 std::vector<TickText> tickTexts(int dim, Scales const& scales, Layers const& layers);
 
+// A value of dimension 2 as a data label shows it: in the variable's format (counts as whole
+// numbers, percentages with a % sign and one decimal at most), else with at most two decimals.
+std::string valueText(double value, Layers const& layers);
+
 }  // namespace host::chart

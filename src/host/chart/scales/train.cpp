@@ -67,9 +67,17 @@ void useTimeTicks(LinScale& s, ScaleSpec const* scale, ChartVariableRecord const
 }  // namespace
 
 Scales trainCategoricalScales(Layers& ls, Spec const& spec) {
-    std::vector<std::string> xs, clusters, panels, panelRows, colors, shapes;
-    bool xTexts = false, colorTexts = false;
+    std::vector<std::string> xs, ys, clusters, panels, panelRows, colors, shapes, depths, sizes,
+        exteriors;
+    bool xTexts = false, yTexts = false, colorTexts = false, sizeTexts = false,
+         exteriorTexts = false;
     for (auto const& l : ls.layers) {
+        if (l.yCategorical) {
+            seen(
+                l.y, l.rows, [](Row const& r) { return r.y == kSysmis ? -1 : std::int32_t(r.y); },
+                ys);
+            yTexts |= l.y.texts;
+        }
         if (l.x.var) {
             seen(
                 l.x, l.rows, [](Row const& r) { return r.x; }, xs);
@@ -85,16 +93,31 @@ Scales trainCategoricalScales(Layers& ls, Spec const& spec) {
             l.color, l.rows, [](Row const& r) { return r.color; }, colors);
         seen(
             l.shape, l.rows, [](Row const& r) { return r.shape; }, shapes);
+        seen(
+            l.size, l.rows, [](Row const& r) { return r.size; }, sizes);
+        seen(
+            l.exterior, l.rows, [](Row const& r) { return r.exterior; }, exteriors);
         colorTexts |= l.color.texts;
+        sizeTexts |= l.size.texts;
+        exteriorTexts |= l.exterior.texts;
+        seen(
+            l.depth, l.rows, [](Row const& r) { return std::int32_t(r.z); }, depths);
     }
     Scales s;
     s.xCategorical = ls.xCategorical;
-    s.x = trainCategories(xs, ls.xVar, scaleOf(spec, 1), !xTexts);
+    s.x = trainCategories(xs, ls.xVar, scaleOf(spec, 1), !xTexts,
+                          ls.xSortByStatistic ? &ls.xSortValues : nullptr);
+    s.yCategorical = ls.yCategorical;
+    s.y = trainCategories(ys, ls.yVar, scaleOf(spec, 2), !yTexts);
     s.cluster = trainCategories(clusters, ls.clusterVar, scaleOf(spec, 3), true);
     s.panelCol = trainCategories(panels, ls.panelVar, nullptr, true);
     s.panelRow = trainCategories(panelRows, ls.panelRowVar, nullptr, true);
     s.color = trainCategories(colors, ls.colorVar, &spec.colorScale.categories, !colorTexts);
-    s.shape = trainCategories(shapes, nullptr, nullptr, true);
+    s.shape = trainCategories(shapes, ls.shapeVar ? ls.shapeVar : ls.textureVar, nullptr, true);
+    s.size = trainCategories(sizes, ls.sizeVar, &spec.sizeCategories, !sizeTexts);
+    s.exterior = trainCategories(exteriors, ls.exteriorVar, nullptr, !exteriorTexts);
+    if (ls.zCategorical)
+        s.z = trainCategories(depths, ls.zVar, scaleOf(spec, 3), true);
     for (auto const& [k, l] : ls.seriesLabels) s.color.labels["\x1e" + k] = l;
     for (auto& l : ls.layers) {
         place(l.x, s.x);
@@ -103,6 +126,18 @@ Scales trainCategoricalScales(Layers& ls, Spec const& spec) {
         place(l.panelRow, s.panelRow);
         place(l.color, s.color);
         place(l.shape, s.shape);
+        place(l.size, s.size);
+        place(l.exterior, s.exterior);
+        place(l.depth, s.z);
+        if (!l.yCategorical)
+            continue;
+        // From codes to places on the scale of dimension 2.
+        place(l.y, s.y);
+        for (auto& r : l.rows)
+            if (r.y != kSysmis) {
+                std::int32_t at = l.y.at(std::int32_t(r.y));
+                r.y = at < 0 ? kSysmis : double(at);
+            }
     }
     return s;
 }
@@ -116,6 +151,11 @@ std::string scaleLimits(Scales const& s, Layers const& ls) {
             "line {}: the first dimension has {} categories, more than the {} an axis can show; "
             "the chart is not drawn",
             line, counted(axis), counted(kMaxAxisCategories));
+    if (s.y.size() > kMaxAxisCategories)
+        return fmt::format(
+            "line {}: the second dimension has {} categories, more than the {} an axis can show; "
+            "the chart is not drawn",
+            line, counted(s.y.size()), counted(kMaxAxisCategories));
     std::size_t panels =
         std::max<std::size_t>(1, s.panelCol.size()) * std::max<std::size_t>(1, s.panelRow.size());
     if (panels > kMaxPanels)
@@ -156,8 +196,13 @@ void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
     double yLo = std::numeric_limits<double>::infinity(), yHi = -yLo;
     double xLo = yLo, xHi = -yLo;
     bool anyBar = false, anyBinnedX = false;
+    double barHalf = 0;  // half the widest bar on a continuous dimension 1, in its units
     for (auto const& l : ls.layers) {
-        bool bar = l.element->type == "interval" || l.element->type == "area";
+        // A difference area spans only the two series, not down to zero.
+        bool bar = l.element->type == "interval" ||
+                   (l.element->type == "area" && l.element->modifier != "difference");
+        if (l.element->type == "interval" && !s.xCategorical)
+            barHalf = std::max(barHalf, l.xGap / 2);
         for (auto const& m : l.rows) {
             anyBinnedX |= m.binned;
             if (m.y == kSysmis)
@@ -199,26 +244,64 @@ void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
         yHi = std::max(yHi, 0.0);
     }
     // Bars and areas get a round domain from their base; points and lines a small margin so
-    // that marks at the ends are not cut by the axes.
-    auto pad = [](double& lo, double& hi, ScaleSpec const* sc) {
+    // that marks at the ends are not cut by the axes. Points sized by a variable get room for
+    // the largest of them besides, as a share of the plot's extent (about 70% of the page).
+    bool sized = std::any_of(ls.layers.begin(), ls.layers.end(),
+                             [](Layer const& l) { return l.sizeScale || !l.size.keys.empty(); });
+    double side = std::max(1.0, 0.7 * std::min(spec.width, spec.height));
+    double radius = sized ? std::clamp(spec.sizeMax.on(side), 1.0, side) / 2 : 0;
+    auto pad = [&](double& lo, double& hi, ScaleSpec const* sc, double extent) {
         if (sc && sc->type == "log")
             return;
-        double d = (hi / 2 - lo / 2) * 0.1, most = std::numeric_limits<double>::max();
+        double share = 0.1 + std::min(0.2, radius / std::max(1.0, 0.7 * extent));
+        double d = (hi / 2 - lo / 2) * share, most = std::numeric_limits<double>::max();
         if (!(sc && sc->hasMin))
             lo = std::max(lo - d, -most);
         if (!(sc && sc->hasMax))
             hi = std::min(hi + d, most);
     };
     if (!anyBar && !ls.anyCells)
-        pad(yLo, yHi, yScale);
-    s.yLin = trainLinear(yLo, yHi, yScale, &spec.axes[2], anyBar);
+        pad(yLo, yHi, yScale, spec.height);
+    if (s.yCategorical) {
+        // Categories of dimension 2 sit at 0, 1, ... in the middle of bands of one unit.
+        std::size_t n = std::max<std::size_t>(1, s.y.size());
+        s.yLin = LinScale{};
+        s.yLin.lo = -0.5;
+        s.yLin.hi = double(n) - 0.5;
+        s.yLin.step = 1;
+        for (std::size_t i = 0; i < s.y.size(); ++i) s.yLin.ticks.push_back(double(i));
+    } else {
+        s.yLin = trainLinear(yLo, yHi, yScale, &spec.axes[2], anyBar);
+    }
     if (!s.xCategorical) {
         if (!std::isfinite(xLo))
             xLo = 0, xHi = 1;
+        double dataLo = xLo, dataHi = xHi;
         if (!anyBinnedX)  // bins end where their edges end
-            pad(xLo, xHi, xScale);
+            pad(xLo, xHi, xScale, spec.width);
+        // Bars at the ends stay whole within the plot.
+        if (barHalf > 0 && !(xScale && xScale->type == "log")) {
+            if (!(xScale && xScale->hasMin))
+                xLo = std::min(xLo, dataLo - barHalf);
+            if (!(xScale && xScale->hasMax))
+                xHi = std::max(xHi, dataHi + barHalf);
+        }
         s.xLin = trainLinear(xLo, xHi, xScale, &spec.axes[1], false);
         useTimeTicks(s.xLin, xScale, ls.xVar, spec.axes[1]);
+    }
+    if (spec.dims == 3 && !ls.zCategorical) {
+        double zLo = std::numeric_limits<double>::infinity(), zHi = -zLo;
+        for (auto const& l : ls.layers)
+            for (auto const& m : l.rows)
+                if (m.y != kSysmis) {
+                    zLo = std::min(zLo, double(m.z));
+                    zHi = std::max(zHi, double(m.z));
+                }
+        if (!std::isfinite(zLo))
+            zLo = 0, zHi = 1;
+        ScaleSpec const* zScale = scaleOf(spec, 3);
+        pad(zLo, zHi, zScale, std::min(spec.width, spec.height));
+        s.zLin = trainLinear(zLo, zHi, zScale, &spec.axes[3], false);
     }
 }
 

@@ -36,6 +36,7 @@ constexpr char const* kRoleNames[] = {
     "errorbar-cap",
     "cell",
     "point",
+    "point-label",
     "line",
     "path",
     "area",
@@ -58,11 +59,19 @@ constexpr char const* kRoleNames[] = {
     "reference",
     "legend-gradient",
     "legend-tick",
+    "wall",
+    "bar-face",
+    "grid-3",
+    "axis-3",
+    "tick-3",
+    "tick-label-3",
+    "axis-title-3",
+    "texture",
 };
-static_assert(std::size(kRoleNames) == std::size_t(Role::LegendTick) + 1);
+static_assert(std::size(kRoleNames) == std::size_t(Role::Texture) + 1);
 
-Role byDim(int dim, Role first, Role second) {
-    return dim == 1 ? first : second;
+Role byDim(int dim, Role first, Role second, Role third) {
+    return dim == 1 ? first : dim == 3 ? third : second;
 }
 
 }  // namespace
@@ -76,19 +85,19 @@ char const* roleName(Role role) {
     return kRoleNames[static_cast<std::size_t>(role)];
 }
 Role gridRole(int dim) {
-    return byDim(dim, Role::Grid1, Role::Grid2);
+    return byDim(dim, Role::Grid1, Role::Grid2, Role::Grid3);
 }
 Role axisRole(int dim) {
-    return byDim(dim, Role::Axis1, Role::Axis2);
+    return byDim(dim, Role::Axis1, Role::Axis2, Role::Axis3);
 }
 Role tickRole(int dim) {
-    return byDim(dim, Role::Tick1, Role::Tick2);
+    return byDim(dim, Role::Tick1, Role::Tick2, Role::Tick3);
 }
 Role tickLabelRole(int dim) {
-    return byDim(dim, Role::TickLabel1, Role::TickLabel2);
+    return byDim(dim, Role::TickLabel1, Role::TickLabel2, Role::TickLabel3);
 }
 Role axisTitleRole(int dim) {
-    return byDim(dim, Role::AxisTitle1, Role::AxisTitle2);
+    return byDim(dim, Role::AxisTitle1, Role::AxisTitle2, Role::AxisTitle3);
 }
 
 std::vector<Point> markerOutline(MarkerShape shape, double px, double py, double r) {

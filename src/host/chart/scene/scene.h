@@ -50,6 +50,7 @@ enum class Role : std::uint8_t {
     ErrorBarCap,
     Cell,
     Point,
+    PointLabel,  // the text of a point's label aesthetic, beside it
     Line,
     Path,
     Area,
@@ -72,10 +73,18 @@ enum class Role : std::uint8_t {
     MapReference,    // a feature of a reference map, behind the data
     LegendGradient,  // a slice of a gradient bar
     LegendTick,
+    Wall,     // a wall behind the data of three dimensions
+    BarFace,  // the top or side of a bar in three dimensions
+    Grid3,
+    Axis3,
+    Tick3,
+    TickLabel3,
+    AxisTitle3,
+    Texture,  // the hatching of a textured bar or legend swatch
 };
 
 char const* roleName(Role role);
-// The role of a guide of dimension 1 or 2.
+// The role of a guide of dimension 1, 2 or 3.
 Role gridRole(int dim);
 Role axisRole(int dim);
 Role tickRole(int dim);
@@ -103,6 +112,10 @@ struct Style {
 
 // The outline of a marker of radius `r` centred on (x, y).
 std::vector<Point> markerOutline(MarkerShape shape, double x, double y, double r);
+
+// A batch of at least this many marks goes into an SVG or PDF as one picture of its marks, so
+// that the file stays small; axes and text stay vector.
+constexpr std::size_t kPictureMarks = 10000;
 
 struct Batch {
     MarkKind kind = MarkKind::Rect;

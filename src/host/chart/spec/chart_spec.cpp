@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "host/chart/geometry/elements.h"
+#include "host/chart/spec/one_dimension.h"
 #include "platform/chart_string.h"
 
 namespace host::chart {
@@ -67,6 +68,26 @@ double sizeValue(Node const& n, double relativeTo, double fallback) {
     return number;
 }
 
+MarkSize markSize(Node const& n, double fallbackPx) {
+    std::string unit;
+    double number = 0;
+    if (n.kind == Node::Kind::Constant) {
+        char* end = nullptr;
+        number = std::strtod(n.value.c_str(), &end);
+        unit = end ? std::string(end) : "";
+    } else if (n.kind == Node::Kind::Number) {
+        number = n.number;
+        unit = n.value;
+    } else {
+        return {fallbackPx};
+    }
+    if (!std::isfinite(number) || number < 0)
+        return {fallbackPx};
+    if (unit == "%")
+        return {0, number / 100};
+    return {unit.empty() || unit == "px" ? number : sizeValue(n, 0, fallbackPx)};
+}
+
 double numberOption(Node const* call, char const* option, double fallback) {
     if (call)
         if (auto const* o = call->find(option); o && !o->args.empty())
@@ -121,11 +142,19 @@ void readAestheticScale(Node const& b, Spec& spec) {
     auto const* aes = b.find("aesthetic");
     if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.size") {
         if (auto const* lo = b.find("aestheticminimum"); lo && !lo->args.empty())
-            spec.sizeMin = std::clamp(sizeValue(lo->args[0], 20, 4), 1.0, 100.0);
+            spec.sizeMin = markSize(lo->args[0], 4);
         if (auto const* hi = b.find("aestheticmaximum"); hi && !hi->args.empty())
-            spec.sizeMax = std::clamp(sizeValue(hi->args[0], 20, 24), 1.0, 100.0);
+            spec.sizeMax = markSize(hi->args[0], 24);
+        // The order of the categories of a size: the first is the smallest.
+        ScaleSpec& order = spec.sizeCategories;
+        if (auto const* sv = b.find("sort.values"))
+            for (auto const& a : sv->args)
+                order.sortValues.push_back(a.kind == Node::Kind::String ? a.value
+                                                                        : numberKey(a.number));
+        order.reverse = b.find("reverse") != nullptr;
         return;
     }
+    spec.colorScale.categories.sortData = b.find("sort.data") != nullptr;
     if (auto const* inc = b.find("include"))
         for (auto const& a : inc->args) {
             if (a.kind == Node::Kind::String)
@@ -162,6 +191,7 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
         return;
     ScaleSpec s;
     s.type = b.key();
+    s.line = line;
     s.hasMin = finiteArgument(b.find("min"), s.min, line, warnings);
     s.hasMax = finiteArgument(b.find("max"), s.max, line, warnings);
     if (s.hasMin && s.hasMax && !(s.min < s.max)) {
@@ -181,6 +211,20 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
     if (auto const* sv = b.find("sort.values"))
         for (auto const& a : sv->args)
             s.sortValues.push_back(a.kind == Node::Kind::String ? a.value : numberKey(a.number));
+    s.sortData = b.find("sort.data") != nullptr;
+    if (auto const* st = b.find("sort.statistic")) {
+        Node const* stat = st->args.empty() ? nullptr : &st->args[0];
+        if (stat && stat->kind == Node::Kind::Call && stat->key().rfind("summary.", 0) == 0) {
+            s.sortStatistic = stat->key();
+            if (!stat->args.empty() && stat->args[0].kind == Node::Kind::Name)
+                s.sortVariable = stat->args[0].name;
+        } else {
+            warnings.push_back(fmt::format(
+                "line {}: sort.statistic takes a summary, as in sort.statistic(summary.mean(y)); "
+                "the categories keep their order",
+                line));
+        }
+    }
     s.reverse = b.find("reverse") != nullptr;
     if (auto const* base = b.find("base"); base && !base->args.empty()) {
         double v = base->args[0].number;
@@ -199,8 +243,17 @@ void readScale(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
 
 void readCoord(Node const& b, int line, Spec& spec, std::vector<std::string>& warnings) {
     std::string key = b.key();
-    if (key == "polar.theta") {
-        spec.polar = true;
+    spec.coordLine = line;
+    // Coordinates wrap one another: transpose(mirror(rect(dim(1,2)))).
+    if (key == "transpose" || key == "mirror") {
+        (key == "transpose" ? spec.transpose : spec.mirror) = true;
+        for (auto const& a : b.args)
+            if (a.kind == Node::Kind::Call)
+                readCoord(a, line, spec, warnings);
+        return;
+    }
+    if (key == "polar.theta" || key == "polar") {
+        (key == "polar" ? spec.polarPlane : spec.polar) = true;
         spec.startAngle = numberOption(&b, "startangle", 0);
         return;
     }
@@ -210,16 +263,32 @@ void readCoord(Node const& b, int line, Spec& spec, std::vector<std::string>& wa
         spec.elementsRefused = true;
         return;
     }
-    if (b.find("polar.theta") || b.find("polar")) {
-        warnings.push_back(fmt::format(
-            "line {}: polar coordinates inside panels are not supported yet; nothing is drawn",
-            line));
-        spec.elementsRefused = true;
+    if (auto const* d = b.find("dim"); d && !d->args.empty()) {
+        spec.dims = static_cast<int>(d->args.size());
+        if (spec.dims > 3) {
+            warnings.push_back(fmt::format(
+                "line {}: coordinates of more than three dimensions are drawn in three", line));
+            spec.dims = 3;
+        }
     }
-    spec.transpose = b.find("transpose") != nullptr;
+    spec.transpose |= b.find("transpose") != nullptr;
+    spec.mirror |= b.find("mirror") != nullptr;
+    spec.sameRatio = b.find("sameratio") != nullptr;
+    if (spec.dims == 3 && (spec.transpose || b.find("cluster"))) {
+        warnings.push_back(
+            fmt::format("line {}: {}() in three dimensions is not supported yet; it is ignored",
+                        line, spec.transpose ? "transpose" : "cluster"));
+        spec.transpose = false;
+        spec.wrap = b.find("wrap") != nullptr;
+        return;
+    }
     spec.wrap = b.find("wrap") != nullptr;
     if (auto const* c = b.find("cluster"); c && !c->args.empty())
         spec.clusterDim = static_cast<int>(c->args[0].number);
+    // A coordinate inside the panels: a pie or a polar plane in each.
+    for (auto const* inner : {b.find("polar.theta"), b.find("polar")})
+        if (inner)
+            readCoord(*inner, line, spec, warnings);
 }
 
 void readAxis(Node const& b, Spec& spec) {
@@ -238,6 +307,11 @@ void readAxis(Node const& b, Spec& spec) {
         g.start = s->args[0].number;
     }
     g.opposite = b.find("opposite") != nullptr;
+    if (auto const* a = b.find("label.angle");
+        a && !a->args.empty() && std::isfinite(a->args[0].number)) {
+        g.angled = true;
+        g.labelAngle = std::clamp(a->args[0].number, -90.0, 90.0);
+    }
     if (b.find("label")) {
         g.label = labelOf(b);
         g.labelSet = true;
@@ -253,6 +327,11 @@ void readGuide(Node const& b, Spec& spec) {
         if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.size") {
             if (b.find("label"))
                 spec.sizeLegendLabel = labelOf(b);
+            return;
+        }
+        if (aes && !aes->args.empty() && aes->args[0].key() == "aesthetic.color.exterior") {
+            if (b.find("label"))
+                spec.outlineLegendLabel = labelOf(b);
             return;
         }
         spec.legendHidden = b.find("null") != nullptr;
@@ -300,7 +379,9 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
     }
     bool pointModifier =
         e.type == "point" && (e.modifier == "jitter" || e.modifier == "dodge.symmetric");
-    if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge" && !pointModifier)
+    bool difference = e.type == "area" && e.modifier == "difference";
+    if (!e.modifier.empty() && e.modifier != "stack" && e.modifier != "dodge" && !pointModifier &&
+        !difference)
         warnings.push_back(
             fmt::format("line {}: '{}' is drawn without its modifier", line, b.name));
     auto either = [&](char const* first, char const* second) {
@@ -322,6 +403,7 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
     e.transparency = either("transparency.interior", "transparency");
     e.label = b.find("label");
     e.split = b.find("split");
+    e.texture = b.find("texture.pattern.interior");
     if (b.find("missing.interpolate"))
         e.missing = "interpolate";
     if (b.find("missing.wings"))
@@ -331,45 +413,104 @@ void readElement(Node const& b, int line, Spec& spec, std::vector<std::string>& 
         warnings.push_back(fmt::format("line {}: element '{}' has no position", line, b.name));
         return;
     }
+    // Outlines are drawn around points, bars, areas and polygons; lines, edges and boxes have
+    // none of their own.
+    bool outlined = e.type == "point" || e.type == "interval" || e.type == "area" ||
+                    e.type == "polygon";
+    if (e.exterior && !outlined && !e.exterior->args.empty() &&
+        e.exterior->args[0].name.find('.') != std::string::npos)
+        warnings.push_back(fmt::format(
+            "line {}: '{}' has no outline to colour; color.exterior is left out", line, e.type));
     spec.elements.push_back(e);
 }
 
 }  // namespace
 
-Spec readSpec(gpl::Program const& program, std::vector<std::string>& warnings) {
-    Spec spec;
-    int graphs = 0;
-    for (auto const& st : program.statements) {
-        Node const& b = st.body;
-        std::string key = b.key();
-        if (st.keyword == "GRAPH" && key == "begin") {
-            if (++graphs == 2)
-                warnings.push_back(fmt::format(
-                    "line {}: several graphs on one page are not supported yet; only the first "
-                    "is drawn",
-                    st.line));
-            if (graphs == 1)
-                readGraph(b, spec);
-            continue;
-        }
-        if (graphs > 1)
-            continue;  // the statements of a second graph
-        if (st.keyword == "PAGE" && key == "begin") {
-            if (auto const* s = b.find("scale"); s && s->args.size() >= 2) {
-                spec.width = std::clamp(sizeValue(s->args[0], 640, 640), 100.0, 10000.0);
-                spec.height = std::clamp(sizeValue(s->args[1], 480, 480), 80.0, 10000.0);
+namespace {
+
+void readStatement(gpl::Statement const& st, Spec& spec, std::vector<std::string>& warnings) {
+    Node const& b = st.body;
+    if (st.keyword == "SCALE")
+        readScale(b, st.line, spec, warnings);
+    else if (st.keyword == "COORD")
+        readCoord(b, st.line, spec, warnings);
+    else if (st.keyword == "GUIDE")
+        readGuide(b, spec);
+    else if (st.keyword == "ELEMENT")
+        readElement(b, st.line, spec, warnings);
+}
+
+bool isGraph(gpl::Statement const& st, char const* key) {
+    return st.keyword == "GRAPH" && st.body.key() == key;
+}
+
+}  // namespace
+
+std::vector<Spec> readGraphs(gpl::Program const& program, std::vector<std::string>& warnings) {
+    Spec page;
+    for (auto const& st : program.statements)
+        if (st.keyword == "PAGE" && st.body.key() == "begin")
+            if (auto const* s = st.body.find("scale"); s && s->args.size() >= 2) {
+                double const w = sizeValue(s->args[0], 640, 640);
+                double const h = sizeValue(s->args[1], 480, 480);
+                page.width = std::clamp(w, 100.0, 10000.0);
+                page.height = std::clamp(h, 80.0, 10000.0);
+                if (page.width != w || page.height != h)
+                    warnings.push_back(fmt::format(
+                        "line {}: a page of {:g} x {:g} px is outside 100 x 80 to 10000 x 10000 px; "
+                        "it is drawn at {:g} x {:g} px",
+                        st.line, w, h, page.width, page.height));
             }
-        } else if (st.keyword == "SCALE") {
-            readScale(b, st.line, spec, warnings);
-        } else if (st.keyword == "COORD") {
-            readCoord(b, st.line, spec, warnings);
-        } else if (st.keyword == "GUIDE") {
-            readGuide(b, spec);
-        } else if (st.keyword == "ELEMENT") {
-            readElement(b, st.line, spec, warnings);
+    // Which graph each statement belongs to: -1 for the page outside every block.
+    std::vector<int> owner;
+    int blocks = 0, current = -1;
+    bool pageElements = false;
+    for (auto const& st : program.statements) {
+        if (isGraph(st, "begin"))
+            current = blocks++;
+        else if (isGraph(st, "end"))
+            current = -1;
+        owner.push_back(current);
+        pageElements |= current < 0 && st.keyword == "ELEMENT";
+    }
+    // One block without elements around it: what stands outside it belongs to it too.
+    if (blocks == 1 && !pageElements)
+        std::fill(owner.begin(), owner.end(), 0);
+    std::vector<Spec> graphs(std::size_t(blocks), page);
+    auto graphOf = [&](std::size_t i) -> Spec& {
+        return owner[i] < 0 ? page : graphs[std::size_t(owner[i])];
+    };
+    for (std::size_t i = 0; i < program.statements.size(); ++i) {
+        auto const& st = program.statements[i];
+        if (isGraph(st, "begin"))
+            readGraph(st.body, graphOf(i));
+        else
+            readStatement(st, graphOf(i), warnings);
+    }
+    for (std::size_t i = 0; i < program.statements.size(); ++i) {
+        auto const& st = program.statements[i];
+        Spec& spec = graphOf(i);
+        if (spec.dims == 3 && st.keyword == "GUIDE" && st.body.key() == "form.line") {
+            warnings.push_back(fmt::format(
+                "line {}: a reference line in three dimensions is not supported yet; it is "
+                "left out",
+                st.line));
+            spec.refLines.clear();
         }
     }
-    return spec;
+    // The page's own statements: a graph of the whole page when they draw something, or the
+    // page's titles above the placed graphs.
+    bool pageTexts = !page.title.empty() || !page.subtitle.empty() || !page.subsubtitle.empty() ||
+                     !page.footnote.empty();
+    if (blocks == 0 || !page.elements.empty() || pageTexts)
+        graphs.insert(graphs.begin(), std::move(page));
+    for (std::size_t i = 0; i < graphs.size(); ++i) {
+        // Among several graphs one without elements shows its titles only, not an empty plot.
+        graphs[i].titlesOnly = graphs.size() > 1 && graphs[i].elements.empty();
+        graphs[i].commandTexts = i == 0;
+        settleOneDimension(graphs[i], warnings);
+    }
+    return graphs;
 }
 
 }  // namespace host::chart

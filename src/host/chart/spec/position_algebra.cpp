@@ -79,10 +79,19 @@ Position readPosition(Node const& position) {
         }
         if (def->kind == StatKind::Bin && !readBins(*algebra, p))
             return p;
-        if (p.statistic.empty() && def->kind != StatKind::Bin) {
+        if (def->kind == StatKind::Hex && p.statistic == "summary.count") {
+            // summary.count(bin.hex(x*y)): the hexagons count their cases either way.
             p.statistic = k;
             p.kind = def->kind;
             p.statCall = algebra;
+        } else if (p.statistic.empty() && def->kind != StatKind::Bin) {
+            p.statistic = k;
+            p.kind = def->kind;
+            p.statCall = algebra;
+        } else if (p.kind == StatKind::Smooth && p.innerStatistic.empty() &&
+                   def->kind == StatKind::Summary && k.find("cumulative") == std::string::npos) {
+            p.innerStatistic = k;
+            p.innerCall = algebra;
         } else if (def->kind != StatKind::Bin) {
             p.error = fmt::format("line {}: '{}' cannot be taken of another statistic",
                                   algebra->line, algebra->name);

@@ -19,7 +19,10 @@ struct Position {
     std::string statistic;  // empty, or the outer statistic: summary.count, region.confi.mean...
     StatKind kind = StatKind::Summary;
     gpl::Node const* statCall = nullptr;  // for its options (base, alpha, multiple)
-    bool binned = false;                  // bin.rect inside (or as) the statistic
+    // A smoother over a summary, smooth.linear(summary.mean(x*y)): the summary, taken first.
+    std::string innerStatistic;
+    gpl::Node const* innerCall = nullptr;
+    bool binned = false;  // bin.rect inside (or as) the statistic
     BinOptions bin;
     std::vector<Factor> factors;
     std::vector<Factor> nests;  // the right sides of '/', in order: panels

@@ -92,9 +92,7 @@ void kernelDensityCurve(StatContext const& c, Group const& g, Layer& out) {
     if (!(h > 0))
         return;
     double reach = kernel == stats::Kernel::Normal ? 3 * h : h;
-    double from = *lo - reach, to = *hi + reach, scale = 1;
-    if (c.densityEdges.size() >= 2)
-        scale = g.count * (c.densityEdges[1] - c.densityEdges[0]);
+    double from = *lo - reach, to = *hi + reach, scale = histogramScale(c, g);
     auto curve = stats::kernelDensity(v, g.sample.weights, kernel, h, stats::grid(from, to, 200));
     for (auto& p : curve) p.second *= scale;
     pushCurve(g, curve, out);

@@ -2,6 +2,7 @@
 
 #include "host/chart/frame/frame.h"
 #include "host/chart/stats/fit_statistics.h"
+#include "host/chart/stats/point_layout.h"
 
 #include <algorithm>
 
@@ -72,17 +73,31 @@ void letterValues(StatContext const& c, Group const& g, Layer& out) {
     out.rows.push_back(row);
 }
 
+}  // namespace
+
+double histogramScale(StatContext const& c, Group const& g) {
+    auto const& edges = c.densityEdges;
+    if (edges.size() < 2)
+        return 1;
+    double width = edges[1] - edges[0];
+    if (c.densityPercent)
+        return c.total > 0 ? 100 * width * g.count / c.total : 0;
+    return g.count * width;
+}
+
+namespace {
+
 // The normal curve of the group's values; over a histogram of the same variable it is scaled
-// to the histogram's counts.
+// to the histogram's counts (or percents).
 void normalDensity(StatContext const& c, Group const& g, Layer& out) {
     Moments mo = moments(g.sample);
-    double lo = mo.mean - 3.5 * mo.sd, hi = mo.mean + 3.5 * mo.sd, scale = 1;
+    double lo = mo.mean - 3.5 * mo.sd, hi = mo.mean + 3.5 * mo.sd;
     auto const& edges = c.densityEdges;
     if (edges.size() >= 2) {
         lo = edges.front();
         hi = edges.back();
-        scale = g.count * (edges[1] - edges[0]);
     }
+    double scale = histogramScale(c, g);
     for (auto const& [x, y] : normalCurve(mo, lo, hi, scale)) {
         Row p = g.row;
         p.xNum = x;
@@ -116,6 +131,10 @@ constexpr StatisticDef kStatistics[] = {
     {"summary.variance", StatKind::Summary, summaryValue},
     {"summary.percent", StatKind::Percent, summaryValue},
     {"summary.percent.count", StatKind::Percent, summaryValue},
+    // Counts here; the running totals are taken once the categories are in order.
+    {"summary.count.cumulative", StatKind::Summary, summaryValue},
+    {"summary.percent.cumulative", StatKind::Summary, summaryValue},
+    {"bin.hex", StatKind::Hex, hexCells},
     {"bin.rect", StatKind::Bin, nullptr},
     {"bin.quantile.letter", StatKind::Box, letterValues},
     {"density.normal", StatKind::Density, normalDensity},
@@ -155,6 +174,20 @@ StatisticDef const* findStatistic(std::string const& name) {
         if (name == d.name)
             return &d;
     return nullptr;
+}
+
+void hexCells(StatContext const& c, Group const& g, Layer& out) {
+    for (auto const& cell :
+         stats::hexBins(g.xs, g.sample.values, g.sample.weights, c.hexWidth, c.hexHeight)) {
+        Row row = g.row;
+        row.xNum = cell.x;
+        row.y0 = cell.y - c.hexHeight;
+        row.y = cell.y + c.hexHeight;
+        row.ranged = row.binned = true;
+        row.extra = static_cast<std::int32_t>(out.bins.size());
+        out.bins.push_back({cell.x - c.hexWidth / 2, cell.x + c.hexWidth / 2, cell.weight});
+        out.rows.push_back(row);
+    }
 }
 
 void twoWayCell(StatContext const&, Group const& g, Layer& out) {

@@ -16,7 +16,7 @@ namespace host::chart {
 
 // Smooth and Link statistics take the group's points (x, y) in data order; Density ones the
 // values of the first dimension.
-enum class StatKind { Summary, Percent, Bin, Box, Density, Region, Smooth, Link };
+enum class StatKind { Summary, Percent, Bin, Box, Density, Region, Smooth, Link, Hex };
 
 // The cases of one group: one category (or bin) in one panel and one set of aesthetics.
 struct Group {
@@ -34,10 +34,14 @@ struct StatContext {
     double total = 0;  // what 100% is for this group
     double level = 0.95;
     double multiple = 1;
-    std::vector<double> densityEdges;                    // a histogram the curve sits over
-    std::function<std::int32_t(std::uint32_t)> labelOf;  // the label code of a data row
+    std::vector<double> densityEdges{};                  // a histogram the curve sits over
+    bool densityPercent = false;                         // ... that shows percents
+    std::function<std::int32_t(std::uint32_t)> labelOf{};  // the label code of a data row
     gpl::Node const* call = nullptr;  // the statistic's call, for its options (span, ...)
-    std::string modifier;             // the element's collision modifier (dodge.symmetric)
+    std::string modifier{};           // the element's collision modifier (dodge.symmetric)
+    // bin.hex: the width of a hexagon between its flat sides and the height from its centre
+    // to its top corner, in the units of the two dimensions, shared by every group.
+    double hexWidth = 1, hexHeight = 1;
 };
 
 using StatFunction = void (*)(StatContext const& context, Group const& group, Layer& out);
@@ -49,6 +53,13 @@ struct StatisticDef {
 };
 
 StatisticDef const* findStatistic(std::string const& name);
+
+// The hexagonal bins of a group: a row per hexagon, its count in Layer::bins.
+void hexCells(StatContext const& context, Group const& group, Layer& out);
+
+// What a density of a group is multiplied by to be read in the units of the histogram it is
+// drawn over: counts per bin, or percents of the cases; 1 without a histogram.
+double histogramScale(StatContext const& c, Group const& g);
 
 // The cells of a two-way bin: their counts.
 void twoWayCell(StatContext const& context, Group const& group, Layer& out);
