@@ -71,6 +71,61 @@ void labelPoints(ElementDraw& d, std::vector<PointDisc> const& discs,
     count.second += labelled.size();
 }
 
+Batch& addPointBatch(Scene& scene, MarkerShape shape, double radius, Color fill, Color stroke) {
+    Batch& b = scene.batches.emplace_back();
+    b.kind = shape == MarkerShape::Circle ? MarkKind::Circle : MarkKind::Marker;
+    b.role = Role::Point;
+    b.style.shape = shape;
+    b.style.size = radius;
+    b.style.fill = fill;
+    b.style.stroke = stroke;
+    b.style.strokeWidth = stroke.a > 0 ? 1.5 : 0;
+    return b;
+}
+
+// Whether a value stands within the plot along the value axis (half a pixel of slack): one
+// beyond the scale's limits is not drawn over the neighbouring plots.
+bool withinValues(PanelGeometry const& g, double v) {
+    double lo = g.tr ? g.plot.x : g.plot.y, hi = lo + (g.tr ? g.plot.w : g.plot.h);
+    return v >= lo - 0.5 && v <= hi + 0.5;
+}
+
+// A plain scatter (layer.h): every case's values become its position in place, and the
+// columns are handed to one batch.
+void drawPlainPoints(ElementDraw& d, double radius, MarkerShape shape, Color outline) {
+    PlainPoints& plain = d.layer.plain;
+    PanelGeometry const& g = d.g;
+    Row m = plain.proto;
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < plain.y.size(); ++i) {
+        m.xNum = plain.x[i];
+        m.y = plain.y[i];
+        if (m.y == kSysmis)
+            continue;
+        double v = g.valuePos(m.y);
+        if (!withinValues(g, v))
+            continue;
+        Point at = g.at(g.catPos(d.layer, m), v);
+        plain.x[kept] = at.x;
+        plain.y[kept] = at.y;
+        ++kept;
+    }
+    plain.x.resize(kept);
+    plain.y.resize(kept);
+    if (kept > 0) {
+        Batch& b = addPointBatch(d.dc.scene, shape, radius, d.colorOf(m), outline);
+        b.x = std::move(plain.x);
+        b.y = std::move(plain.y);
+        b.count = kept;
+        // What the marks stand for, as the rows of such a layer would say it.
+        if (std::int32_t cat = d.categoryKey(m); cat >= 0)
+            b.category.assign(kept, cat);
+        if (std::int32_t grp = d.colorKey(m); grp >= 0)
+            b.group.assign(kept, grp);
+    }
+    plain = {};
+}
+
 }  // namespace
 
 void drawPoints(ElementDraw& d) {
@@ -88,6 +143,10 @@ void drawPoints(ElementDraw& d) {
     Scene& scene = d.dc.scene;
     Scales const& scales = *d.g.scales;
     Color outline = constantColor(el.exterior, {0, 0, 0, 0});
+    if (d.layer.plain.on) {
+        drawPlainPoints(d, radius, fixedShape, outline);
+        return;
+    }
     std::vector<PointDisc> discs;
     std::vector<std::pair<std::size_t, std::string>> labelled;  // disc, text
     // The document's data labels: each point's value, unless it has a label of its own.
@@ -101,8 +160,7 @@ void drawPoints(ElementDraw& d) {
             continue;
         // A value beyond the scale's limits is not drawn over the neighbouring plots.
         double c = g.catPos(d.layer, m), v = g.valuePos(m.y);
-        double lo = g.tr ? g.plot.x : g.plot.y, hi = lo + (g.tr ? g.plot.w : g.plot.h);
-        if (g.deep ? !g.deep->holds(m.xNum, m.y, m.z) : (v < lo - 0.5 || v > hi + 0.5))
+        if (g.deep ? !g.deep->holds(m.xNum, m.y, m.z) : !withinValues(g, v))
             continue;
         Point at = g.deep ? g.deep->at(m.xNum, m.y, m.z) : g.at(c, v);
         MarkerShape shape = fixedShape;
@@ -111,15 +169,8 @@ void drawPoints(ElementDraw& d) {
         std::int32_t ring = d.layer.exterior.at(m.exterior);
         auto [it, fresh] = batches.try_emplace({shape, ring}, scene.batches.size());
         if (fresh) {
-            Batch& b = scene.batches.emplace_back();
-            b.kind = shape == MarkerShape::Circle ? MarkKind::Circle : MarkKind::Marker;
-            b.role = Role::Point;
-            b.style.shape = shape;
-            b.style.size = radius;
-            b.style.fill = d.colorOf(m);
-            b.style.stroke = ring >= 0 ? d.dc.palette.outlines[std::size_t(ring)] : outline;
-            b.style.strokeWidth = b.style.stroke.a > 0 ? 1.5 : 0;
-            b.reserve(d.rows.size());
+            Color stroke = ring >= 0 ? d.dc.palette.outlines[std::size_t(ring)] : outline;
+            addPointBatch(scene, shape, radius, d.colorOf(m), stroke).reserve(d.rows.size());
         }
         Batch& b = scene.batches[it->second];
         double r = radius;

@@ -132,6 +132,8 @@ private:
     void noteVariables(Plan const& plan, Columns const& cols);
     void setTables(Plan const& plan, Columns const& cols, Layer& layer);
     void collectRows(Plan const& plan, Columns const& cols, Layer& layer);
+    bool plainPoints(Plan const& plan, Columns const& cols) const;
+    static void takePlainPoints(Columns& cols, Layer& layer);
     void addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m, std::size_t r,
                  double y, bool yMissing, double w, bool groupsByX, Groups& groups, Layer& layer);
     void summarize(Plan const& plan, Columns const& cols, std::vector<Group>& groups, Layer& layer);
@@ -1045,7 +1047,10 @@ void LayerBuilder::add(ElementSpec const& element) {
     layer.element = &element;
     setTables(*p, cols, layer);
     numericLabels_.clear();
-    collectRows(*p, cols, layer);
+    if (plainPoints(*p, cols))
+        takePlainPoints(cols, layer);
+    else
+        collectRows(*p, cols, layer);
     if (!p->outerStatistic.empty())
         smoothRows(*p, layer);
     if (layer.yCategorical && countColor(element))
@@ -1062,6 +1067,43 @@ void LayerBuilder::add(ElementSpec const& element) {
     out_.layers.push_back(std::move(layer));
     if (fits)
         fitLines(out_.layers.back(), element);
+}
+
+// Is the layer a plain scatter of many cases, drawn from two columns (layer.h)?
+bool LayerBuilder::plainPoints(Plan const& p, Columns const& cols) const {
+    ElementSpec const& el = *p.element;
+    bool plainChart = spec_.elements.size() == 1 && spec_.dims != 3 && !spec_.totalFit &&
+                      !spec_.subgroupFit && !spec_.dataLabels.on;
+    bool plainElement = el.type == "point" && el.modifier.empty() && !literalLabel(el) &&
+                        !countColor(el) && !p.summary && !p.density && !p.twoWay &&
+                        p.outerStatistic.empty() && p.pos.statistic.empty() && !p.pos.binned &&
+                        p.pos.nests.empty();
+    bool twoValues = cols.x && !cols.x->categorical && cols.ys.size() == 1 &&
+                     !cols.ys[0].second.categorical &&
+                     cols.ys[0].second.size() == cols.x->size() &&
+                     cols.x->size() >= kPlainPointsMin;
+    bool nothingElse = !cols.cluster && !cols.panelCol && !cols.panelRow && !cols.color &&
+                       !cols.shape && !cols.label && !cols.split && !cols.weight && !cols.size &&
+                       !cols.exterior && !cols.transparency && !cols.depth;
+    return plainChart && plainElement && twoValues && nothingElse;
+}
+
+// The two columns become the layer's: no copy, and a case missing either value is not drawn.
+void LayerBuilder::takePlainPoints(Columns& cols, Layer& layer) {
+    Column& x = *cols.x;
+    Column& y = cols.ys[0].second;
+    PlainPoints& plain = layer.plain;
+    plain.x = std::move(x.numbers);
+    plain.y = std::move(y.numbers);
+    for (std::size_t r = 0; r < plain.y.size(); ++r)
+        if (!x.present(r) || !y.present(r))
+            plain.y[r] = kSysmis;
+    // As the rows of such a layer would be: one series named by the variable, a text colour
+    // of the element as its one category.
+    layer.series.keys.push_back(cols.ys[0].first);
+    plain.proto.series = 0;
+    plain.proto.color = literalColor(*layer.element) ? 0 : -1;
+    plain.on = true;
 }
 
 // A heat map of two categorical variables: one cell per pair of categories (and panel), coloured
@@ -1140,12 +1182,13 @@ Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* 
     // Values have no place on an axis of categories: such elements are left out.
     if (out.yCategorical)
         for (auto& l : out.layers)
-            if (!l.yCategorical && !l.rows.empty()) {
+            if (!l.yCategorical && (!l.rows.empty() || l.plain.on)) {
                 warnings.push_back(fmt::format(
                     "line {}: the second dimension holds categories, and this element gives it "
                     "values; it is not drawn",
                     l.element->line));
                 l.rows.clear();
+                l.plain = {};
             }
     return out;
 }

@@ -56,9 +56,23 @@ struct KeyTable {
     }
 };
 
+// A plain scatter of many cases (one point element over two continuous dimensions, nothing
+// else mapped) keeps its cases as two columns instead of a Row each: ten million Rows would
+// take 720 MB. The point geometry turns the values into positions in place and hands the
+// columns to its batch, so the cases are held once.
+constexpr std::size_t kPlainPointsMin = 100000;
+struct PlainPoints {
+    bool on = false;
+    std::vector<double> x, y;  // by case; y is kSysmis where the case is not drawn
+    Row proto;                 // what every case shares: its colour, its series
+};
+
 struct Layer {
     ElementSpec const* element = nullptr;
     std::vector<Row> rows;
+    // Instead of rows, for a plain scatter; emptied when it is drawn (hence mutable: drawing
+    // takes the layers as they are otherwise).
+    mutable PlainPoints plain;
     KeyTable x, cluster, panelCol, panelRow, color, shape, series, size, exterior;
     KeyTable depth;  // categories of dimension 3 in three dimensions
     // A categorical dimension 2: its rows' y hold codes of this table until the scales are

@@ -184,7 +184,16 @@ void dropUnshowable(Layers& ls, Spec const& spec, std::vector<std::string>& warn
             bool badX = xLog && r.xNum <= 0;
             return badY || badX;
         });
-        if (std::size_t dropped = before - l.rows.size())
+        std::size_t dropped = before - l.rows.size();
+        if (l.plain.on)
+            for (std::size_t i = 0; i < l.plain.y.size(); ++i) {
+                double& y = l.plain.y[i];
+                if (y != kSysmis && ((yLog && y <= 0) || (xLog && l.plain.x[i] <= 0))) {
+                    y = kSysmis;
+                    ++dropped;
+                }
+            }
+        if (dropped)
             warnings.push_back(fmt::format(
                 "line {}: {} value{} at or below zero cannot be shown on a log scale and {} left "
                 "out",
@@ -203,6 +212,15 @@ void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
                    (l.element->type == "area" && l.element->modifier != "difference");
         if (l.element->type == "interval" && !s.xCategorical)
             barHalf = std::max(barHalf, l.xGap / 2);
+        if (l.plain.on)
+            for (std::size_t i = 0; i < l.plain.y.size(); ++i) {
+                double y = l.plain.y[i];
+                if (y == kSysmis)
+                    continue;
+                yLo = std::min(yLo, y), yHi = std::max(yHi, y);
+                if (!s.xCategorical)
+                    xLo = std::min(xLo, l.plain.x[i]), xHi = std::max(xHi, l.plain.x[i]);
+            }
         for (auto const& m : l.rows) {
             anyBinnedX |= m.binned;
             if (m.y == kSysmis)
