@@ -1,74 +1,22 @@
+#include "host/chart/layer/layer_builder.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <optional>
-#include <unordered_map>
+#include <map>
 
 #include <fmt/format.h>
 
-#include "host/chart/frame/frame.h"
 #include "host/chart/layer/category_order.h"
-#include "host/chart/layer/layer.h"
 #include "host/chart/scales/ticks.h"
 #include "host/chart/spec/data_labels.h"
-#include "host/chart/spec/position_algebra.h"
 #include "host/chart/stats/fit_statistics.h"
-#include "host/chart/stats/registry.h"
 #include "platform/chart_string.h"
 
 namespace host::chart {
 
-using gpl::Node;
-
-namespace {
-
-// What an element asks for, with its dimensions put in their places.
-struct Plan {
-    ElementSpec const* element = nullptr;
-    Position pos;
-    std::vector<Factor> factors;
-    bool summary = false, percent = false, countOnly = false, density = false, twoWay = false;
-    bool mergeSeries = false;  // the variables of dimension 2 are the ends of one interval
-    // A smoother over the rows of the summary the position names inside it.
-    std::string outerStatistic;
-    gpl::Node const* outerCall = nullptr;
-    std::size_t clusterIndex = 99, panelIndex = 2;
-    std::size_t depthIndex = 99;  // dimension 3 of three-dimensional coordinates
-};
-
-struct Columns {
-    std::optional<Column> x, cluster, panelCol, panelRow, color, shape, label, split, weight, size,
-        exterior, transparency;
-    std::optional<Column> depth;
-    std::vector<std::pair<std::string, Column>> ys;
-    std::vector<double> xEdges, yEdges;  // bins shared by all panels and groups
-};
-
-// The key a group of a summary is found by.
-struct GroupKey {
-    std::int64_t a = 0, b = 0;  // dimension 1: a category code, a bin, or a number's bits
-    std::int32_t cluster, panelCol, panelRow, color, shape, series, size, exterior;
-    bool operator==(GroupKey const&) const = default;
-};
-struct GroupKeyHash {
-    std::size_t operator()(GroupKey const& k) const {
-        std::uint64_t h = 1469598103934665603ull;
-        auto mix = [&](std::uint64_t v) { h = (h ^ v) * 1099511628211ull; };
-        mix(std::uint64_t(k.a));
-        mix(std::uint64_t(k.b));
-        for (std::int32_t v :
-             {k.cluster, k.panelCol, k.panelRow, k.color, k.shape, k.series, k.size, k.exterior})
-            mix(std::uint32_t(v));
-        return h;
-    }
-};
-
-// The groups of a summary, found by their key as the cases come.
-struct Groups {
-    std::vector<Group> list;
-    std::unordered_map<GroupKey, std::size_t, GroupKeyHash> index;
-};
+namespace layer_build {
 
 std::int64_t bitsOf(double v) {
     std::int64_t out;
@@ -76,7 +24,6 @@ std::int64_t bitsOf(double v) {
     return out;
 }
 
-// Bin edges over every row of a column, so that all panels and groups share them.
 std::vector<double> edgesOf(Column const& c, BinOptions const& options) {
     double lo = std::numeric_limits<double>::infinity(), hi = -lo;
     std::size_t cases = 0;
@@ -111,75 +58,18 @@ void useTable(KeyTable& t, std::optional<Column> const& c) {
     t.texts = c->hasText;
 }
 
-class LayerBuilder {
-public:
-    LayerBuilder(Spec& spec, ChartModel const& model, DataView const& view, Layers& out,
-                 std::vector<std::string>& warnings)
-        : spec_(spec), model_(model), view_(view), out_(out), warnings_(warnings) {}
-
-    void add(ElementSpec const& element);
-    bool anyNumericX = false;
-
-private:
-    void warn(ElementSpec const& e, std::string const& text) {
-        warnings_.push_back(fmt::format("line {}: {}", e.line, text));
-    }
-    std::optional<Plan> plan(ElementSpec const& element);
-    bool planDepth(Plan& p);
-    bool loadColumns(Plan const& plan, Columns& cols);
-    bool loadAesthetics(Plan const& plan, Columns& cols);
-    bool checkColumns(Plan const& plan, Columns& cols);
-    void noteVariables(Plan const& plan, Columns const& cols);
-    void setTables(Plan const& plan, Columns const& cols, Layer& layer);
-    void collectRows(Plan const& plan, Columns const& cols, Layer& layer);
-    bool plainPoints(Plan const& plan, Columns const& cols) const;
-    static void takePlainPoints(Columns& cols, Layer& layer);
-    void addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m, std::size_t r,
-                 double y, bool yMissing, double w, bool groupsByX, Groups& groups, Layer& layer);
-    void summarize(Plan const& plan, Columns const& cols, std::vector<Group>& groups, Layer& layer);
-    void hexSize(Plan const& plan, Columns const& cols, StatContext& context) const;
-    void smoothRows(Plan const& plan, Layer& layer);
-    std::vector<double> densityEdges(ElementSpec const& element, Plan const& plan,
-                                     Columns const& cols, bool& percent) const;
-    void fitLines(Layer const& points, ElementSpec const& element);
-    void countCells(Layer& layer);
-    std::string weightName(std::string const& source) const;
-    std::int32_t labelCode(Columns const& cols, Layer& layer, std::size_t r);
-
-    Spec& spec_;
-    ChartModel const& model_;
-    DataView const& view_;
-    Layers& out_;
-    std::vector<std::string>& warnings_;
-    std::unordered_map<std::string, std::int32_t> numericLabels_;
-    bool colorSeen_ = false, sizeSeen_ = false, alphaSeen_ = false;
-    // The domain of a continuous aesthetic over every layer.
-    static void widen(double& lo, double& hi, double v, bool& seen) {
-        lo = seen ? std::min(lo, v) : v;
-        hi = seen ? std::max(hi, v) : v;
-        seen = true;
-    }
-};
-
-namespace {
-
-// label("Outlier"): one text for every mark.
 bool literalLabel(ElementSpec const& e) {
     return e.label && !e.label->args.empty() && e.label->args[0].kind == Node::Kind::String;
 }
 
-// color(summary.count()): each mark coloured by the number of cases it stands for.
 bool countColor(ElementSpec const& e) {
     return e.color && !e.color->args.empty() && e.color->args[0].kind == Node::Kind::Call &&
            e.color->args[0].name == "summary.count";
 }
 
-// color("Observed"): a text rather than a variable or a colour constant.
 bool literalColor(ElementSpec const& e) {
     return e.color && !e.color->args.empty() && e.color->args[0].kind == Node::Kind::String;
 }
-
-}  // namespace
 
 std::optional<Plan> LayerBuilder::plan(ElementSpec const& element) {
     Plan p;
@@ -465,7 +355,8 @@ bool LayerBuilder::checkColumns(Plan const& plan, Columns& cols) {
     if (cols.split && std::max<std::size_t>(1, cols.ys.size()) * cols.split->values.size() >
                           std::size_t(kMaxSmallKeys)) {
         warn(element, fmt::format("more than {} series (variables by split values); nothing is "
-                                  "drawn", kMaxSmallKeys));
+                                  "drawn",
+                                  kMaxSmallKeys));
         return false;
     }
     if (plan.element->alongValues && !plan.summary && !cols.ys.empty() &&
@@ -636,397 +527,6 @@ void LayerBuilder::setTables(Plan const& plan, Columns const& cols, Layer& layer
     }
 }
 
-// The text of the label aesthetic at a row: a category by its relabel, a number in its format.
-std::int32_t LayerBuilder::labelCode(Columns const& cols, Layer& layer, std::size_t r) {
-    auto const& c = cols.label;
-    if (!c)
-        return literalLabel(*layer.element) ? 0 : -1;
-    if (!c->present(r))
-        return -1;
-    if (c->categorical)
-        return c->codes[r];
-    std::string text = formatNumber(c->numbers[r], c->var->format);
-    auto [it, fresh] =
-        numericLabels_.try_emplace(text, static_cast<std::int32_t>(layer.labels.size()));
-    if (fresh)
-        layer.labels.push_back(text);
-    return it->second;
-}
-
-void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& layer) {
-    auto const& x = cols.x;
-    std::size_t n = x ? x->size() : 0;
-    for (auto const& [name, c] : cols.ys) n = std::max(n, c.size());
-    if (cols.cluster)
-        n = std::max(n, cols.cluster->size());
-    if (cols.color)
-        n = std::max(n, cols.color->size());
-    if (cols.depth)
-        n = std::max(n, cols.depth->size());
-    // The code of a row in a categorical column; a row that a column lacks is missing.
-    auto codeAt = [](std::optional<Column> const& c, std::size_t r, bool& missing) {
-        if (!c)
-            return std::int32_t(-1);
-        if (!c->present(r)) {
-            missing = true;
-            return std::int32_t(-1);
-        }
-        return c->categorical ? c->codes[r] : std::int32_t(-1);
-    };
-    std::size_t seriesCount = plan.countOnly && cols.ys.empty() ? 1 : cols.ys.size();
-    if (plan.density)
-        seriesCount = 1;
-    bool syntheticColor = cols.ys.size() > 1 && !plan.mergeSeries &&
-                          !(cols.color && cols.color->categorical) && !literalColor(*plan.element);
-    bool literal = !cols.color && literalColor(*plan.element);
-    // Series: a variable of dimension 2 and a value of split().
-    std::map<std::pair<std::size_t, std::int32_t>, std::int32_t> seriesCodes;
-    auto seriesCode = [&](std::size_t s, std::int32_t split) {
-        if (plan.mergeSeries || cols.ys.empty())
-            s = 0;  // the variables are the ends of one interval: one series
-        auto [it, fresh] =
-            seriesCodes.try_emplace({s, split}, std::int32_t(layer.series.keys.size()));
-        if (fresh) {
-            std::string name = cols.ys.empty() || plan.mergeSeries ? "" : cols.ys[s].first;
-            if (split >= 0)
-                name += "\x1f" + cols.split->values[std::size_t(split)];
-            layer.series.keys.push_back(name);
-        }
-        return it->second;
-    };
-    Groups groups;
-    bool groupsByX = !plan.density && plan.pos.kind != StatKind::Smooth &&
-                     plan.pos.kind != StatKind::Link && plan.pos.kind != StatKind::Hex;
-    if (!plan.summary)
-        layer.rows.reserve(n * seriesCount);
-    for (std::size_t s = 0; s < seriesCount; ++s) {
-        Column const* yc = cols.ys.empty() || plan.density ? nullptr : &cols.ys[s].second;
-        for (std::size_t r = 0; r < n; ++r) {
-            bool missing = false;
-            Row m;
-            m.x = x ? codeAt(x, r, missing) : 0;
-            if (x && !x->categorical && !missing)
-                m.xNum = x->numbers[r];
-            m.cluster = codeAt(cols.cluster, r, missing);
-            m.panelCol = codeAt(cols.panelCol, r, missing);
-            m.panelRow = codeAt(cols.panelRow, r, missing);
-            m.color = codeAt(cols.color, r, missing);
-            m.shape = codeAt(cols.shape, r, missing);
-            if (!layer.size.keys.empty())
-                m.size = codeAt(cols.size, r, missing);
-            if (!layer.exterior.keys.empty())
-                m.exterior = codeAt(cols.exterior, r, missing);
-            std::int32_t split = codeAt(cols.split, r, missing);
-            if (cols.depth) {
-                if (!cols.depth->present(r) ||
-                    (!cols.depth->categorical && cols.depth->numbers[r] == kSysmis))
-                    continue;  // a point without its depth has no place
-                m.z = static_cast<float>(cols.depth->categorical ? cols.depth->codes[r]
-                                                                 : cols.depth->numbers[r]);
-            }
-            if (missing)
-                continue;
-            m.series = seriesCode(s, split);
-            if (syntheticColor)
-                m.color = static_cast<std::int32_t>(s);
-            else if (literal)
-                m.color = 0;
-            // Categories of dimension 2 are carried by their codes until the scales place them.
-            bool yMissing = !yc || !yc->present(r) ||
-                            (layer.yCategorical
-                                 ? yc->codes[r] < 0
-                                 : yc->numbers[r] == kSysmis || (yc->categorical && !plan.summary));
-            double y = yMissing             ? kSysmis
-                       : layer.yCategorical ? double(yc->codes[r])
-                                            : yc->numbers[r];
-            m.label = labelCode(cols, layer, r);
-            if (layer.colorScale) {
-                if (!cols.color->present(r))
-                    continue;
-                m.cval = static_cast<float>(cols.color->numbers[r]);
-                widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
-            }
-            if (layer.alphaScale) {
-                if (!cols.transparency->present(r))
-                    continue;
-                m.tval = static_cast<float>(cols.transparency->numbers[r]);
-                widen(out_.alphaLo, out_.alphaHi, m.tval, alphaSeen_);
-            }
-            if (layer.sizeScale) {
-                if (!cols.size->present(r))
-                    continue;
-                m.sval = static_cast<float>(cols.size->numbers[r]);
-                widen(out_.sizeLo, out_.sizeHi, m.sval, sizeSeen_);
-            }
-            double w = 1;
-            if (cols.weight) {
-                if (!cols.weight->present(r) || !(cols.weight->numbers[r] > 0))
-                    continue;  // a case without a positive weight is not counted
-                w = cols.weight->numbers[r];
-            }
-            if (!plan.summary) {
-                // A missing value is never drawn; lines use it to know where to break.
-                m.y = yMissing ? kSysmis : y;
-                if (cols.weight)
-                    m.cval = static_cast<float>(w);  // counted by countCells
-                else if (countColor(*plan.element))
-                    m.cval = 1;
-                layer.rows.push_back(m);
-                continue;
-            }
-            addCase(plan, cols, yc, m, r, y, yMissing, w, groupsByX, groups, layer);
-        }
-    }
-    if (plan.summary)
-        summarize(plan, cols, groups.list, layer);
-}
-
-// A case into its group, found by its key; cases outside the bins are left out.
-void LayerBuilder::addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m,
-                           std::size_t r, double y, bool yMissing, double w, bool groupsByX,
-                           Groups& groups, Layer& layer) {
-    GroupKey key{0,       0,        m.cluster, m.panelCol, m.panelRow,
-                 m.color, m.shape, m.series,  m.size,     m.exterior};
-    if (cols.depth)
-        key.b = static_cast<std::int64_t>(m.z);  // a category of the third dimension
-    if (groupsByX)
-        key.a = cols.x && !cols.x->categorical ? bitsOf(m.xNum) : m.x;
-    Bin bin;
-    if (plan.pos.binned) {
-        int b = binIndex(cols.xEdges, m.xNum);
-        if (b < 0)
-            return;
-        m.binned = true;
-        bin.x0 = cols.xEdges[std::size_t(b)];
-        bin.x1 = cols.xEdges[std::size_t(b) + 1];
-        m.xNum = (bin.x0 + bin.x1) / 2;
-        key.a = b;
-        if (plan.twoWay) {
-            if (yMissing)
-                return;
-            int by = binIndex(cols.yEdges, y);
-            if (by < 0)
-                return;
-            m.y0 = cols.yEdges[std::size_t(by)];
-            m.y = cols.yEdges[std::size_t(by) + 1];
-            key.b = by;
-        }
-    }
-    auto [it, fresh] = groups.index.try_emplace(key, groups.list.size());
-    if (fresh) {
-        if (m.binned) {
-            m.extra = static_cast<std::int32_t>(layer.bins.size());
-            layer.bins.push_back(bin);
-        }
-        groups.list.emplace_back();
-        groups.list.back().row = m;
-    }
-    Group& g = groups.list[it->second];
-    if (plan.density) {
-        g.sample.add(m.xNum, w);
-        g.count += w;
-    } else if (plan.countOnly) {
-        if (!yc || plan.twoWay || !yMissing || (yc->categorical && yc->present(r)))
-            g.count += w;
-    } else if (!yMissing) {
-        g.sample.add(y, w);
-        g.xs.push_back(m.xNum);
-        g.rows.push_back(static_cast<std::uint32_t>(r));
-        g.count += w;
-    }
-}
-
-void LayerBuilder::summarize(Plan const& plan, Columns const& cols, std::vector<Group>& groups,
-                             Layer& layer) {
-    // What 100% means: all cases of the panel by default.
-    Node const* call = plan.pos.statCall;
-    bool acrossPanels = false, byCoordinate = false, byAesthetic = false;
-    if (call) {
-        if (auto const* b = call->find("base.all"))
-            acrossPanels = b->find("acrosspanels") != nullptr;
-        byCoordinate = call->find("base.coordinate") != nullptr;
-        byAesthetic = call->find("base.aesthetic") != nullptr;
-    }
-    auto baseKey = [&](Row const& m) {
-        std::array<std::int64_t, 5> k{-1, -1, -1, -1, -1};
-        if (!acrossPanels)
-            k[0] = m.panelCol, k[1] = m.panelRow;
-        if (byCoordinate)
-            k[2] = m.binned ? m.extra : m.x, k[3] = m.cluster;
-        if (byAesthetic)
-            k[4] = m.color;
-        return k;
-    };
-    auto amount = [&](Group const& g) {
-        if (plan.countOnly || plan.density)
-            return g.count;
-        double sum = 0;
-        bool none = false;
-        (void)summarizeSample("summary.sum", g.sample, sum, none);
-        return sum;
-    };
-    std::map<std::array<std::int64_t, 5>, double> totals;
-    for (auto const& g : groups) totals[baseKey(g.row)] += amount(g);
-    std::string const& stat = plan.pos.statistic;
-    double level = numberOption(call, "alpha", 0.95);
-    if (level > 1)
-        level /= 100;  // alpha(95) means 95%
-    StatContext context{
-        stat, plan.countOnly, plan.percent,
-        0,    level,          numberOption(call, "multiple", 1),
-        {},   false,          [&](std::uint32_t r) { return labelCode(cols, layer, r); }};
-    if (plan.density)
-        context.densityEdges = densityEdges(*plan.element, plan, cols, context.densityPercent);
-    context.call = call;
-    context.modifier = plan.element->modifier;
-    if (plan.pos.kind == StatKind::Hex)
-        hexSize(plan, cols, context);
-    StatisticDef const* def = findStatistic(stat.empty() ? "summary.count" : stat);
-    for (auto& g : groups) {
-        context.total = totals[baseKey(g.row)];
-        if (plan.twoWay) {
-            twoWayCell(context, g, layer);
-            out_.cellMax = std::max(out_.cellMax, g.count);
-            out_.anyCells = true;
-        } else if (def && def->compute) {
-            def->compute(context, g, layer);
-        }
-    }
-    if (layer.hexes)
-        for (auto const& b : layer.bins) {
-            out_.cellMax = std::max(out_.cellMax, b.cell);
-            out_.anyCells = true;
-        }
-}
-
-// A smoother over a summary's rows: their places and values are its points, per panel,
-// colour and series.
-void LayerBuilder::smoothRows(Plan const& plan, Layer& layer) {
-    std::vector<Row> summaries = std::move(layer.rows);
-    layer.rows.clear();
-    std::map<std::array<std::int32_t, 6>, Group> groups;
-    std::sort(summaries.begin(), summaries.end(),
-              [](Row const& a, Row const& b) { return a.xNum < b.xNum; });
-    for (auto const& m : summaries) {
-        if (m.y == kSysmis)
-            continue;
-        auto [it, fresh] =
-            groups.try_emplace({m.cluster, m.panelCol, m.panelRow, m.color, m.shape, m.series});
-        Group& g = it->second;
-        if (fresh)
-            g.row = m;
-        g.xs.push_back(m.xNum);
-        g.sample.add(m.y, 1);
-        g.count += 1;
-    }
-    StatContext context{plan.outerStatistic};
-    context.call = plan.outerCall;
-    context.modifier = plan.element->modifier;
-    StatisticDef const* def = findStatistic(plan.outerStatistic);
-    for (auto const& [key, g] : groups)
-        if (def && def->compute)
-            def->compute(context, g, layer);
-}
-
-// Hexagons of one size for every panel and group: binCount(n) across the range of dimension
-// 1 (20 by default), as high as makes them regular on a plot of the graph's proportions.
-void LayerBuilder::hexSize(Plan const& plan, Columns const& cols, StatContext& context) const {
-    auto range = [](Column const& c) {
-        double lo = std::numeric_limits<double>::infinity(), hi = -lo;
-        for (std::size_t r = 0; r < c.numbers.size(); ++r)
-            if (c.present(r) && c.numbers[r] != kSysmis) {
-                lo = std::min(lo, c.numbers[r]);
-                hi = std::max(hi, c.numbers[r]);
-            }
-        return hi > lo ? hi - lo : 1.0;
-    };
-    double count = std::clamp(numberOption(plan.pos.statCall, "bincount", 20), 1.0, 500.0);
-    double xRange = cols.x ? range(*cols.x) : 1,
-           yRange = cols.ys.empty() ? 1 : range(cols.ys[0].second);
-    context.hexWidth = xRange / count;
-    // A regular hexagon on the page: its corner height is its width over the square root of 3.
-    // The plot is guessed as the graph's place (its share of the page when placed among others)
-    // less about what its axes, titles and legend take.
-    double w = spec_.width * (spec_.graphPlaced ? spec_.graphW : 1);
-    double h = spec_.height * (spec_.graphPlaced ? spec_.graphH : 1);
-    double pxPerX = std::max(0.4 * w, w - 150) / xRange;
-    double pxPerY = std::max(0.4 * h, h - 90) / yRange;
-    context.hexHeight = context.hexWidth * pxPerX / std::sqrt(3.0) / pxPerY;
-}
-
-// A density over a histogram of the same variable takes the histogram's edges, and its units.
-std::vector<double> LayerBuilder::densityEdges(ElementSpec const& element, Plan const& plan,
-                                               Columns const& cols, bool& percent) const {
-    for (auto const& other : spec_.elements) {
-        if (&other == &element)
-            continue;
-        Position op = readPosition(*other.position);
-        if (op.binned && !op.factors.empty() && op.factors[0].names.size() == 1 &&
-            op.factors[0].names[0] == plan.factors[0].names[0]) {
-            percent = op.kind == StatKind::Percent;
-            return edgesOf(*cols.x, op.bin);
-        }
-    }
-    return {};
-}
-
-// Fit lines of the document over the points: one for all, one per colour group.
-void LayerBuilder::fitLines(Layer const& points, ElementSpec const& element) {
-    struct FitKey {
-        bool total;
-        std::int32_t color, panelCol, panelRow;
-        auto operator<=>(FitKey const&) const = default;
-    };
-    std::map<FitKey, std::vector<Row const*>> byGroup;
-    for (auto const& m : points.rows) {
-        if (m.y == kSysmis)
-            continue;
-        if (spec_.totalFit)
-            byGroup[{true, -1, m.panelCol, m.panelRow}].push_back(&m);
-        if (spec_.subgroupFit && m.color >= 0)
-            byGroup[{false, m.color, m.panelCol, m.panelRow}].push_back(&m);
-    }
-    out_.fitElements.push_back(ElementSpec{});
-    ElementSpec& fit = out_.fitElements.back();
-    fit.type = "line";
-    fit.line = element.line;
-    fit.fitLine = true;
-    Layer layer;
-    layer.element = &fit;
-    layer.hasColor = points.hasColor;
-    layer.x = points.x;
-    layer.color = points.color;
-    layer.panelCol = points.panelCol;
-    layer.panelRow = points.panelRow;
-    layer.series.keys = {"\x1btotal", "\x1bsubgroup"};
-    for (auto const& [k, rows] : byGroup) {
-        std::vector<double> xs, ys, ws;
-        for (auto const* m : rows) {
-            xs.push_back(m->xNum);
-            ys.push_back(m->y);
-            ws.push_back(1);
-        }
-        std::vector<std::pair<double, double>> curve;
-        double r2 = 0;
-        if (!templateFit(spec_.fitType, xs, ys, curve, r2))
-            continue;
-        std::string type = spec_.fitType;
-        type[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(type[0])));
-        layer.labels.push_back(fmt::format("R² {} = {:.3f}", type, r2));
-        for (auto const& [x, y] : curve) {
-            Row p = *rows.front();
-            p.color = k.total ? -1 : rows.front()->color;
-            p.series = k.total ? 0 : 1;
-            p.xNum = x;
-            p.y = y;
-            p.label = static_cast<std::int32_t>(layer.labels.size() - 1);
-            p.binned = false;
-            layer.rows.push_back(p);
-        }
-    }
-    out_.layers.push_back(std::move(layer));
-}
-
 void LayerBuilder::add(ElementSpec const& element) {
     auto p = plan(element);
     if (!p)
@@ -1079,8 +579,7 @@ bool LayerBuilder::plainPoints(Plan const& p, Columns const& cols) const {
                         p.outerStatistic.empty() && p.pos.statistic.empty() && !p.pos.binned &&
                         p.pos.nests.empty();
     bool twoValues = cols.x && !cols.x->categorical && cols.ys.size() == 1 &&
-                     !cols.ys[0].second.categorical &&
-                     cols.ys[0].second.size() == cols.x->size() &&
+                     !cols.ys[0].second.categorical && cols.ys[0].second.size() == cols.x->size() &&
                      cols.x->size() >= kPlainPointsMin;
     bool nothingElse = !cols.cluster && !cols.panelCol && !cols.panelRow && !cols.color &&
                        !cols.shape && !cols.label && !cols.split && !cols.weight && !cols.size &&
@@ -1106,27 +605,9 @@ void LayerBuilder::takePlainPoints(Columns& cols, Layer& layer) {
     plain.on = true;
 }
 
-// A heat map of two categorical variables: one cell per pair of categories (and panel), coloured
-// by the weighted number of its cases.
-void LayerBuilder::countCells(Layer& layer) {
-    std::map<std::array<std::int32_t, 4>, std::size_t> index;
-    std::vector<Row> cells;
-    for (auto const& m : layer.rows) {
-        if (m.y == kSysmis)
-            continue;
-        auto [it, fresh] =
-            index.try_emplace({m.x, std::int32_t(m.y), m.panelCol, m.panelRow}, cells.size());
-        if (fresh) {
-            cells.push_back(m);
-            cells.back().cval = 0;
-        }
-        cells[it->second].cval += m.cval;  // each case's weight
-    }
-    layer.rows = std::move(cells);
-    layer.colorScale = 'g';
-    for (auto const& m : layer.rows) widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
-    out_.colorCounts = true;
-}
+}  // namespace layer_build
+
+namespace {
 
 // Fit lines asked for by the document's inline templates.
 void readFitTemplates(Spec& spec, ChartModel const& model, std::vector<std::string>& warnings) {
@@ -1171,7 +652,7 @@ Layers buildLayers(Spec& spec, ChartModel const& model, VarDataProcessor const* 
                     "marks are not labelled",
                     e.line, e.type));
     DataView view(model, data);
-    LayerBuilder builder(spec, model, view, out, warnings);
+    layer_build::LayerBuilder builder(spec, model, view, out, warnings);
     if (!spec.elementsRefused) {
         out.layers.reserve(spec.elements.size() * 2);
         for (auto const& element : spec.elements) builder.add(element);

@@ -19,8 +19,8 @@ namespace host::chart {
 
 // One datum to draw. A scatter holds one per case, so the fields are packed: 72 bytes.
 struct Row {
-    double xNum = 0;       // a continuous dimension 1 (the centre of a bin)
-    double y = 0, y0 = 0;  // the value, and the other end of a range or a stack
+    double xNum = 0;          // a continuous dimension 1 (the centre of a bin)
+    double y = 0, y0 = 0;     // the value, and the other end of a range or a stack
     std::int32_t label = -1;  // into Layer::labels
     std::int32_t extra = -1;  // into Layer::bins for binned rows, Layer::boxes for box rows
     // Keys a page shows only a few of: a layer with more than kMaxSmallKeys of one is refused.
