@@ -201,6 +201,22 @@ void dropUnshowable(Layers& ls, Spec const& spec, std::vector<std::string>& warn
     }
 }
 
+namespace {
+
+// The extent of a plain scatter's drawn cases (its dimension 1 is continuous).
+void widenByPlainPoints(PlainPoints const& plain, double& xLo, double& xHi, double& yLo,
+                        double& yHi) {
+    for (std::size_t i = 0; i < plain.y.size(); ++i) {
+        double y = plain.y[i];
+        if (y == kSysmis)
+            continue;
+        yLo = std::min(yLo, y), yHi = std::max(yHi, y);
+        xLo = std::min(xLo, plain.x[i]), xHi = std::max(xHi, plain.x[i]);
+    }
+}
+
+}  // namespace
+
 void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
     double yLo = std::numeric_limits<double>::infinity(), yHi = -yLo;
     double xLo = yLo, xHi = -yLo;
@@ -213,14 +229,7 @@ void trainValueScales(Layers const& ls, Spec& spec, Scales& s) {
         if (l.element->type == "interval" && !s.xCategorical)
             barHalf = std::max(barHalf, l.xGap / 2);
         if (l.plain.on)
-            for (std::size_t i = 0; i < l.plain.y.size(); ++i) {
-                double y = l.plain.y[i];
-                if (y == kSysmis)
-                    continue;
-                yLo = std::min(yLo, y), yHi = std::max(yHi, y);
-                if (!s.xCategorical)
-                    xLo = std::min(xLo, l.plain.x[i]), xHi = std::max(xHi, l.plain.x[i]);
-            }
+            widenByPlainPoints(l.plain, xLo, xHi, yLo, yHi);
         for (auto const& m : l.rows) {
             anyBinnedX |= m.binned;
             if (m.y == kSysmis)
