@@ -95,3 +95,18 @@ TEST(PlainPoints, ScaleLimitsAndLogScalesLeaveOutTheSameCases) {
               std::string::npos)
         << logged.warnings.front();
 }
+
+TEST(PlainPoints, AColourNamedByATextKeepsItsLegendEntry) {
+    VarDataProcessor vdp;
+    fillCases(vdp);
+    XDocument doc(
+        "SOURCE: s=userSource(id(\"g\"))\n"
+        "DATA: x=col(source(s), name(\"x\"))\n"
+        "DATA: y=col(source(s), name(\"y\"))\n"
+        "ELEMENT: point(position(x*y), color.interior(\"Observed\"))",
+        true, true);
+    auto s = test::scene(doc, &vdp);
+    auto labels = test::marks(s, "legend-label");
+    ASSERT_EQ(labels.size(), 1u);
+    EXPECT_EQ(labels[0].text, "Observed");
+}

@@ -575,9 +575,9 @@ bool LayerBuilder::plainPoints(Plan const& p, Columns const& cols) const {
     bool plainChart = spec_.elements.size() == 1 && spec_.dims != 3 && !spec_.totalFit &&
                       !spec_.subgroupFit && !spec_.dataLabels.on;
     bool plainElement = el.type == "point" && el.modifier.empty() && !literalLabel(el) &&
-                        !countColor(el) && !p.summary && !p.density && !p.twoWay &&
-                        p.outerStatistic.empty() && p.pos.statistic.empty() && !p.pos.binned &&
-                        p.pos.nests.empty();
+                        !literalColor(el) && !countColor(el) && !p.summary && !p.density &&
+                        !p.twoWay && p.outerStatistic.empty() && p.pos.statistic.empty() &&
+                        !p.pos.binned && p.pos.nests.empty();
     bool twoValues = cols.x && !cols.x->categorical && cols.ys.size() == 1 &&
                      !cols.ys[0].second.categorical && cols.ys[0].second.size() == cols.x->size() &&
                      cols.x->size() >= kPlainPointsMin;
@@ -597,11 +597,9 @@ void LayerBuilder::takePlainPoints(Columns& cols, Layer& layer) {
     for (std::size_t r = 0; r < plain.y.size(); ++r)
         if (!x.present(r) || !y.present(r))
             plain.y[r] = kSysmis;
-    // As the rows of such a layer would be: one series named by the variable, a text colour
-    // of the element as its one category.
+    // As the rows of such a layer would be: one series, named by the variable.
     layer.series.keys.push_back(cols.ys[0].first);
     plain.proto.series = 0;
-    plain.proto.color = literalColor(*layer.element) ? 0 : -1;
     plain.on = true;
 }
 
