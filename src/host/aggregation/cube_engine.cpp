@@ -27,6 +27,52 @@ struct StringHash {
     std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
 };
 
+// Cells by their category numbers where a grid would be too big: open addressing over the
+// numbers each cell already keeps (`ids`, n per cell), so a cell costs two four-byte slots.
+class CellHash {
+public:
+    void clear() {
+        slots_.clear();
+        count_ = 0;
+    }
+    long find(std::uint32_t const* key, std::size_t n, std::vector<std::uint32_t> const& ids) const {
+        if (slots_.empty()) return -1;
+        std::size_t const mask = slots_.size() - 1;
+        for (std::size_t at = hash(key, n) & mask;; at = (at + 1) & mask) {
+            std::uint32_t const slot = slots_[at];
+            if (slot == 0) return -1;
+            if (std::equal(key, key + n, ids.data() + std::size_t(slot - 1) * n)) return long(slot - 1);
+        }
+    }
+    // Cells come in order: `cell` is the count so far, its numbers already in `ids`.
+    void add(std::uint32_t cell, std::size_t n, std::vector<std::uint32_t> const& ids) {
+        if ((count_ + 1) * 2 > slots_.size()) {
+            slots_.assign(std::max<std::size_t>(16, slots_.size() * 2), 0);
+            for (std::uint32_t c = 0; c < count_; ++c) place(c, n, ids);
+        }
+        place(cell, n, ids);
+        ++count_;
+    }
+
+private:
+    static std::size_t hash(std::uint32_t const* key, std::size_t n) {
+        std::uint64_t h = 0x9E3779B97F4A7C15ull;
+        for (std::size_t d = 0; d < n; ++d) {
+            h = (h ^ key[d]) * 0xFF51AFD7ED558CCDull;
+            h ^= h >> 32;
+        }
+        return static_cast<std::size_t>(h);
+    }
+    void place(std::uint32_t cell, std::size_t n, std::vector<std::uint32_t> const& ids) {
+        std::size_t const mask = slots_.size() - 1;
+        std::size_t at = hash(ids.data() + std::size_t(cell) * n, n) & mask;
+        while (slots_[at] != 0) at = (at + 1) & mask;
+        slots_[at] = cell + 1;
+    }
+    std::vector<std::uint32_t> slots_;  // cell + 1, 0 for none
+    std::uint32_t count_ = 0;
+};
+
 // What the engine knows of one dictionary variable.
 struct Column {
     OBS const* cells = nullptr;  // the host's column, when the iterator is the host's own
@@ -160,6 +206,30 @@ struct TableDimension::Data {
         return record.category.id;
     }
 
+    // Texts in byte order over their first `bytes` bytes. The first eight, read as a
+    // big-endian number, sort beside each pointer; only ties look further.
+    static void sortTexts(std::vector<AggregationCategory const*>& sorted, std::uint32_t bytes) {
+        struct Keyed {
+            std::uint64_t head;
+            AggregationCategory const* category;
+        };
+        auto text = [](AggregationCategory const* c) { return reinterpret_cast<unsigned char const*>(c->value); };
+        std::vector<Keyed> keyed;
+        keyed.reserve(sorted.size());
+        for (auto const* c : sorted) {
+            unsigned char first[8] = {};
+            std::memcpy(first, text(c), std::min<std::uint32_t>(bytes, 8));
+            std::uint64_t head = 0;
+            for (unsigned char b : first) head = (head << 8) | b;
+            keyed.push_back({head, c});
+        }
+        std::sort(keyed.begin(), keyed.end(), [&](Keyed const& a, Keyed const& b) {
+            if (a.head != b.head) return a.head < b.head;
+            return bytes > 8 && std::memcmp(text(a.category) + 8, text(b.category) + 8, bytes - 8) < 0;
+        });
+        for (std::size_t i = 0; i < keyed.size(); ++i) sorted[i] = keyed[i].category;
+    }
+
     std::vector<AggregationCategory const*> const& categories() {
         if (!dirty) return sorted;
         sorted.clear();
@@ -171,12 +241,16 @@ struct TableDimension::Data {
         if (byMember) {
             std::sort(sorted.begin(), sorted.end(), [&](auto a, auto b) { return byId(a).member < byId(b).member; });
         } else if (isString) {
-            std::uint32_t const bytes = keyBytes;
-            std::sort(sorted.begin(), sorted.end(), [bytes](auto a, auto b) {
-                return std::memcmp(a->value, b->value, bytes) < 0;
-            });
+            sortTexts(sorted, keyBytes);
         } else {
-            std::sort(sorted.begin(), sorted.end(), [](auto a, auto b) { return *a->value < *b->value; });
+            // By value, sorted beside their pointers: a million categories are not looked up
+            // through their records at every comparison.
+            std::vector<std::pair<double, AggregationCategory const*>> keyed;
+            keyed.reserve(sorted.size());
+            for (auto const* c : sorted) keyed.emplace_back(*c->value, c);
+            std::sort(keyed.begin(), keyed.end(),
+                      [](auto const& a, auto const& b) { return a.first < b.first; });
+            for (std::size_t i = 0; i < keyed.size(); ++i) sorted[i] = keyed[i].second;
         }
         dirty = false;
         return sorted;
@@ -339,7 +413,7 @@ struct CubeAggregator::Engine {
     std::vector<int> bits;     // per dimension: the grid holds 2^bits categories
     std::vector<std::uint32_t> grid;  // cell + 1, 0 for none
     bool hashed = false;
-    std::unordered_map<std::string, std::uint32_t, StringHash, std::equal_to<>> cellMap;
+    CellHash cellMap;
     std::string key;
 
     bool fast = false;
@@ -656,9 +730,7 @@ void CubeAggregator::Engine::regrid() {
         grid.clear();
         cellMap.clear();
         std::size_t const n = dimensions.size();
-        for (std::uint32_t cell = 0; cell < cells.size(); ++cell) {
-            cellMap.emplace(std::string(reinterpret_cast<char const*>(cellIds.data() + cell * n), n * 4), cell);
-        }
+        for (std::uint32_t cell = 0; cell < cells.size(); ++cell) cellMap.add(cell, n, cellIds);
         return;
     }
     grid.assign(std::size_t{1} << total, 0);
@@ -672,11 +744,7 @@ void CubeAggregator::Engine::regrid() {
 
 long CubeAggregator::Engine::findCell(std::uint32_t const* ids) {
     std::size_t const n = dimensions.size();
-    if (hashed) {
-        key.assign(reinterpret_cast<char const*>(ids), n * 4);
-        auto it = cellMap.find(key);
-        return it == cellMap.end() ? -1 : static_cast<long>(it->second);
-    }
+    if (hashed) return cellMap.find(ids, n, cellIds);
     std::size_t index = 0;
     for (std::size_t d = 0; d < n; ++d) {
         if (ids[d] >= (1u << bits[d])) return -1;
@@ -725,7 +793,7 @@ std::uint32_t CubeAggregator::Engine::findOrCreateCell(std::uint32_t const* ids)
     stored.resize(stored.size() + slots.size());
     limitCounts.resize(limitCounts.size() + limits.size(), 0.0);
     if (hashed) {
-        cellMap.emplace(std::string(reinterpret_cast<char const*>(ids), n * 4), cell);
+        cellMap.add(cell, n, cellIds);
     } else {
         std::size_t index = 0;
         for (std::size_t d = 0; d < n; ++d) index = (index << bits[d]) | ids[d];

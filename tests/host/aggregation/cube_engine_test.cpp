@@ -324,6 +324,20 @@ TEST(CubeEngine, CombinationsAreAskedForByTheirFirstCategories) {
 
 // Texts of up to eight bytes are looked up by their bytes as one number; wider ones by text.
 // Both must give the same categories, user-missing texts and all.
+TEST(CubeEngine, WideTextsSortByEveryByteWithHighBytesLast) {
+    test::CaseBuilder data(6);
+    int s = data.text("s", 12, {"abcdefgh2", "abcdefgh10", "abcdefgh1", "\xc3\xa9t\xc3\xa9", "b", "B"});
+    AggregationVariable byS(s, "s");
+    Cube cube(data, {&byS}, {stat(Codes::STAT_COUNT, -1)}, false, true);
+    std::vector<std::string> got;
+    for (auto const* t : cube.categories(0)) {
+        std::string text(reinterpret_cast<char const*>(t->value), 12);
+        got.push_back(text.substr(0, text.find_last_not_of(std::string(" \0", 2)) + 1));
+    }
+    std::vector<std::string> const want{"B", "abcdefgh1", "abcdefgh10", "abcdefgh2", "b", "\xc3\xa9t\xc3\xa9"};
+    EXPECT_EQ(got, want);
+}
+
 TEST(CubeEngine, ShortAndWideTextBreaksGiveTheSameCells) {
     for (int width : {4, 8, 12}) {
         test::CaseBuilder data(7);

@@ -102,6 +102,22 @@ TEST(ChartRefusals, MoreCategoriesOrPanelsThanAPageShowsAreRefused) {
     auto sh = test::scene(shapes, &many);
     EXPECT_TRUE(test::marks(sh, "point").empty());
     EXPECT_TRUE(warned(sh, "line 4: 'k' has 32,768 categories, more than the 32767"));
+
+    // Far more than that: the reading stops at the first category too many, and says so.
+    for (int i = 32768; i < 40000; ++i) {
+        many.SetVariableValue("g", "k", unsigned(i), double(i));
+        many.SetVariableValue("g", "v", unsigned(i), double(i));
+    }
+    XDocument wide(kHead +
+                       "DATA: k=col(source(s), name(\"k\"), unit.category())\n"
+                       "DATA: v=col(source(s), name(\"v\"))\n"
+                       "ELEMENT: interval(position(k*v))",
+                   true, true);
+    auto b = test::scene(wide, &many);
+    EXPECT_TRUE(test::marks(b, "bar").empty());
+    EXPECT_TRUE(warned(b,
+                       "line 4: 'k' has more than the 32767 categories that a chart can tell "
+                       "apart"));
 }
 
 TEST(ChartRefusals, ScaleArgumentsThatCannotBeUsedAreNamed) {

@@ -39,7 +39,8 @@ std::string const& Column::key(std::size_t r) const {
     return values[static_cast<std::size_t>(codes[r])];
 }
 
-std::optional<Column> DataView::column(std::string const& name, std::string& error) const {
+std::optional<Column> DataView::column(std::string const& name, std::string& error,
+                                       std::size_t maxCategories) const {
     ChartVariableRecord const* var = nullptr;
     for (auto const& v : model_.variables)
         if (v.name == name) {
@@ -104,6 +105,10 @@ std::optional<Column> DataView::column(std::string const& name, std::string& err
         }
         if (!c.missing[r] && !notIn.empty() && notIn.count(c.key(r)))
             c.missing[r] = 1;
+        if (c.values.size() > maxCategories && r + 1 < n) {
+            c.tooManyCategories = true;  // no chart shows them: the rest is not worth reading
+            break;
+        }
     }
     return c;
 }

@@ -3,6 +3,7 @@
 // codes into a table of their values, so that later stages group and look up by code and a
 // million rows carry no text of their own.
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -26,6 +27,9 @@ struct Column {
     std::vector<std::int32_t> codes;    // categories: an index into `values`, -1 for none
     std::vector<std::string> values;    // the category keys, in the order they are met
     std::vector<std::uint8_t> missing;  // 1: missing or left out (notIn)
+    // Reading stopped at the category past the most the caller could use: `values` holds that
+    // many and one, the rows are not all read.
+    bool tooManyCategories = false;
 
     std::size_t size() const { return missing.size(); }
     bool present(std::size_t r) const { return r < missing.size() && !missing[r]; }
@@ -38,8 +42,10 @@ class DataView {
 public:
     DataView(ChartModel const& model, VarDataProcessor const* data) : model_(model), data_(data) {}
 
-    // The column of a chart variable; nothing, with `error`, when the rows lack it.
-    std::optional<Column> column(std::string const& name, std::string& error) const;
+    // The column of a chart variable; nothing, with `error`, when the rows lack it. Reading
+    // stops once a categorical column has more than `maxCategories` categories.
+    std::optional<Column> column(std::string const& name, std::string& error,
+                                 std::size_t maxCategories = SIZE_MAX) const;
 
 private:
     // Variables that no supplied column holds: TRANS results, iter sequences, and the rows of

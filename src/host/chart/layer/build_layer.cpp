@@ -213,8 +213,8 @@ bool LayerBuilder::loadColumns(Plan const& plan, Columns& cols) {
     auto const& factors = plan.factors;
     bool ok = true;
     std::string err;
-    auto load = [&](std::string const& name) -> std::optional<Column> {
-        auto c = view_.column(name, err);
+    auto load = [&](std::string const& name, std::size_t most) -> std::optional<Column> {
+        auto c = view_.column(name, err, most);
         if (!c)
             warn(element, err);
         ok &= c.has_value();
@@ -225,24 +225,25 @@ bool LayerBuilder::loadColumns(Plan const& plan, Columns& cols) {
             warn(element, "blends on the first dimension are not supported yet");
             return false;
         }
-        cols.x = load(factors[0].names[0]);
+        cols.x = load(factors[0].names[0], kMaxSmallKeys);
     }
     if (!factors[1].unity && !(plan.countOnly && !plan.twoWay))
         for (auto const& n : factors[1].names)
-            if (auto c = load(n))
+            if (auto c = load(n, SIZE_MAX))
                 cols.ys.emplace_back(n, std::move(*c));
     if (!plan.countOnly && !plan.density && factors[1].unity) {
         warn(element, "the second dimension of position needs a variable");
         return false;
     }
-    auto loadFactor = [&](std::size_t i, std::optional<Column>& into) {
+    auto loadFactor = [&](std::size_t i, std::optional<Column>& into,
+                          std::size_t most = kMaxSmallKeys) {
         if (i < factors.size() && !factors[i].unity && factors[i].names.size() == 1)
-            into = load(factors[i].names[0]);
+            into = load(factors[i].names[0], most);
     };
     if (plan.clusterIndex < factors.size())
         loadFactor(plan.clusterIndex, cols.cluster);
     if (plan.depthIndex < factors.size()) {
-        loadFactor(plan.depthIndex, cols.depth);
+        loadFactor(plan.depthIndex, cols.depth, SIZE_MAX);
         // Bars stand in the cells of two categorical dimensions; points take continuous ones.
         bool bars = element.type == "interval";
         bool xFits = !cols.x || cols.x->categorical == bars;
@@ -270,10 +271,11 @@ bool LayerBuilder::loadAesthetics(Plan const& plan, Columns& cols) {
     ElementSpec const& element = *plan.element;
     bool ok = true;
     std::string err;
-    auto aesthetic = [&](Node const* call, std::optional<Column>& into) {
+    auto aesthetic = [&](Node const* call, std::optional<Column>& into,
+                         std::size_t most = kMaxSmallKeys) {
         if (call && !call->args.empty() && call->args[0].kind == Node::Kind::Name &&
             call->args[0].name.find('.') == std::string::npos) {
-            into = view_.column(call->args[0].name, err);
+            into = view_.column(call->args[0].name, err, most);
             if (!into)
                 warn(element, err);
             ok &= into.has_value();
@@ -284,7 +286,7 @@ bool LayerBuilder::loadAesthetics(Plan const& plan, Columns& cols) {
         aesthetic(element.shade, cols.color);
     aesthetic(element.size, cols.size);
     aesthetic(element.exterior, cols.exterior);
-    aesthetic(element.transparency, cols.transparency);
+    aesthetic(element.transparency, cols.transparency, SIZE_MAX);
     aesthetic(element.shape, cols.shape);
     if (element.texture) {
         // A texture's categories take the place of shapes, which a filled shape does not have.
@@ -302,7 +304,7 @@ bool LayerBuilder::loadAesthetics(Plan const& plan, Columns& cols) {
         else
             aesthetic(element.texture, cols.shape);
     }
-    aesthetic(element.label, cols.label);
+    aesthetic(element.label, cols.label, SIZE_MAX);
     bool labelled = element.type == "point" || element.type == "interval";
     if (!element.label && !spec_.dataLabels.variable.empty() && labelled) {
         cols.label = view_.column(spec_.dataLabels.variable, err);
@@ -344,12 +346,18 @@ bool LayerBuilder::checkColumns(Plan const& plan, Columns& cols) {
     for (auto const* c : {&cols.x, &cols.color, &cols.cluster, &cols.panelCol, &cols.panelRow,
                           &cols.shape, &cols.split, &cols.size, &cols.exterior})
         if (*c && (*c)->categorical && (*c)->values.size() > std::size_t(kMaxSmallKeys)) {
-            warn(element, fmt::format("'{}' has {} categories, more than the {} that a chart can "
-                                      "tell apart on an axis, by colour, cluster, panel, shape, "
-                                      "size or outline; nothing is drawn",
-                                      (*c)->var ? (*c)->var->name : std::string("a variable"),
-                                      formatNumber(double((*c)->values.size()), NumberFormat{}),
-                                      kMaxSmallKeys));
+            // Reading stopped past the limit: how many there are in all is not known.
+            std::string count =
+                (*c)->tooManyCategories
+                    ? fmt::format("more than the {} categories", kMaxSmallKeys)
+                    : fmt::format("{} categories, more than the {}",
+                                  formatNumber(double((*c)->values.size()), NumberFormat{}),
+                                  kMaxSmallKeys);
+            warn(element,
+                 fmt::format("'{}' has {} that a chart can tell apart on an axis, by "
+                             "colour, cluster, panel, shape, size or outline; nothing "
+                             "is drawn",
+                             (*c)->var ? (*c)->var->name : std::string("a variable"), count));
             return false;
         }
     if (cols.split && std::max<std::size_t>(1, cols.ys.size()) * cols.split->values.size() >
