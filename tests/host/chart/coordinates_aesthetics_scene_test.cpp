@@ -210,6 +210,13 @@ TEST(AestheticsScene, TexturesHatchBarsAndTheirSwatches) {
         return std::atan2(m.points[1].y - m.points[0].y, m.points[1].x - m.points[0].x);
     };
     EXPECT_NE(slope(hatching["b"][0]), slope(hatching["c"][0]));
+    // The hatching stops short of each bar's edges, which stay clean.
+    for (auto const& b : bars)
+        for (auto const& h : hatching[b.category])
+            for (auto const& p : h.points) {
+                EXPECT_GE(std::min(p.x - b.x, b.x + b.w - p.x), 0.5) << b.category;
+                EXPECT_GE(std::min(p.y - b.y, b.y + b.h - p.y), 0.5) << b.category;
+            }
     // An area's hatching is cut to its outline (b's is a triangle under y = x).
     auto area = sceneOf(kXY + "ELEMENT: area(position(x*y), texture.pattern.interior(c))\n" +
                             "DATA: c=col(source(s), name(\"c\"), unit.category())",

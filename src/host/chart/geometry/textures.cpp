@@ -10,8 +10,11 @@ namespace host::chart {
 
 namespace {
 
-// The parts of the segment a-b inside the polygon (even-odd), added to the batch.
+// The parts of the segment a-b inside the polygon (even-odd), added to the batch. Each part
+// stops a pixel short of the outline, so that the shape's border is drawn clean over its
+// hatching rather than crossed by it.
 void addInside(Batch& b, Point a, Point e, std::vector<Point> const& poly) {
+    constexpr double kInset = 1;
     std::vector<double> cuts;
     double dx = e.x - a.x, dy = e.y - a.y;
     for (std::size_t i = 0; i < poly.size(); ++i) {
@@ -26,10 +29,12 @@ void addInside(Batch& b, Point a, Point e, std::vector<Point> const& poly) {
             cuts.push_back(t);
     }
     std::sort(cuts.begin(), cuts.end());
-    for (std::size_t i = 0; i + 1 < cuts.size(); i += 2)
-        if (cuts[i + 1] - cuts[i] > 1e-9)
-            b.addPath({a.x + cuts[i] * dx, a.y + cuts[i] * dy},
-                      {a.x + cuts[i + 1] * dx, a.y + cuts[i + 1] * dy});
+    double const pad = kInset / std::hypot(dx, dy);
+    for (std::size_t i = 0; i + 1 < cuts.size(); i += 2) {
+        double const from = cuts[i] + pad, to = cuts[i + 1] - pad;
+        if (to - from > 1e-9)
+            b.addPath({a.x + from * dx, a.y + from * dy}, {a.x + to * dx, a.y + to * dy});
+    }
 }
 
 }  // namespace
