@@ -1,13 +1,12 @@
 #include "host/clickhouse/connection.h"
 
-#include <curl/curl.h>
+#include "host/clickhouse/http_client.h"
 
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <mutex>
 
 namespace host::clickhouse {
 
@@ -131,10 +130,11 @@ Connection::Connection(Address address, Credentials credentials)
 }
 
 Answer Connection::query(std::string const& sql) const {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
     Answer answer;
-    CURL* curl = curl_easy_init();
+    HttpClient const* http = httpClient(answer.error);
+    if (http == nullptr)
+        return answer;
+    CURL* curl = http->easyInit();
     if (curl == nullptr) {
         answer.error = "the HTTP client could not be started";
         return answer;
@@ -143,37 +143,37 @@ Answer Connection::query(std::string const& sql) const {
     std::string const url = "http://" + address_.host + ":" + std::to_string(address_.port) +
                             "/?max_execution_time=" + std::to_string(timeoutSeconds_);
     char errorText[CURL_ERROR_SIZE] = {0};
-    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl, CURLOPT_POST, 1L);
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, sql.data());
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(sql.size()));
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, collect);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
-    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, errorText);
-    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 5000L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, timeoutSeconds_);
-    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
+    http->easySetopt(curl, CURLOPT_URL, url.c_str());
+    http->easySetopt(curl, CURLOPT_POST, 1L);
+    http->easySetopt(curl, CURLOPT_POSTFIELDS, sql.data());
+    http->easySetopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(sql.size()));
+    http->easySetopt(curl, CURLOPT_WRITEFUNCTION, collect);
+    http->easySetopt(curl, CURLOPT_WRITEDATA, &answer.body);
+    http->easySetopt(curl, CURLOPT_ERRORBUFFER, errorText);
+    http->easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 5000L);
+    http->easySetopt(curl, CURLOPT_TIMEOUT, timeoutSeconds_);
+    http->easySetopt(curl, CURLOPT_NOSIGNAL, 1L);
+    http->easySetopt(curl, CURLOPT_ACCEPT_ENCODING, "");
     if (!credentials_.user.empty()) {
-        curl_easy_setopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
-        curl_easy_setopt(curl, CURLOPT_USERNAME, credentials_.user.c_str());
-        curl_easy_setopt(curl, CURLOPT_PASSWORD, credentials_.password.c_str());
+        http->easySetopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
+        http->easySetopt(curl, CURLOPT_USERNAME, credentials_.user.c_str());
+        http->easySetopt(curl, CURLOPT_PASSWORD, credentials_.password.c_str());
     }
     auto const started = std::chrono::steady_clock::now();
-    CURLcode const code = curl_easy_perform(curl);
+    CURLcode const code = http->easyPerform(curl);
     if (!environment("GGRAPH_CLICKHOUSE_TRACE").empty()) {
         std::chrono::duration<double> const took = std::chrono::steady_clock::now() - started;
         std::cerr << "clickhouse query: " << took.count() << " s, " << answer.body.size()
                   << " bytes: " << sql.substr(0, 300) << (sql.size() > 300 ? "..." : "") << "\n";
     }
     long status = 0;
-    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-    curl_easy_cleanup(curl);
+    http->easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    http->easyCleanup(curl);
     std::string const where = address_.host + ":" + std::to_string(address_.port);
     if (code != CURLE_OK) {
         answer.error =
             "the server at " + where + " did not answer: " +
-            (errorText[0] != 0 ? std::string(errorText) : std::string(curl_easy_strerror(code)));
+            (errorText[0] != 0 ? std::string(errorText) : std::string(http->easyStrerror(code)));
         answer.body.clear();
         return answer;
     }
