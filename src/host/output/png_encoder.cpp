@@ -64,6 +64,24 @@ void filterRow(PngFilter filter, unsigned char const* row, unsigned char const* 
     }
 }
 
+// Deflates what `z` holds with `flush`, growing `out` as it fills. A chart compresses to a few
+// per cent of its pixels: room for the worst case would only be zeroed pages never written.
+bool deflateInto(z_stream& z, int flush, std::vector<unsigned char>& out) {
+    for (;;) {
+        if (z.avail_out == 0) {
+            std::size_t const used = out.size();  // full
+            out.resize(std::max<std::size_t>(used * 2, 64 * 1024));
+            z.next_out = out.data() + used;
+            z.avail_out = static_cast<uInt>(out.size() - used);
+        }
+        int const status = deflate(&z, flush);
+        if (status == Z_STREAM_ERROR)
+            return false;
+        if (flush == Z_FINISH ? status == Z_STREAM_END : z.avail_in == 0 && z.avail_out != 0)
+            return true;
+    }
+}
+
 void compressBand(PixelRows const& pixels, PngSettings const& settings, bool last, Band& band) {
     std::size_t const bytes = static_cast<std::size_t>(pixels.width) * 3;
     std::vector<unsigned char> row(bytes), above(bytes), line(bytes + 1);
@@ -74,9 +92,7 @@ void compressBand(PixelRows const& pixels, PngSettings const& settings, bool las
         band.ok = false;
         return;
     }
-    band.compressed.resize(deflateBound(&z, (bytes + 1) * band.rows) + 16);
-    z.next_out = band.compressed.data();
-    z.avail_out = static_cast<uInt>(band.compressed.size());
+    z.avail_out = 0;  // deflateInto makes the first room
     if (band.firstRow > 0)
         toRgb(pixels, band.firstRow - 1, above.data());
     for (int r = 0; r < band.rows && band.ok; ++r) {
@@ -89,8 +105,7 @@ void compressBand(PixelRows const& pixels, PngSettings const& settings, bool las
         z.avail_in = static_cast<uInt>(line.size());
         bool const end = r + 1 == band.rows;
         int const flush = !end ? Z_NO_FLUSH : last ? Z_FINISH : Z_SYNC_FLUSH;
-        int const status = deflate(&z, flush);
-        band.ok = z.avail_in == 0 && (status == Z_OK || status == Z_STREAM_END);
+        band.ok = deflateInto(z, flush, band.compressed);
         row.swap(above);
     }
     band.compressed.resize(band.compressed.size() - z.avail_out);
