@@ -34,6 +34,26 @@ std::int32_t LayerBuilder::labelCode(Columns const& cols, Layer& layer, std::siz
     return it->second;
 }
 
+// The values of a case's continuous colour, transparency and size, each widening its domain;
+// false when the case lacks one of them (it is not drawn).
+bool LayerBuilder::continuousValues(Columns const& cols, Layer const& layer, std::size_t r,
+                                    Row& m) {
+    auto take = [&](bool used, std::optional<Column> const& c, float& into, double& lo, double& hi,
+                    bool& seen) {
+        if (!used)
+            return true;
+        if (!c->present(r))
+            return false;
+        into = static_cast<float>(c->numbers[r]);
+        widen(lo, hi, into, seen);
+        return true;
+    };
+    return take(layer.colorScale, cols.color, m.cval, out_.colorLo, out_.colorHi, colorSeen_) &&
+           take(layer.alphaScale, cols.transparency, m.tval, out_.alphaLo, out_.alphaHi,
+                alphaSeen_) &&
+           take(layer.sizeScale, cols.size, m.sval, out_.sizeLo, out_.sizeHi, sizeSeen_);
+}
+
 void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& layer) {
     auto const& x = cols.x;
     std::size_t n = x ? x->size() : 0;
@@ -121,24 +141,8 @@ void LayerBuilder::collectRows(Plan const& plan, Columns const& cols, Layer& lay
                        : layer.yCategorical ? double(yc->codes[r])
                                             : yc->numbers[r];
             m.label = labelCode(cols, layer, r);
-            if (layer.colorScale) {
-                if (!cols.color->present(r))
-                    continue;
-                m.cval = static_cast<float>(cols.color->numbers[r]);
-                widen(out_.colorLo, out_.colorHi, m.cval, colorSeen_);
-            }
-            if (layer.alphaScale) {
-                if (!cols.transparency->present(r))
-                    continue;
-                m.tval = static_cast<float>(cols.transparency->numbers[r]);
-                widen(out_.alphaLo, out_.alphaHi, m.tval, alphaSeen_);
-            }
-            if (layer.sizeScale) {
-                if (!cols.size->present(r))
-                    continue;
-                m.sval = static_cast<float>(cols.size->numbers[r]);
-                widen(out_.sizeLo, out_.sizeHi, m.sval, sizeSeen_);
-            }
+            if (!continuousValues(cols, layer, r, m))
+                continue;
             double w = 1;
             if (cols.weight) {
                 if (!cols.weight->present(r) || !(cols.weight->numbers[r] > 0))

@@ -102,6 +102,7 @@ private:
     void noteVariables(Plan const& plan, Columns const& cols);
     void setTables(Plan const& plan, Columns const& cols, Layer& layer);
     void collectRows(Plan const& plan, Columns const& cols, Layer& layer);
+    bool continuousValues(Columns const& cols, Layer const& layer, std::size_t r, Row& m);
     bool plainPoints(Plan const& plan, Columns const& cols) const;
     static void takePlainPoints(Columns& cols, Layer& layer);
     void addCase(Plan const& plan, Columns const& cols, Column const* yc, Row m, std::size_t r,
