@@ -1,5 +1,5 @@
 #pragma once
-// The JSON chart sender: a chart given as a JSON chart specification (a file, or a template text
+// The JSON chart sender: a chart given as JSON (a file, or a template text
 // with GeoJSON files for its map layers), drawn by the chart engine and put into the output.
 
 #include <memory>
@@ -12,9 +12,9 @@ public:
     xLume(xLume const&) = delete;
     xLume& operator=(xLume const&) = delete;
 
-    // Reads the specification from the named file; false when it cannot be read.
+    // Reads the JSON chart from the named file; false when it cannot be read.
     bool setViZJSON(std::string const& file);
-    // The specification's text itself.
+    // The JSON chart's text itself.
     void setViZJSONTemplate(std::string const& text);
     // A GeoJSON file for the template's map layers; false when it cannot be read.
     bool addGeoJSON(std::string const& file);

@@ -46,7 +46,7 @@ struct Projection {
 // or that goes once around the pole, comes back whole.
 std::vector<Ring> cutAtSeam(Ring const& ring, double lon0);
 
-// A projection by its GPL or specification name ("equalEarth", "albersUsa", "albers",
+// A projection by its GPL or JSON chart name ("equalEarth", "albersUsa", "albers",
 // "equirectangular", without regard to case); nothing for an unknown name.
 std::optional<Projection> projectionByName(std::string const& name);
 

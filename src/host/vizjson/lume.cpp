@@ -52,7 +52,7 @@ void xLume::sendChart() const {
     for (auto const& w : translation.warnings) out.addMessage(2, "JSON chart: " + w);
     if (translation.gpl.empty()) {
         out.addMessage(
-            2, "JSON chart: the specification has nothing this engine can draw; no chart is made");
+            2, "JSON chart: the chart has nothing this engine can draw; no chart is made");
         return;
     }
     XDocument document(translation.gpl, true, true);

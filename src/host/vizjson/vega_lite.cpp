@@ -20,7 +20,7 @@ namespace {
 
 constexpr char const* kChannels[] = {"x",     "y",     "color",     "size",
                                      "shape", "theta", "longitude", "latitude"};
-// Keys of a specification that change nothing in the picture this engine draws.
+// Keys of a JSON chart that change nothing in the picture this engine draws.
 constexpr char const* kQuiet[] = {"$schema",    "description", "name",     "autosize",
                                   "background", "padding",     "usermeta", "config"};
 constexpr char const* kAggregates[] = {"count", "sum", "mean", "average", "median", "min", "max"};
@@ -515,7 +515,7 @@ Translation translate(json const& spec, std::string const& folder,
     Translation t;
     t.rows = std::make_unique<VarDataProcessor>();
     if (!spec.is_object()) {
-        t.warnings.push_back("the specification is not a JSON object");
+        t.warnings.push_back("the JSON chart is not a JSON object");
         return t;
     }
     warnUnknownKeys(spec, t.warnings, true);
@@ -628,7 +628,7 @@ Translation translateText(std::string const& text, std::string const& folder,
     try {
         return translate(spec, folder, geoJson);
     } catch (json::exception const& e) {
-        // A value of an unexpected JSON type somewhere deep in the specification.
+        // A value of an unexpected JSON type somewhere deep in the JSON chart.
         Translation t;
         t.rows = std::make_unique<VarDataProcessor>();
         t.warnings.push_back(fmt::format("the JSON chart could not be read: {}", e.what()));

@@ -1,5 +1,5 @@
 #pragma once
-// JSON chart specifications (a Vega-Lite subset) translated into the engine's own terms: a GPL
+// JSON charts (a Vega-Lite subset) translated into the engine's own terms: a GPL
 // program and the rows it draws. Marks bar, line, area, point, rect, arc and geoshape; encodings
 // x, y, color, size, shape and theta with aggregate, bin and timeUnit; inline data.values and
 // data.url to a CSV or JSON file; layers. What the subset does not cover is named in a warning.
@@ -23,7 +23,7 @@ struct Translation {
     std::unique_ptr<VarDataProcessor> rows;
     std::vector<std::pair<std::string, std::string>> maps;  // name and GeoJSON text, for vizMap
     std::vector<std::string> warnings;
-    std::string description;  // the specification's title
+    std::string description;  // the JSON chart's title
 };
 
 // `geoJson` are the GeoJSON texts that the geoshape layers take, in order, in place of their
