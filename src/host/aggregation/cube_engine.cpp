@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstring>
 #include <deque>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -178,6 +180,9 @@ struct TableDimension::Data {
     std::unordered_map<std::string, std::uint32_t, StringHash, std::equal_to<>> texts;
     ShortTextTable shortTexts;  // the texts of a dimension whose keys fit in eight bytes
     std::vector<std::int32_t> members;  // dichotomy member position -> number + 1
+    // Cubes over this dimension that hold cases not yet counted: asked to count them before
+    // the categories are read. A cube that is gone no longer answers.
+    std::vector<std::weak_ptr<std::function<void()>>> pendingCubes;
 
     void clear() {
         records.clear();
@@ -231,6 +236,8 @@ struct TableDimension::Data {
     }
 
     std::vector<AggregationCategory const*> const& categories() {
+        for (auto const& cube : pendingCubes)
+            if (auto const flush = cube.lock()) (*flush)();
         if (!dirty) return sorted;
         sorted.clear();
         for (Record const& record : records) {
@@ -418,6 +425,14 @@ struct CubeAggregator::Engine {
 
     bool fast = false;
     bool plainSums = false;  // one slot, no limits, no stored values
+    // Cases of the fast shape are counted in runs: the cases of consecutive rows wait here
+    // until something reads the cube (or its categories), then go in one loop.
+    std::int64_t pendingBegin = 0;
+    std::int64_t pendingEnd = 0;
+    std::shared_ptr<std::function<void()>> flusher;
+    void flushPending();
+    void addRowsFast(std::int64_t begin, std::int64_t end);
+    void addRowsOneBreak(std::int64_t begin, std::int64_t end);
     double sysmis = 0.0;
     std::vector<FastBreak> fastBreaks;
     std::vector<FastSlot> fastSlots;
@@ -604,9 +619,104 @@ void CubeAggregator::Engine::bindFast() {
         fastSlots.clear();
     }
     plainSums = fast && slots.size() == 1 && limits.empty() && !slots[0].keepValues;
+    if (fast) {
+        flusher = std::make_shared<std::function<void()>>([this] { flushPending(); });
+        for (Dimension& dimension : dimensions) dimension.data->pendingCubes.push_back(flusher);
+    }
+}
+
+void CubeAggregator::Engine::flushPending() {
+    if (pendingBegin == pendingEnd)
+        return;
+    std::int64_t const begin = pendingBegin;
+    std::int64_t const end = pendingEnd;
+    pendingBegin = pendingEnd = 0;
+    addRowsFast(begin, end);
+}
+
+void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
+    if (plainSums && fastBreaks.size() == 1 && !hashed) {
+        addRowsOneBreak(begin, end);
+        return;
+    }
+    for (std::int64_t row = begin; row < end; ++row) addCaseFast(row);
+}
+
+// The commonest pass of all, one break variable and one summary variable: the same sums as
+// addCaseFast, in the same order, with the case counts kept as integers until the run ends.
+void CubeAggregator::Engine::addRowsOneBreak(std::int64_t begin, std::int64_t end) {
+    FastSlot const& slot = fastSlots[0];
+    FastBreak& fastBreak = fastBreaks[0];
+    std::vector<std::int64_t> counts(cells.size());
+    for (std::int64_t row = begin; row < end; ++row) {
+        double const x = slot.cells[row];
+        bool const valid = x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+        if (!valid && !variablewise)
+            continue;
+        std::uint32_t id;
+        if (fastBreak.text) {
+            std::int64_t const found = shortTextCategory(fastBreak, row);
+            if (found < 0)
+                continue;
+            id = static_cast<std::uint32_t>(found);
+        } else {
+            double const value = fastBreak.cells[row];
+            bool const small = value >= 0.0 && value < kSmallIntegers &&
+                               value == static_cast<double>(static_cast<int>(value));
+            std::int32_t code = small ? fastBreak.ids[static_cast<std::size_t>(value)] : 0;
+            if (code == 0) [[unlikely]] {
+                std::uint32_t const made =
+                    numberCategory(*fastBreak.data, value, fastBreak.column->record);
+                bool const excluded = fastBreak.exclude && fastBreak.data->records[made].missing;
+                code = excluded ? -1 : static_cast<std::int32_t>(made) + 1;
+                if (small)
+                    fastBreak.ids[static_cast<std::size_t>(value)] = code;
+            }
+            if (code < 0)
+                continue;
+            id = static_cast<std::uint32_t>(code - 1);
+        }
+        std::uint32_t cell;
+        if ((id >> bits[0]) == 0 && grid[id] != 0) {
+            cell = grid[id] - 1;
+        } else {
+            caseIds[0] = id;
+            cell = findOrCreateCell(caseIds.data());
+            if (hashed) {  // too many categories for the grid: the general way from here
+                counts.resize(cells.size());
+                for (std::size_t c = 0; c < counts.size(); ++c) {
+                    cells[c].cases += static_cast<double>(counts[c]);
+                    cells[c].responses += static_cast<double>(counts[c]);
+                    totalResponses += static_cast<double>(counts[c]);
+                }
+                Cell& record = cells[cell];
+                record.cases += 1.0;
+                record.responses += 1.0;
+                totalResponses += 1.0;
+                if (valid)
+                    add(sums[cell], x);
+                for (Cell& each : cells) each.values.reset();
+                for (std::int64_t rest = row + 1; rest < end; ++rest) addCaseFast(rest);
+                return;
+            }
+            counts.resize(cells.size());
+        }
+        ++counts[cell];
+        if (valid)
+            add(sums[cell], x);
+    }
+    for (std::size_t c = 0; c < counts.size(); ++c) {
+        if (counts[c] == 0)
+            continue;
+        cells[c].cases += static_cast<double>(counts[c]);
+        cells[c].responses += static_cast<double>(counts[c]);
+        totalResponses += static_cast<double>(counts[c]);
+        cells[c].values.reset();
+    }
 }
 
 void CubeAggregator::Engine::reset() {
+    pendingBegin = pendingEnd = 0;  // cases never read: as if counted, then cleared
     for (Dimension& dimension : dimensions) dimension.data->clear();
     for (FastBreak& fastBreak : fastBreaks) {
         fastBreak.ids.assign(kSmallIntegers, 0);
@@ -982,7 +1092,12 @@ void CubeAggregator::Engine::addCase() {
         if (row < 0) return;
     }
     if (fast) {
-        addCaseFast(row);
+        if (row != pendingEnd || pendingBegin == pendingEnd) {
+            flushPending();
+            pendingBegin = row;
+            pendingEnd = row;
+        }
+        ++pendingEnd;
         return;
     }
     if (summarised && groupSource->groupCases(row) == 0.0)
@@ -1131,6 +1246,7 @@ CubeAggregator::CubeAggregator(Engine& engine) : engine_(engine) {}
 
 StatValues* CubeAggregator::GetStatValues(std::vector<AggregationCategory const*> const& cell, int) {
     if (!engine_.bound) engine_.bind();
+    engine_.flushPending();
     std::size_t const n = engine_.dimensions.size();
     if (cell.size() != n) return nullptr;
     std::vector<std::uint32_t> ids(n);
@@ -1144,6 +1260,7 @@ StatValues* CubeAggregator::GetStatValues(std::vector<AggregationCategory const*
 
 bool CubeAggregator::HasCellsUnder(std::vector<AggregationCategory const*> const& prefix) {
     if (!engine_.bound) engine_.bind();
+    engine_.flushPending();
     std::size_t const n = engine_.dimensions.size();
     if (prefix.size() > n) return false;
     std::vector<std::uint32_t> ids(prefix.size());

@@ -1,6 +1,8 @@
 #include "host/dictionary/csv_parser.h"
 
-#include <sys/mman.h>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <fast_float/fast_float.h>
 #include <utf8.h>
@@ -37,6 +39,85 @@ constexpr DelimiterTable kDelimiters;
 
 inline bool isDelimiter(char c) {
     return kDelimiters.ends[static_cast<unsigned char>(c)];
+}
+
+// Bytes an unquoted field is scanned for: its delimiters, and a quote or a NUL, which it may
+// hold but which are worth a message.
+inline bool isSpecial(char c) {
+    return isDelimiter(c) || c == '"' || c == '\0';
+}
+
+// Eight bytes at a time: a mask with the high bit set in each byte of `word` that is special. A
+// byte's bit may also be set above the first special one (a borrow), never below it.
+inline std::uint64_t specialBytes(std::uint64_t word) {
+    constexpr std::uint64_t ones = 0x0101010101010101ull;
+    constexpr std::uint64_t highs = 0x8080808080808080ull;
+    auto zero = [](std::uint64_t v) { return (v - ones) & ~v & highs; };
+    return zero(word ^ (ones * ',')) | zero(word ^ (ones * '\n')) | zero(word ^ (ones * '\r')) |
+           zero(word ^ (ones * '"')) | zero(word);
+}
+
+// The first special byte at or after `p`, or `end`.
+inline char const* scanField(char const* p, char const* end) {
+#ifdef __SSE2__
+    // Sixteen bytes at a time where the text has them.
+    __m128i const comma = _mm_set1_epi8(',');
+    __m128i const lineFeed = _mm_set1_epi8('\n');
+    __m128i const carriage = _mm_set1_epi8('\r');
+    __m128i const quote = _mm_set1_epi8('"');
+    __m128i const nul = _mm_setzero_si128();
+    while (end - p >= 16) {
+        __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
+        __m128i const special = _mm_or_si128(
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, comma), _mm_cmpeq_epi8(bytes, lineFeed)),
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, carriage), _mm_cmpeq_epi8(bytes, quote)),
+                         _mm_cmpeq_epi8(bytes, nul)));
+        if (int const mask = _mm_movemask_epi8(special))
+            return p + __builtin_ctz(static_cast<unsigned>(mask));
+        p += 16;
+    }
+#endif
+    while (end - p >= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, p, sizeof word);
+        if (std::uint64_t const found = specialBytes(word))
+            return p + (__builtin_ctzll(found) >> 3);
+        p += 8;
+    }
+    while (p < end && !isSpecial(*p)) ++p;
+    return p;
+}
+
+inline void putNumber(ColumnState& state, double value) {
+    if (state.region) {
+        state.region[state.regionUsed++] = value;
+    } else {
+        state.column.numbers.push_back(value);
+    }
+}
+
+inline void putCell(ColumnState& state, OBS cell) {
+    if (state.region) {
+        state.region[state.regionUsed++] = cell;
+    } else {
+        state.column.cells.push_back(cell);
+    }
+}
+
+// Room for one text value of the column's cells, blank.
+OBS* putBlankValue(ColumnState& state) {
+    auto const per = static_cast<std::size_t>(state.column.cellsPerValue);
+    OBS* at;
+    if (state.region) {
+        at = state.region + state.regionUsed;
+        state.regionUsed += per;
+    } else {
+        auto& cells = state.column.cells;
+        cells.resize(cells.size() + per);
+        at = cells.data() + cells.size() - per;
+    }
+    std::fill(at, at + per, kBlankCell);
+    return at;
 }
 
 std::string_view trimBlanks(std::string_view text) {
@@ -185,7 +266,117 @@ private:
     std::string const& name_;
     RunMessages& messages_;
     std::string scratch_;
+
+    // The fast path of a row: every field plain (no quotes, a number that parsePlainDecimal
+    // reads, a text of up to eight ASCII bytes) and every loaded column writing into its region.
+    // False when the row is anything else; it is then read field by field as before, and what
+    // the attempt wrote past the regions' ends is written over.
+    enum class FieldKind : unsigned char { Skip, Number, ShortText, Other };
+    bool plainRow(std::vector<ColumnState>& states);
+    void classifyFields(std::vector<ColumnState> const& states);
+    std::vector<FieldKind> kinds_;
+    std::vector<std::size_t> loaded_;  // the loaded columns, for the commit of a plain row
+    std::int64_t plainTried_ = 0;
+    std::int64_t plainFailed_ = 0;
 };
+
+void Parser::classifyFields(std::vector<ColumnState> const& states) {
+    kinds_.assign(states.size(), FieldKind::Skip);
+    loaded_.clear();
+    for (std::size_t c = 0; c < states.size(); ++c) {
+        ColumnState const& state = states[c];
+        if (!state.load)
+            continue;
+        loaded_.push_back(c);
+        if (!state.region) {
+            kinds_[c] = FieldKind::Other;
+        } else if (state.column.numeric) {
+            kinds_[c] = FieldKind::Number;
+        } else if (state.column.cellsPerValue == 1 &&
+                   (state.declaredWidth <= 0 || state.declaredWidth >= 8)) {
+            kinds_[c] = FieldKind::ShortText;
+        } else {
+            kinds_[c] = FieldKind::Other;
+        }
+    }
+}
+
+bool Parser::plainRow(std::vector<ColumnState>& states) {
+    std::size_t const columns = states.size();
+    char const* p = p_;
+    std::size_t field = 0;
+    for (;; ++field) {
+        if (field >= columns)
+            return false;
+        switch (kinds_[field]) {
+        case FieldKind::Skip:
+            p = scanField(p, end_);
+            break;
+        case FieldKind::Number: {
+            ColumnState& state = states[field];
+            double value;
+            int decimals;
+            char const* const next = parsePlainDecimal(p, end_, value, decimals);
+            if (!next)
+                return false;
+            state.region[state.regionUsed] = value;
+            state.column.maxDecimals = std::max(state.column.maxDecimals, decimals);
+            state.column.maxLength = std::max(state.column.maxLength, static_cast<int>(next - p));
+            p = next;
+            break;
+        }
+        case FieldKind::ShortText: {
+            ColumnState& state = states[field];
+            char const* const next = scanField(p, end_);
+            auto const length = static_cast<std::size_t>(next - p);
+            if (length > sizeof(OBS) || end_ - p < 8 ||
+                (state.declaredWidth > 0 && length > static_cast<std::size_t>(state.declaredWidth)))
+                return false;
+            std::uint64_t bytes;
+            std::memcpy(&bytes, p, sizeof bytes);
+            std::uint64_t blanks;
+            std::memcpy(&blanks, &kBlankCell, sizeof blanks);
+            std::uint64_t const keep =
+                length == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * length)) - 1;
+            std::uint64_t const word = (bytes & keep) | (blanks & ~keep);
+            if (word & 0x8080808080808080ull)
+                return false;
+            std::memcpy(state.region + state.regionUsed, &word, sizeof word);
+            state.column.maxLength = std::max(state.column.maxLength, static_cast<int>(length));
+            p = next;
+            break;
+        }
+        case FieldKind::Other:
+            return false;
+        }
+        if (p >= end_)
+            break;
+        char const c = *p;
+        if (c == ',') {
+            ++p;
+            continue;
+        }
+        if (c == '\n') {
+            ++p;
+        } else if (c == '\r') {
+            p += (p + 1 < end_ && p[1] == '\n') ? 2 : 1;
+        } else {
+            return false;  // a quote or a NUL
+        }
+        break;
+    }
+    if (field + 1 != columns)
+        return false;
+    for (std::size_t c : loaded_) {
+        ColumnState& state = states[c];
+        ++state.regionUsed;
+        state.numbersSeen += kinds_[c] == FieldKind::Number;
+    }
+    if (p[-1] == '\n' || p[-1] == '\r')
+        newline(p);
+    p_ = p;
+    return true;
+}
 
 std::string_view Parser::readText() {
     char const* const start = p_;
@@ -241,8 +432,12 @@ std::string_view Parser::readText() {
         reportNul(scratch_, start);
         return scratch_;
     }
-    bool odd = false;  // a quote or a NUL, noted on the way: most fields are a few bytes long
-    for (; p_ < end_ && !isDelimiter(*p_); ++p_) odd |= *p_ == '"' || *p_ == '\0';
+    bool odd = false;  // a quote or a NUL, noted on the way
+    p_ = scanField(p_, end_);
+    while (p_ < end_ && !isDelimiter(*p_)) {
+        odd = true;
+        p_ = scanField(p_ + 1, end_);
+    }
     std::string_view text(start, static_cast<std::size_t>(p_ - start));
     if (odd && text.find('"') != std::string_view::npos) {
         report(Diagnostic::Warning, "stray quote", start + text.find('"'),
@@ -290,16 +485,6 @@ void Parser::checkUtf8(std::string_view text, char const* at) {
                " is not valid UTF-8; the text is kept and the byte shows as U+FFFD");
 }
 
-// Asks for huge pages behind a large buffer that is reserved but not yet touched: far fewer
-// page faults while a column fills.
-void adviseHugePages(void const* data, std::size_t bytes) {
-    constexpr std::uintptr_t huge = std::uintptr_t{1} << 21;
-    auto const begin = (reinterpret_cast<std::uintptr_t>(data) + huge - 1) & ~(huge - 1);
-    auto const end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(huge - 1);
-    if (end > begin)
-        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-}
-
 std::string where(std::size_t field, ColumnState const& state) {
     return "field " + std::to_string(field + 1) + " (" + state.column.header + ")";
 }
@@ -310,13 +495,22 @@ void Parser::storeText(ColumnState& state, std::string_view text, char const* at
     // The common case, a short ASCII code ("A", "grp07"): one cell, nothing to check.
     if (column.cellsPerValue == 1 && text.size() <= sizeof(OBS) &&
         (state.declaredWidth <= 0 || text.size() <= static_cast<std::size_t>(state.declaredWidth))) {
-        std::uint64_t word = 0;
+        std::uint64_t word;
         std::memcpy(&word, &kBlankCell, sizeof word);
-        std::memcpy(&word, text.data(), text.size());
+        if (text.data() >= begin_ && end_ - text.data() >= 8) {
+            // Eight bytes of the file at once, those past the text turned into blanks.
+            std::uint64_t bytes;
+            std::memcpy(&bytes, text.data(), sizeof bytes);
+            std::uint64_t const keep =
+                text.size() == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * text.size())) - 1;
+            word = (bytes & keep) | (word & ~keep);
+        } else {
+            std::memcpy(&word, text.data(), text.size());
+        }
         if ((word & 0x8080808080808080ull) == 0) {
             OBS cell;
             std::memcpy(&cell, &word, sizeof cell);
-            column.cells.push_back(cell);
+            putCell(state, cell);
             column.maxLength = std::max(column.maxLength, static_cast<int>(text.size()));
             return;
         }
@@ -337,21 +531,13 @@ void Parser::storeText(ColumnState& state, std::string_view text, char const* at
     }
     std::size_t const per = static_cast<std::size_t>(column.cellsPerValue);
     if (text.size() > per * sizeof(OBS)) {
+        state.leaveRegion();
         // Wider than the cells so far: lay the column out again, at least twice as wide, so
         // that a column that keeps growing is copied only a few times.
         widen(column, std::max(2 * per, static_cast<std::size_t>(
                                             ObsCellsForWidth(static_cast<int>(text.size())))));
     }
-    if (column.cellsPerValue == 1) {
-        OBS cell = kBlankCell;
-        std::memcpy(&cell, text.data(), text.size());
-        column.cells.push_back(cell);
-    } else {
-        std::size_t const base = column.cells.size();
-        column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
-                            kBlankCell);
-        std::memcpy(column.cells.data() + base, text.data(), text.size());
-    }
+    std::memcpy(putBlankValue(state), text.data(), text.size());
     if (static_cast<int>(text.size()) > column.maxLength)
         column.maxLength = static_cast<int>(text.size());
 }
@@ -362,11 +548,11 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
     std::string_view const text = trimBlanks(raw);
     double value = 0.0;
     if (text.empty()) {
-        column.numbers.push_back(kSysmis);
+        putNumber(state, kSysmis);
         return;
     }
     if (parseWholeNumber(text, value)) {
-        column.numbers.push_back(value);
+        putNumber(state, value);
         ++state.numbersSeen;
         column.maxDecimals = std::max(column.maxDecimals, decimalsOf(text));
         column.maxLength = std::max(column.maxLength, static_cast<int>(text.size()));
@@ -374,7 +560,7 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
     }
     for (auto const& marker : state.nullMarkers) {
         if (marker == text) {
-            column.numbers.push_back(kSysmis);
+            putNumber(state, kSysmis);
             return;
         }
     }
@@ -383,7 +569,7 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
         report(Diagnostic::Warning, "number out of range", at,
                where(field, state) + ": " + quoteForMessage(text) +
                    " is a number out of range (beyond about 1.8e308); it is read as missing");
-        column.numbers.push_back(kSysmis);
+        putNumber(state, kSysmis);
         ++state.numbersSeen;  // should the column turn to text, it is read again as written
         return;
     }
@@ -391,18 +577,23 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
         report(Diagnostic::Warning, "not a number", at,
                where(field, state) + ": " + quoteForMessage(text) +
                    " is not a number, as the dictionary declares; it is read as missing");
-        column.numbers.push_back(kSysmis);
+        putNumber(state, kSysmis);
         return;
     }
     // Inferred so far as numeric: the column is a string column after all.
     if (state.numbersSeen > 0)
         state.flippedLate = true;
+    if (state.region) {
+        // A text of one cell a value takes the numbers' room: the values so far become blanks.
+        std::fill(state.region, state.region + state.regionUsed, kBlankCell);
+    } else {
+        // The room made for the numbers is what the text needs too, a cell per row so far.
+        column.cells.reserve(std::max(column.numbers.capacity(), column.numbers.size() + 1));
+        column.cells.assign(column.numbers.size(), kBlankCell);
+        column.numbers.clear();
+        column.numbers.shrink_to_fit();
+    }
     column.numeric = false;
-    // The room made for the numbers is what the text needs too, a cell per row so far.
-    column.cells.reserve(std::max(column.numbers.capacity(), column.numbers.size() + 1));
-    column.cells.assign(column.numbers.size(), kBlankCell);
-    column.numbers.clear();
-    column.numbers.shrink_to_fit();
     column.maxLength = 0;
     storeText(state, raw, at, field);
 }
@@ -424,7 +615,7 @@ bool Parser::storePlainNumber(ColumnState& state) {
     if (!next)
         return false;
     auto& column = state.column;
-    column.numbers.push_back(value);
+    putNumber(state, value);
     ++state.numbersSeen;
     column.maxDecimals = std::max(column.maxDecimals, decimals);
     column.maxLength = std::max(column.maxLength, static_cast<int>(next - p_));
@@ -448,14 +639,12 @@ void Parser::raggedRow(std::int64_t rowLine, std::size_t fields, std::vector<Col
     }
     messages_.add("ragged row", std::move(d));
     for (std::size_t i = fields; i < columns; ++i) {
-        auto& column = states[i].column;
         if (!states[i].load)
             continue;
-        if (column.numeric) {
-            column.numbers.push_back(kSysmis);
+        if (states[i].column.numeric) {
+            putNumber(states[i], kSysmis);
         } else {
-            column.cells.insert(column.cells.end(), static_cast<std::size_t>(column.cellsPerValue),
-                                kBlankCell);
+            putBlankValue(states[i]);
         }
     }
 }
@@ -489,6 +678,7 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
     std::size_t const columns = states.size();
     constexpr std::int64_t kProgressEvery = 1 << 16;
     char const* reported = p_;
+    classifyFields(states);
     std::int64_t lineLead = -1;  // the line of the last row less its row number
     while (p_ < stop) {
         if (*p_ == '\n' || *p_ == '\r') {  // a blank line is no case
@@ -499,6 +689,18 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
         if (rowLine - result.rows != lineLead) {
             lineLead = rowLine - result.rows;
             result.rowLines.emplace_back(result.rows, rowLine);
+        }
+        if (plainFailed_ * 4 <= plainTried_ + 64) {  // while the rows are mostly plain
+            ++plainTried_;
+            if (plainRow(states)) {
+                if (++result.rows % kProgressEvery == 0 && progress) {
+                    progress->bytes += static_cast<std::uint64_t>(p_ - reported);
+                    progress->rows += kProgressEvery;
+                    reported = p_;
+                }
+                continue;
+            }
+            ++plainFailed_;
         }
         std::size_t field = 0;
         for (;;) {
@@ -519,6 +721,7 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
         }
         if (field != columns)
             raggedRow(rowLine, field, states);
+        classifyFields(states);  // a column may have left its region or turned to text
         if (++result.rows % kProgressEvery == 0 && progress) {
             progress->bytes += static_cast<std::uint64_t>(p_ - reported);
             progress->rows += kProgressEvery;
@@ -576,18 +779,16 @@ void parseRows(std::string_view text, char const* start, char const* stop,
                std::string const& name, std::vector<ColumnState> states, std::size_t expectedRows,
                RunProgress* progress, RunResult& result) {
     for (auto& state : states) {
-        if (!state.load)
+        if (!state.load || state.region)
             continue;
         if (state.column.numeric) {
             state.column.numbers.reserve(expectedRows);
-            adviseHugePages(state.column.numbers.data(), expectedRows * sizeof(double));
         } else {
             if (state.declaredWidth > 0)
                 state.column.cellsPerValue = ObsCellsForWidth(state.declaredWidth);
             std::size_t const cells =
                 expectedRows * static_cast<std::size_t>(state.column.cellsPerValue);
             state.column.cells.reserve(cells);
-            adviseHugePages(state.column.cells.data(), cells * sizeof(OBS));
         }
     }
     Parser parser(text, start, name, result.messages);
@@ -595,6 +796,52 @@ void parseRows(std::string_view text, char const* start, char const* stop,
     result.end = parser.position();
     result.lines = parser.lines();
     result.states = std::move(states);
+}
+
+void ColumnState::leaveRegion() {
+    if (!region)
+        return;
+    Cells& into = column.numeric ? column.numbers : column.cells;
+    into.reserve(regionCapacity);
+    into.assign(region, region + regionUsed);
+    region = nullptr;
+    regionUsed = 0;
+    regionCapacity = 0;
+}
+
+std::size_t ColumnState::values() const {
+    auto const per = static_cast<std::size_t>(column.cellsPerValue);
+    if (region)
+        return column.numeric ? regionUsed : regionUsed / per;
+    return column.numeric ? column.numbers.size() : column.cells.size() / per;
+}
+
+std::size_t countLineEnds(char const* from, char const* to) {
+    // Every LF, and every CR that no LF follows. Branch-free, so that it runs at memory speed.
+    std::size_t ends = 0;
+    char const* p = from;
+#ifdef __SSE2__
+    // Each byte of `counts` counts the line feeds in its lane, added up before it can overflow.
+    __m128i const lineFeed = _mm_set1_epi8('\n');
+    __m128i const zero = _mm_setzero_si128();
+    while (to - p >= 16) {
+        __m128i counts = zero;
+        for (int k = 0; k < 255 && to - p >= 16; ++k, p += 16) {
+            __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
+            counts = _mm_sub_epi8(counts, _mm_cmpeq_epi8(bytes, lineFeed));
+        }
+        __m128i const sums = _mm_sad_epu8(counts, zero);
+        ends += static_cast<std::size_t>(_mm_cvtsi128_si64(sums)) +
+                static_cast<std::size_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+    }
+#endif
+    for (; p < to; ++p) ends += *p == '\n';
+    std::size_t returns = 0;
+    if (std::memchr(from, '\r', static_cast<std::size_t>(to - from))) {
+        for (char const* p = from; p + 1 < to; ++p) returns += (p[0] == '\r') & (p[1] != '\n');
+        returns += to[-1] == '\r';
+    }
+    return ends + returns;
 }
 
 std::size_t estimateRows(char const* from, char const* end, std::size_t bytes) {
@@ -623,7 +870,7 @@ char const* nextRowStart(char const* at, char const* end) {
 void widen(CsvColumn& column, std::size_t per) {
     std::size_t const old = static_cast<std::size_t>(column.cellsPerValue);
     std::size_t const rows = column.cells.size() / old;
-    std::vector<OBS> cells;
+    Cells cells;
     cells.reserve(std::max(column.cells.capacity() / old * per, rows * per));
     cells.assign(rows * per, kBlankCell);
     for (std::size_t row = 0; row < rows; ++row) {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,19 @@ struct ColumnState {
     std::vector<std::string> nullMarkers;
     std::int64_t numbersSeen = 0;  // non-empty numeric cells
     bool flippedLate = false;      // turned string after numbers had been read
+
+    // Where the run writes the column's values. The reader sets aside a stretch of the table's
+    // column for each run, as many values as the run has line ends, so that joining the runs
+    // moves nothing. A run whose values outgrow that layout (a wider text, a column that turns
+    // out to be text) copies what it wrote into `column` and goes on there.
+    OBS* region = nullptr;
+    std::size_t regionUsed = 0;      // cells written into the region
+    std::size_t regionCapacity = 0;  // cells it has room for
+
+    // Gives up the region: its values move into the column's own cells or numbers.
+    void leaveRegion();
+    // Values written so far, in either place.
+    std::size_t values() const;
 };
 
 // Reports how far the runs have come: bytes behind them and rows read, from any thread.
@@ -75,11 +89,22 @@ void parseRows(std::string_view text, char const* start, char const* stop,
                std::string const& name, std::vector<ColumnState> states, std::size_t expectedRows,
                RunProgress* progress, RunResult& result);
 
+// How many line ends (LF, CRLF or a lone CR) lie in [from, to): no run of rows that starts there
+// holds more rows than that, or one more where the text ends without a line end.
+std::size_t countLineEnds(char const* from, char const* to);
+
 // Roughly how many rows `bytes` of rows like those at `from` hold.
 std::size_t estimateRows(char const* from, char const* end, std::size_t bytes);
 
 // The first row boundary at or after `at`: past the next line break, as if no quote were open.
 char const* nextRowStart(char const* at, char const* end);
+
+// A data cell of eight blanks.
+inline OBS blankCell() {
+    OBS cell;
+    std::memset(&cell, ' ', sizeof cell);
+    return cell;
+}
 
 // Lays a string column out with `per` cells per value.
 void widen(CsvColumn& column, std::size_t per);

@@ -54,9 +54,17 @@ public:
     // are in file order; a piece whose guessed start was inside a quoted field is parsed again
     // from where the piece before it really ended.
     std::vector<RunResult> parse(char const* dataStart, std::vector<ColumnState> const& states);
+    // The table's column `c` that the runs wrote into, where they did.
+    Cells& column(std::size_t c) { return columns_[c]; }
 
 private:
     void watch(std::size_t pieces);
+    // Sets aside each loaded column of the table, and in it a stretch for each piece.
+    void layOut(std::vector<ColumnState> const& states, std::vector<std::size_t> const& bounds);
+    // The columns as piece k writes them: into its stretches.
+    std::vector<ColumnState> statesFor(std::size_t k, std::vector<ColumnState> const& states);
+    template <class Work>
+    void onThreads(std::size_t count, Work const& work);
 
     std::string_view text_;
     std::string const& name_;
@@ -65,7 +73,85 @@ private:
     std::mutex mutex_;
     std::condition_variable finished_;
     std::size_t done_ = 0;
+    std::vector<Cells> columns_;
+    std::vector<std::size_t> perValue_;  // cells per value of each column
+    std::vector<std::size_t> offsets_;   // the first row of each piece's stretch
+    std::vector<std::size_t> bounds_;    // and the rows it has room for
 };
+
+// Makes the pages behind a stretch of a column that is about to be filled in one call: the
+// kernel maps them in bulk, far cheaper than a page fault for each (on a virtual machine, a
+// fault also goes out to the host). Where the kernel does not know the call, the pages come
+// one fault at a time as before.
+void populate(OBS* data, std::size_t bytes) {
+#ifdef MADV_POPULATE_WRITE
+    constexpr std::uintptr_t page = 4096;
+    auto const begin = (reinterpret_cast<std::uintptr_t>(data) + page - 1) & ~(page - 1);
+    auto const end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(page - 1);
+    if (end > begin)
+        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+#else
+    (void)data;
+    (void)bytes;
+#endif
+}
+
+// Runs work(k) for k below `count`, each on a thread of its own; the first failure is thrown.
+template <class Work>
+void PieceReader::onThreads(std::size_t count, Work const& work) {
+    std::vector<std::exception_ptr> failures(count);
+    auto guarded = [&](std::size_t k) {
+        try {
+            work(k);
+        } catch (...) {
+            failures[k] = std::current_exception();  // out of memory, most likely
+        }
+    };
+    if (count == 1) {
+        guarded(0);
+    } else {
+        std::vector<std::thread> workers;
+        for (std::size_t k = 0; k < count; ++k) workers.emplace_back(guarded, k);
+        for (auto& worker : workers) worker.join();
+    }
+    for (auto const& failure : failures)
+        if (failure)
+            std::rethrow_exception(failure);
+}
+
+void PieceReader::layOut(std::vector<ColumnState> const& states,
+                         std::vector<std::size_t> const& bounds) {
+    bounds_ = bounds;
+    offsets_.assign(bounds.size(), 0);
+    std::size_t total = 0;
+    for (std::size_t k = 0; k < bounds.size(); ++k) {
+        offsets_[k] = total;
+        total += bounds[k];
+    }
+    columns_.assign(states.size(), Cells{});
+    perValue_.assign(states.size(), 1);
+    for (std::size_t c = 0; c < states.size(); ++c) {
+        if (!states[c].load)
+            continue;
+        if (!states[c].column.numeric && states[c].declaredWidth > 0)
+            perValue_[c] = static_cast<std::size_t>(ObsCellsForWidth(states[c].declaredWidth));
+        // Not zeroed here: each piece's thread is the first to touch its own stretch.
+        columns_[c].resize(total * perValue_[c]);
+    }
+}
+
+std::vector<ColumnState> PieceReader::statesFor(std::size_t k,
+                                                std::vector<ColumnState> const& states) {
+    std::vector<ColumnState> laid = states;
+    for (std::size_t c = 0; c < laid.size(); ++c) {
+        if (!laid[c].load)
+            continue;
+        laid[c].column.cellsPerValue = static_cast<int>(perValue_[c]);
+        laid[c].region = columns_[c].data() + offsets_[k] * perValue_[c];
+        laid[c].regionCapacity = bounds_[k] * perValue_[c];
+    }
+    return laid;
+}
 
 std::vector<RunResult> PieceReader::parse(char const* dataStart,
                                           std::vector<ColumnState> const& states) {
@@ -84,42 +170,52 @@ std::vector<RunResult> PieceReader::parse(char const* dataStart,
     }
     pieces = starts.size();
     auto stopOf = [&](std::size_t k) { return k + 1 < pieces ? starts[k + 1] : end; };
-    std::size_t const allRows = csv::estimateRows(dataStart, end, bytes);
+
+    // A piece holds no more rows than line ends (a row that runs on past its piece holds the
+    // piece's last one), and the last piece one more where the text ends without one.
+    std::vector<std::size_t> bounds(pieces);
+    columns_.clear();  // a reader parses again when a column turns out to be text
+    onThreads(pieces, [&](std::size_t k) {
+        bounds[k] = csv::countLineEnds(starts[k], stopOf(k)) + (k + 1 == pieces ? 1 : 0);
+    });
+    layOut(states, bounds);
 
     std::vector<RunResult> results(pieces);
-    std::vector<std::exception_ptr> failures(pieces);
-    done_ = 0;  // a reader parses again when a column turns out to be text
+    done_ = 0;
     progress_.bytes = 0;
     progress_.rows = 0;
     auto run = [&](std::size_t k) {
-        // The first piece makes room for every row, so that the others append to it in place.
-        std::size_t const rows =
-            k == 0 ? allRows
-                   : csv::estimateRows(starts[k], end,
-                                       static_cast<std::size_t>(stopOf(k) - starts[k]));
-        try {
-            csv::parseRows(text_, starts[k], stopOf(k), name_, states, rows, &progress_,
-                           results[k]);
-        } catch (...) {
-            failures[k] = std::current_exception();  // out of memory, most likely
-        }
-        std::lock_guard lock(mutex_);
-        ++done_;
-        finished_.notify_all();
+        struct Done {  // counted however the piece ends, so that watch() returns
+            PieceReader& reader;
+            ~Done() {
+                std::lock_guard lock(reader.mutex_);
+                ++reader.done_;
+                reader.finished_.notify_all();
+            }
+        } done{*this};
+        std::vector<ColumnState> laid = statesFor(k, states);
+        for (ColumnState const& state : laid)
+            if (state.region)
+                populate(state.region, state.regionCapacity * sizeof(OBS));
+        csv::parseRows(text_, starts[k], stopOf(k), name_, std::move(laid), 0, &progress_,
+                       results[k]);
     };
-    if (pieces == 1 && !options_.progress) {
-        run(0);
+    if (!options_.progress) {
+        onThreads(pieces, run);
     } else {
-        std::vector<std::thread> workers;
-        for (std::size_t k = 0; k < pieces; ++k) workers.emplace_back(run, k);
+        std::exception_ptr failure;
+        std::thread parsing([&] {
+            try {
+                onThreads(pieces, run);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        });
         watch(pieces);
-        for (auto& worker : workers) worker.join();
-    }
-    for (auto const& failure : failures) {
+        parsing.join();
         if (failure)
             std::rethrow_exception(failure);
     }
-
     // Join: each piece must start where the one before it ended.
     std::vector<RunResult> joined;
     joined.push_back(std::move(results[0]));
@@ -128,9 +224,11 @@ std::vector<RunResult> PieceReader::parse(char const* dataStart,
         if (at == starts[k]) {
             joined.push_back(std::move(results[k]));
         } else if (at < stopOf(k)) {
-            RunResult again;
-            csv::parseRows(text_, at, stopOf(k), name_, states, results[k].rows, nullptr, again);
-            joined.push_back(std::move(again));
+            // Into the piece's own stretch again: [at, stop) holds no more line ends.
+            RunResult result;
+            csv::parseRows(text_, at, stopOf(k), name_, statesFor(k, states), results[k].rows,
+                           nullptr, result);
+            joined.push_back(std::move(result));
         }
         // else: a quoted field ran over the whole piece; its rows are in the one before.
         results[k] = RunResult{};
@@ -173,22 +271,50 @@ std::set<std::size_t> columnsToReadAsText(std::vector<RunResult> const& pieces,
     return again;
 }
 
-// Joins the pieces of one column into the first piece's.
-CsvColumn joinColumn(std::vector<RunResult>& pieces, std::size_t c, ColumnState const& declared) {
+// Joins the pieces of one column. Where every piece wrote into its stretch of `table`, the
+// stretches are only closed up; else the pieces are joined into the first piece's values.
+CsvColumn joinColumn(std::vector<RunResult>& pieces, std::size_t c, ColumnState const& declared,
+                     Cells& table) {
     CsvColumn& first = pieces[0].states[c].column;
     bool text = false;
+    bool inPlace = true;
     int maxLength = 0;
     int maxDecimals = 0;
     for (auto const& piece : pieces) {
         text = text || !piece.states[c].column.numeric;
+        inPlace = inPlace && piece.states[c].region;
         maxLength = std::max(maxLength, piece.states[c].column.maxLength);
         maxDecimals = std::max(maxDecimals, piece.states[c].column.maxDecimals);
     }
+    if (inPlace) {
+        // Blank lines, quoted line breaks and a last line without an end leave gaps.
+        std::size_t at = 0;
+        for (auto& piece : pieces) {
+            ColumnState& state = piece.states[c];
+            if (text && state.column.numeric) {  // held only empty cells
+                std::fill(state.region, state.region + state.regionUsed, csv::blankCell());
+                state.column.numeric = false;
+            }
+            if (state.region != table.data() + at)
+                std::memmove(table.data() + at, state.region, state.regionUsed * sizeof(OBS));
+            at += state.regionUsed;
+        }
+        table.resize(at);
+        Cells& values = first.numeric ? first.numbers : first.cells;
+        values = std::move(table);
+        first.maxLength = maxLength;
+        first.maxDecimals = maxDecimals;
+        if (!first.numeric)
+            first.width = declared.declaredWidth > 0 ? declared.declaredWidth : std::max(1, maxLength);
+        return std::move(first);
+    }
+    for (auto& piece : pieces) piece.states[c].leaveRegion();
+    Cells().swap(table);
     if (!text) {
         for (std::size_t k = 1; k < pieces.size(); ++k) {
             auto& numbers = pieces[k].states[c].column.numbers;
             first.numbers.insert(first.numbers.end(), numbers.begin(), numbers.end());
-            std::vector<double>().swap(numbers);
+            Cells().swap(numbers);
         }
         first.maxLength = maxLength;
         first.maxDecimals = maxDecimals;
@@ -206,7 +332,7 @@ CsvColumn joinColumn(std::vector<RunResult>& pieces, std::size_t c, ColumnState 
         auto& column = pieces[k].states[c].column;
         relayout(column, per);
         first.cells.insert(first.cells.end(), column.cells.begin(), column.cells.end());
-        std::vector<OBS>().swap(column.cells);
+        Cells().swap(column.cells);
     }
     first.width = width;
     first.maxLength = maxLength;
@@ -299,7 +425,8 @@ CsvTable readTable(std::string_view text, std::string const& name, CsvOptions co
                                                           : std::thread::hardware_concurrency());
     auto joinEvery = [&](std::size_t first, std::size_t step) {
         for (std::size_t k = first; k < loaded.size(); k += step)
-            table.columns[loaded[k]] = joinColumn(pieces, loaded[k], states[loaded[k]]);
+            table.columns[loaded[k]] =
+                joinColumn(pieces, loaded[k], states[loaded[k]], reader.column(loaded[k]));
     };
     std::size_t const workers = pieces.size() > 1 ? std::min<std::size_t>(threads, loaded.size()) : 1;
     std::vector<std::thread> joiners;

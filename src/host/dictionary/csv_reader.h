@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/dictionary/cells.h"
 #include "host/dictionary/diagnostic.h"
 
 namespace host::dictionary {
@@ -28,10 +29,10 @@ struct CsvColumn {
     std::string header;  // as written in the file
     bool loaded = true;  // false: not asked for; the column holds no values
     bool numeric = true;
-    std::vector<double> numbers;  // numeric: one per row, system-missing for empty cells
+    Cells numbers;  // numeric: one per row, system-missing for empty cells
     // string: the values as data cells, blank-padded, cellsPerValue cells per row; when the
     // table is read, cellsPerValue is ObsCellsForWidth(width).
-    std::vector<double> cells;
+    Cells cells;
     int cellsPerValue = 1;
     int width = 0;        // string: the declared width, or the longest value (at least 1)
     int maxDecimals = 0;  // numbers: decimals and characters seen

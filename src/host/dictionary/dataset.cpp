@@ -56,7 +56,7 @@ int addVariable(Dataset& dataset, std::string name, int width) {
     data->width = width;
     data->labels = std::make_shared<ValueLabels>(ValueLabels{width, {}});
     setDefaultFormat(*data);
-    std::vector<OBS> column;
+    Cells column;
     std::size_t const cells =
         static_cast<std::size_t>(cellsPerValue(*data)) * static_cast<std::size_t>(dataset.cases);
     if (width == 0) {
@@ -69,7 +69,7 @@ int addVariable(Dataset& dataset, std::string name, int width) {
     return appendVariable(dataset, std::move(data), std::move(column));
 }
 
-int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, std::vector<OBS> cells) {
+int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, Cells cells) {
     int const index = static_cast<int>(dataset.variables.size());
     dataset.nameIndex.try_emplace(upper(variable->name), index);
     dataset.variables.push_back(std::make_unique<KWEL_Variable>(std::move(variable)));

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/dictionary/cells.h"
 #include "platform/data_source.h"
 #include "platform/dictionary.h"
 
@@ -51,7 +52,7 @@ struct KWEL_DataSource::Data {
     std::string name;  // the dataset's handle; empty when it has none
     std::string path;  // where the cases came from
     std::vector<std::unique_ptr<KWEL_Variable>> variables;
-    std::vector<std::vector<OBS>> columns;  // parallel to variables
+    std::vector<host::dictionary::Cells> columns;  // parallel to variables
     std::int64_t cases = 0;
     std::vector<VariableSet> sets;
     int weight = -1;
@@ -76,7 +77,7 @@ using ValueLabels = KWEL_ValueLabelMap::Data;
 // blank) and gives its index.
 int addVariable(Dataset& dataset, std::string name, int width);
 // Appends a variable with its cells (cellsPerValue cells per case) and gives its index.
-int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, std::vector<OBS> cells);
+int appendVariable(Dataset& dataset, std::unique_ptr<Variable> variable, Cells cells);
 // Sets sensible defaults of a new variable: F8.2 scale for numbers, A<width> nominal for
 // strings.
 void setDefaultFormat(Variable& variable);

@@ -56,7 +56,7 @@ std::vector<std::optional<DateKind>> convertDateColumns(CsvTable& table,
             kind = inferredKind(column, table.rows);
         if (!kind)
             continue;
-        std::vector<double> numbers(static_cast<std::size_t>(table.rows), KWEL_Globals::sysmis());
+        Cells numbers(static_cast<std::size_t>(table.rows), KWEL_Globals::sysmis());
         for (std::int64_t r = 0; r < table.rows; ++r) {
             auto row = static_cast<std::size_t>(r);
             std::string s = trimmedValue(column, row);

@@ -221,7 +221,7 @@ void Builder::build(CsvTable& table, Dataset& dataset) {
             continue;
         auto data = std::make_unique<Variable>();
         data->name = name;
-        std::vector<OBS> cells;
+        Cells cells;
         if (column.numeric) {
             data->width = 0;
             cells = std::move(column.numbers);
