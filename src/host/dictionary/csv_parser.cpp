@@ -270,67 +270,95 @@ private:
     // The fast path of a row: every field plain (no quotes, a number that parsePlainDecimal
     // reads, a text of up to eight ASCII bytes) and every loaded column writing into its region.
     // False when the row is anything else; it is then read field by field as before, and what
-    // the attempt wrote past the regions' ends is written over.
+    // the attempt wrote is written over. A plain row writes its values at `plainRows_` past
+    // each column's base, so that taking it is one increment; syncPlain() hands the counts and
+    // widths back to the columns before a row takes the slow path, and at the end.
     enum class FieldKind : unsigned char { Skip, Number, ShortText, Other };
-    bool plainRow(std::vector<ColumnState>& states);
+    struct PlainField {
+        FieldKind kind = FieldKind::Skip;
+        int widthLimit = 8;  // ShortText: the longest value that fits
+        OBS* base = nullptr;
+        int maxLength = 0;
+        int maxDecimals = 0;
+    };
+    bool plainRow();
     void classifyFields(std::vector<ColumnState> const& states);
-    std::vector<FieldKind> kinds_;
-    std::vector<std::size_t> loaded_;  // the loaded columns, for the commit of a plain row
+    void syncPlain(std::vector<ColumnState>& states);
+    std::vector<PlainField> plain_;
+    std::int64_t plainRows_ = 0;
     std::int64_t plainTried_ = 0;
     std::int64_t plainFailed_ = 0;
 };
 
 void Parser::classifyFields(std::vector<ColumnState> const& states) {
-    kinds_.assign(states.size(), FieldKind::Skip);
-    loaded_.clear();
+    plain_.assign(states.size(), PlainField{});
+    plainRows_ = 0;
     for (std::size_t c = 0; c < states.size(); ++c) {
         ColumnState const& state = states[c];
+        PlainField& field = plain_[c];
         if (!state.load)
             continue;
-        loaded_.push_back(c);
+        field.base = state.region ? state.region + state.regionUsed : nullptr;
+        field.maxLength = state.column.maxLength;
+        field.maxDecimals = state.column.maxDecimals;
         if (!state.region) {
-            kinds_[c] = FieldKind::Other;
+            field.kind = FieldKind::Other;
         } else if (state.column.numeric) {
-            kinds_[c] = FieldKind::Number;
-        } else if (state.column.cellsPerValue == 1 &&
-                   (state.declaredWidth <= 0 || state.declaredWidth >= 8)) {
-            kinds_[c] = FieldKind::ShortText;
+            field.kind = FieldKind::Number;
+        } else if (state.column.cellsPerValue == 1) {
+            field.kind = FieldKind::ShortText;
+            if (state.declaredWidth > 0)
+                field.widthLimit = std::min(8, state.declaredWidth);
         } else {
-            kinds_[c] = FieldKind::Other;
+            field.kind = FieldKind::Other;
         }
     }
 }
 
-bool Parser::plainRow(std::vector<ColumnState>& states) {
-    std::size_t const columns = states.size();
+void Parser::syncPlain(std::vector<ColumnState>& states) {
+    if (plainRows_ == 0)
+        return;
+    auto const rows = static_cast<std::size_t>(plainRows_);
+    for (std::size_t c = 0; c < states.size(); ++c) {
+        PlainField const& field = plain_[c];
+        if (field.kind != FieldKind::Number && field.kind != FieldKind::ShortText)
+            continue;
+        ColumnState& state = states[c];
+        state.regionUsed += rows;
+        if (field.kind == FieldKind::Number)
+            state.numbersSeen += plainRows_;
+        state.column.maxLength = std::max(state.column.maxLength, field.maxLength);
+        state.column.maxDecimals = std::max(state.column.maxDecimals, field.maxDecimals);
+    }
+    classifyFields(states);
+}
+
+bool Parser::plainRow() {
+    PlainField* field = plain_.data();
+    PlainField* const last = field + plain_.size() - 1;
+    auto const row = static_cast<std::size_t>(plainRows_);
     char const* p = p_;
-    std::size_t field = 0;
     for (;; ++field) {
-        if (field >= columns)
-            return false;
-        switch (kinds_[field]) {
+        switch (field->kind) {
         case FieldKind::Skip:
             p = scanField(p, end_);
             break;
         case FieldKind::Number: {
-            ColumnState& state = states[field];
             double value;
             int decimals;
             char const* const next = parsePlainDecimal(p, end_, value, decimals);
             if (!next)
                 return false;
-            state.region[state.regionUsed] = value;
-            state.column.maxDecimals = std::max(state.column.maxDecimals, decimals);
-            state.column.maxLength = std::max(state.column.maxLength, static_cast<int>(next - p));
+            field->base[row] = value;
+            field->maxDecimals = std::max(field->maxDecimals, decimals);
+            field->maxLength = std::max(field->maxLength, static_cast<int>(next - p));
             p = next;
             break;
         }
         case FieldKind::ShortText: {
-            ColumnState& state = states[field];
             char const* const next = scanField(p, end_);
-            auto const length = static_cast<std::size_t>(next - p);
-            if (length > sizeof(OBS) || end_ - p < 8 ||
-                (state.declaredWidth > 0 && length > static_cast<std::size_t>(state.declaredWidth)))
+            auto const length = static_cast<int>(next - p);
+            if (length > field->widthLimit || end_ - p < 8)
                 return false;
             std::uint64_t bytes;
             std::memcpy(&bytes, p, sizeof bytes);
@@ -341,8 +369,8 @@ bool Parser::plainRow(std::vector<ColumnState>& states) {
             std::uint64_t const word = (bytes & keep) | (blanks & ~keep);
             if (word & 0x8080808080808080ull)
                 return false;
-            std::memcpy(state.region + state.regionUsed, &word, sizeof word);
-            state.column.maxLength = std::max(state.column.maxLength, static_cast<int>(length));
+            std::memcpy(field->base + row, &word, sizeof word);
+            field->maxLength = std::max(field->maxLength, length);
             p = next;
             break;
         }
@@ -353,6 +381,8 @@ bool Parser::plainRow(std::vector<ColumnState>& states) {
             break;
         char const c = *p;
         if (c == ',') {
+            if (field == last)
+                return false;  // more fields than the header
             ++p;
             continue;
         }
@@ -365,13 +395,9 @@ bool Parser::plainRow(std::vector<ColumnState>& states) {
         }
         break;
     }
-    if (field + 1 != columns)
-        return false;
-    for (std::size_t c : loaded_) {
-        ColumnState& state = states[c];
-        ++state.regionUsed;
-        state.numbersSeen += kinds_[c] == FieldKind::Number;
-    }
+    if (field != last)
+        return false;  // fewer fields than the header
+    ++plainRows_;
     if (p[-1] == '\n' || p[-1] == '\r')
         newline(p);
     p_ = p;
@@ -692,7 +718,7 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
         }
         if (plainFailed_ * 4 <= plainTried_ + 64) {  // while the rows are mostly plain
             ++plainTried_;
-            if (plainRow(states)) {
+            if (plainRow()) {
                 if (++result.rows % kProgressEvery == 0 && progress) {
                     progress->bytes += static_cast<std::uint64_t>(p_ - reported);
                     progress->rows += kProgressEvery;
@@ -701,6 +727,7 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
                 continue;
             }
             ++plainFailed_;
+            syncPlain(states);
         }
         std::size_t field = 0;
         for (;;) {
@@ -728,6 +755,7 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
             reported = p_;
         }
     }
+    syncPlain(states);
     if (progress) {
         progress->bytes += static_cast<std::uint64_t>(p_ - reported);
         progress->rows += result.rows % kProgressEvery;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -175,4 +176,45 @@ TEST(CsvPieces, ManyColumnsWithOneNameLoadInNearLinearTime) {
     ASSERT_EQ(wide.dataset->variables.size(), static_cast<std::size_t>(kColumns));
     EXPECT_EQ(wide.dataset->variables.back()->hostData().name, "x_100000");
     EXPECT_EQ(hd::findVariable(*wide.dataset, "X_99999"), kColumns - 2);
+}
+
+TEST(CsvPieces, PlainRowsAndTheRestReadAlike) {
+    // Rows the fast path takes (plain numbers, short codes) between rows it leaves to the field
+    // by field reader: each value as written, wherever it falls.
+    std::string text = "id,x,code,skip\n";
+    text += "1,-2.5,ab,zz\n";
+    text += "2,\"3.25\",\"q,r\",zz\r\n";    // quoted fields, CRLF
+    text += "3,1e3,abcdefgh,zz\n";          // an exponent; a code of eight bytes
+    text += "4,,abcdefghi,zz\n";            // an empty number; a code past eight bytes
+    text += "5,0.125,cd,zz,extra\n";        // more fields than the header
+    text += "6,7\n";                        // fewer
+    text += "7,+8,\xc3\xa9t\xc3\xa9,zz\n";  // a sign; UTF-8 text
+    text += "8,9.5,ef,zz";                  // no final line break
+    for (unsigned pieces : {1u, 3u}) {
+        Read const r = readIn(text, pieces);
+        SCOPED_TRACE(std::to_string(pieces) + " pieces");
+        ASSERT_EQ(r.table.rows, 8);
+        auto const& x = r.table.columns[1];
+        ASSERT_TRUE(x.numeric);
+        double const sysmis = -std::numeric_limits<double>::max();
+        std::vector<double> const expected{-2.5, 3.25, 1000.0, sysmis, 0.125, 7.0, 8.0, 9.5};
+        ASSERT_EQ(x.numbers.size(), expected.size());
+        for (std::size_t row = 0; row < expected.size(); ++row)
+            EXPECT_EQ(x.numbers[row], expected[row]) << "row " << row;
+        EXPECT_EQ(x.maxDecimals, 3);
+        auto const& code = r.table.columns[2];
+        ASSERT_FALSE(code.numeric);
+        EXPECT_EQ(code.width, 9);
+        std::vector<std::string> const codes{"ab", "q,r", "abcdefgh", "abcdefghi", "cd", "",
+                                             "\xc3\xa9t\xc3\xa9", "ef"};
+        for (std::size_t row = 0; row < codes.size(); ++row) {
+            std::string value = code.valueAt(row);
+            value.erase(value.find_last_not_of(' ') + 1);
+            EXPECT_EQ(value, codes[row]) << "row " << row;
+        }
+        int ragged = 0;
+        for (auto const& message : r.messages) ragged += message.find("the row has") != std::string::npos;
+        EXPECT_EQ(ragged, 2);
+        EXPECT_EQ(r.table.lineOf(7), 9);
+    }
 }
