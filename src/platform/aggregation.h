@@ -11,6 +11,7 @@
 #include "platform/dictionary.h"
 
 class KWEL_InputCaseIterator;
+class ProcDSIterator;
 
 class TableEncryptionCodes {
 public:
@@ -236,6 +237,9 @@ public:
                                AggregationVariable* first);
 
     void AddCase();
+    bool TakesCaseRuns() const;
+    // The cases at the iterator's positions [first, first + count).
+    void AddCaseRun(ProcDSIterator const& iterator, std::int64_t first, std::int64_t count);
     void Reset();
     CubeAggregator* Aggregator() const;
 
@@ -258,6 +262,12 @@ public:
     AggregationCube* CreateCube();
     // Adds the iterator's current case to every cube.
     void AddNewCase();
+    // True when every cube has taken a case and can take the cases after it as a run:
+    // AddCaseRun then steps `iterator` over up to `most` further cases of its current split
+    // group (never onto the group's end) and adds them all, as AddNewCase would one by one.
+    // Gives the number of cases added.
+    bool TakesCaseRuns() const;
+    std::int64_t AddCaseRun(ProcDSIterator& iterator, std::int64_t most);
     std::vector<CubeAggregator*> GetCubeAggregators();
     // Empties the cells and the categories and keeps the definitions.
     void ResetAggregator();

@@ -75,6 +75,14 @@ public:
     // current case), so that the aggregation engine reads cells without a call per variable.
     std::shared_ptr<KWEL_DataSource::Data const> const& hostData() const { return data_; }
     std::int64_t CurrentRow() const;
+    // Steps over up to `most` cases after the current one within the current split group,
+    // never onto the group's end; `first` is the position of the first case stepped over.
+    // Gives the number of cases stepped over (0 where there is no current case).
+    std::int64_t StepWithinGroup(std::int64_t most, std::int64_t& first);
+    // The row in the host's columns of the case at position `position` of the iteration.
+    std::int64_t RowAt(std::int64_t position) const;
+    // True when the cases come in the order of the rows (no split groups to gather).
+    bool InFileOrder() const;
 
 protected:
     // Starts over on other data: for an iterator whose cases arrive only at its first step.

@@ -127,6 +127,15 @@ unsigned int GGraphDataSet::populateAggregatedData(KWEL_InputCaseIterator* itera
         if (!out) {
             data.aggregationTable->AddNewCase();
             ++data.caseCount;
+            // With no filter to leave a case out, the cases after this one in its group go in as
+            // one run, up to the case limit.
+            if (procIterator != nullptr && data.variableFilters.empty() &&
+                data.aggregationTable->TakesCaseRuns()) {
+                std::int64_t const room =
+                    static_cast<std::int64_t>(data.GetCaseLimit(false)) - data.caseCount;
+                data.caseCount += static_cast<unsigned int>(
+                    data.aggregationTable->AddCaseRun(*procIterator, room));
+            }
         }
     }
 

@@ -431,6 +431,15 @@ struct CubeAggregator::Engine {
     std::int64_t pendingEnd = 0;
     std::shared_ptr<std::function<void()>> flusher;
     void flushPending();
+    void addPending(std::int64_t row) {
+        if (row != pendingEnd || pendingBegin == pendingEnd) {
+            flushPending();
+            pendingBegin = row;
+            pendingEnd = row;
+        }
+        ++pendingEnd;
+    }
+    void addPositions(ProcDSIterator const& iterator, std::int64_t first, std::int64_t count);
     void addRowsFast(std::int64_t begin, std::int64_t end);
     void addRowsOneBreak(std::int64_t begin, std::int64_t end);
     double sysmis = 0.0;
@@ -623,6 +632,20 @@ void CubeAggregator::Engine::bindFast() {
         flusher = std::make_shared<std::function<void()>>([this] { flushPending(); });
         for (Dimension& dimension : dimensions) dimension.data->pendingCubes.push_back(flusher);
     }
+}
+
+void CubeAggregator::Engine::addPositions(ProcDSIterator const& iterator, std::int64_t first,
+                                         std::int64_t count) {
+    if (!iterator.InFileOrder()) {  // the rows of a split group, gathered from the file
+        for (std::int64_t k = 0; k < count; ++k) addPending(iterator.RowAt(first + k));
+        return;
+    }
+    if (first != pendingEnd || pendingBegin == pendingEnd) {
+        flushPending();
+        pendingBegin = first;
+        pendingEnd = first;
+    }
+    pendingEnd += count;
 }
 
 void CubeAggregator::Engine::flushPending() {
@@ -1123,12 +1146,7 @@ void CubeAggregator::Engine::addCase() {
         if (row < 0) return;
     }
     if (fast) {
-        if (row != pendingEnd || pendingBegin == pendingEnd) {
-            flushPending();
-            pendingBegin = row;
-            pendingEnd = row;
-        }
-        ++pendingEnd;
+        addPending(row);
         return;
     }
     if (summarised && groupSource->groupCases(row) == 0.0)
@@ -1332,6 +1350,15 @@ void AggregationCube::AddCategoryStatistics(std::vector<AggregationStatistic> co
 
 void AggregationCube::AddCase() { engine_->addCase(); }
 
+bool AggregationCube::TakesCaseRuns() const {
+    return engine_->bound && engine_->fast && engine_->hostIterator != nullptr;
+}
+
+void AggregationCube::AddCaseRun(ProcDSIterator const& iterator, std::int64_t first,
+                                 std::int64_t count) {
+    engine_->addPositions(iterator, first, count);
+}
+
 void AggregationCube::Reset() {
     if (engine_->bound) engine_->reset();
 }
@@ -1349,6 +1376,21 @@ AggregationCube* AggregationTable::CreateCube() {
 
 void AggregationTable::AddNewCase() {
     for (auto& cube : cubes_) cube->AddCase();
+}
+
+bool AggregationTable::TakesCaseRuns() const {
+    for (auto const& cube : cubes_)
+        if (!cube->TakesCaseRuns())
+            return false;
+    return !cubes_.empty();
+}
+
+std::int64_t AggregationTable::AddCaseRun(ProcDSIterator& iterator, std::int64_t most) {
+    std::int64_t first = 0;
+    std::int64_t const count = iterator.StepWithinGroup(most, first);
+    if (count > 0)
+        for (auto& cube : cubes_) cube->AddCaseRun(iterator, first, count);
+    return count;
 }
 
 std::vector<CubeAggregator*> AggregationTable::GetCubeAggregators() {

@@ -57,8 +57,22 @@ inline std::uint64_t specialBytes(std::uint64_t word) {
            zero(word ^ (ones * '"')) | zero(word);
 }
 
-// The first special byte at or after `p`, or `end`.
+// Which bytes are special, by byte.
+struct SpecialTable {
+    bool special[256] = {};
+    constexpr SpecialTable() {
+        for (unsigned char c : {',', '\n', '\r', '"', '\0'}) special[c] = true;
+    }
+};
+constexpr SpecialTable kSpecial;
+
+// The first special byte at or after `p`, or `end`. Most fields are a few bytes long: those are
+// looked at byte by byte, longer ones sixteen (or eight) bytes at a time.
 inline char const* scanField(char const* p, char const* end) {
+    for (char const* const near = p + std::min<std::ptrdiff_t>(end - p, 16); p < near; ++p) {
+        if (kSpecial.special[static_cast<unsigned char>(*p)])
+            return p;
+    }
 #ifdef __SSE2__
     // Sixteen bytes at a time where the text has them.
     __m128i const comma = _mm_set1_epi8(',');
@@ -717,15 +731,21 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
             result.rowLines.emplace_back(result.rows, rowLine);
         }
         if (plainFailed_ * 4 <= plainTried_ + 64) {  // while the rows are mostly plain
-            ++plainTried_;
-            if (plainRow()) {
+            // Plain rows follow one another on consecutive lines, so the row-line marks hold
+            // until one is not plain.
+            bool taken = false;
+            while (p_ < stop && *p_ != '\n' && *p_ != '\r' && plainRow()) {
+                taken = true;
+                ++plainTried_;
                 if (++result.rows % kProgressEvery == 0 && progress) {
                     progress->bytes += static_cast<std::uint64_t>(p_ - reported);
                     progress->rows += kProgressEvery;
                     reported = p_;
                 }
-                continue;
             }
+            if (taken)
+                continue;  // the next row, if any, starts from the top
+            ++plainTried_;
             ++plainFailed_;
             syncPlain(states);
         }

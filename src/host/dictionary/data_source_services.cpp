@@ -144,6 +144,25 @@ std::int64_t ProcDSIterator::CurrentRow() const {
     return order.empty() ? position_ : order[static_cast<std::size_t>(position_)];
 }
 
+std::int64_t ProcDSIterator::StepWithinGroup(std::int64_t most, std::int64_t& first) {
+    first = position_ + 1;
+    if (ended_ || groupEnd_ || position_ < 0 || most <= 0 || group_ >= groups_->ends.size())
+        return 0;
+    std::int64_t const left = groups_->ends[group_] - first;
+    std::int64_t const count = std::max<std::int64_t>(0, std::min(left, most));
+    position_ += count;
+    return count;
+}
+
+bool ProcDSIterator::InFileOrder() const {
+    return groups_->order.empty();
+}
+
+std::int64_t ProcDSIterator::RowAt(std::int64_t position) const {
+    auto const& order = groups_->order;
+    return order.empty() ? position : order[static_cast<std::size_t>(position)];
+}
+
 OBS const* ProcDSIterator::GetObsPointer(unsigned int index) const {
     if (position_ < 0 || index >= data_->variables.size())
         return nullptr;

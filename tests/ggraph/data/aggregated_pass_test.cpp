@@ -221,6 +221,21 @@ TEST_F(AggregatedPass, SplitGroupsSkipTheOneWithAMissingSplitValue) {
     EXPECT_EQ(keptSet->getSplitCategories(), (std::vector<std::string>{"Missing"}));
 }
 
+TEST_F(AggregatedPass, SplitGroupsGatheredFromAcrossTheFile) {
+    // Split by jobcat, whose values alternate: each group's cases are rows far apart, and
+    // they go into the cube as runs of the group's own order.
+    auto& data = *hd::activeDataset();
+    data.split = {hd::findVariable(data, "jobcat")};
+    data.groups.reset();
+    Pass pass("VARIABLES=region MEAN(salary)");
+    auto groups = pass.groups();
+    ASSERT_EQ(groups.size(), 2u);
+    // Groups in the order first met. jobcat 2: rows 0, 2, 4, 6, 8, 9; jobcat 1: rows 1, 3, 5,
+    // 7 (the blank region is no row).
+    EXPECT_EQ(rows(*groups[0], "g"), "region='north' MEAN_salary=4.5\nregion='south' MEAN_salary=6\n");
+    EXPECT_EQ(rows(*groups[1], "g"), "region='north' MEAN_salary=3\nregion='south' MEAN_salary=2\n");
+}
+
 TEST_F(AggregatedPass, NoValidCasesEndsTheRunEarly) {
     auto run = test::runJob(
         "GGRAPH /GRAPHDATASET NAME=\"g\" VARIABLES=jobcat COUNT() DATAFILTER=own_car(VALUES=7) /GRAPHSPEC SOURCE=INLINE.\n"
