@@ -867,25 +867,34 @@ std::size_t ColumnState::values() const {
 std::size_t countLineEnds(char const* from, char const* to) {
     // Every LF, and every CR that no LF follows. Branch-free, so that it runs at memory speed.
     std::size_t ends = 0;
+    bool carriage = false;
     char const* p = from;
 #ifdef __SSE2__
-    // Each byte of `counts` counts the line feeds in its lane, added up before it can overflow.
+    // Each byte of `counts` counts the line feeds in its lane, added up before it can overflow;
+    // carriage returns are only noted on the way.
     __m128i const lineFeed = _mm_set1_epi8('\n');
+    __m128i const carriageReturn = _mm_set1_epi8('\r');
     __m128i const zero = _mm_setzero_si128();
+    __m128i returnsSeen = zero;
     while (to - p >= 16) {
         __m128i counts = zero;
         for (int k = 0; k < 255 && to - p >= 16; ++k, p += 16) {
             __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
             counts = _mm_sub_epi8(counts, _mm_cmpeq_epi8(bytes, lineFeed));
+            returnsSeen = _mm_or_si128(returnsSeen, _mm_cmpeq_epi8(bytes, carriageReturn));
         }
         __m128i const sums = _mm_sad_epu8(counts, zero);
         ends += static_cast<std::size_t>(_mm_cvtsi128_si64(sums)) +
                 static_cast<std::size_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
     }
+    carriage = _mm_movemask_epi8(returnsSeen) != 0;
 #endif
-    for (; p < to; ++p) ends += *p == '\n';
+    for (; p < to; ++p) {
+        ends += *p == '\n';
+        carriage = carriage || *p == '\r';
+    }
     std::size_t returns = 0;
-    if (std::memchr(from, '\r', static_cast<std::size_t>(to - from))) {
+    if (carriage) {
         for (char const* p = from; p + 1 < to; ++p) returns += (p[0] == '\r') & (p[1] != '\n');
         returns += to[-1] == '\r';
     }
