@@ -824,21 +824,8 @@ bool parseHeader(std::string_view text, std::string const& name, std::vector<std
 }
 
 void parseRows(std::string_view text, char const* start, char const* stop,
-               std::string const& name, std::vector<ColumnState> states, std::size_t expectedRows,
-               RunProgress* progress, RunResult& result) {
-    for (auto& state : states) {
-        if (!state.load || state.region)
-            continue;
-        if (state.column.numeric) {
-            state.column.numbers.reserve(expectedRows);
-        } else {
-            if (state.declaredWidth > 0)
-                state.column.cellsPerValue = ObsCellsForWidth(state.declaredWidth);
-            std::size_t const cells =
-                expectedRows * static_cast<std::size_t>(state.column.cellsPerValue);
-            state.column.cells.reserve(cells);
-        }
-    }
+               std::string const& name, std::vector<ColumnState> states, RunProgress* progress,
+               RunResult& result) {
     Parser parser(text, start, name, result.messages);
     parser.rows(stop, states, progress, result);
     result.end = parser.position();
@@ -899,16 +886,6 @@ std::size_t countLineEnds(char const* from, char const* to) {
         returns += to[-1] == '\r';
     }
     return ends + returns;
-}
-
-std::size_t estimateRows(char const* from, char const* end, std::size_t bytes) {
-    std::size_t const sample = std::min<std::size_t>(static_cast<std::size_t>(end - from), 1 << 16);
-    std::size_t lines = 0;
-    for (std::size_t i = 0; i < sample; ++i) lines += from[i] == '\n';
-    if (lines == 0 || sample == 0)
-        return 0;
-    double const perLine = static_cast<double>(sample) / static_cast<double>(lines);
-    return static_cast<std::size_t>(static_cast<double>(bytes) / perLine * 1.02) + 16;
 }
 
 char const* nextRowStart(char const* at, char const* end) {

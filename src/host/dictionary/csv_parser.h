@@ -84,17 +84,14 @@ bool parseHeader(std::string_view text, std::string const& name, std::vector<std
                  char const*& dataStart, std::int64_t& lines, RunMessages& messages);
 
 // Parses the rows that start in [start, stop) of `text`; the last one may end past `stop`.
-// `states` are the columns as declared, `expectedRows` how many rows to make room for.
+// `states` are the columns as declared, each loaded one with the region it writes into.
 void parseRows(std::string_view text, char const* start, char const* stop,
-               std::string const& name, std::vector<ColumnState> states, std::size_t expectedRows,
-               RunProgress* progress, RunResult& result);
+               std::string const& name, std::vector<ColumnState> states, RunProgress* progress,
+               RunResult& result);
 
 // How many line ends (LF, CRLF or a lone CR) lie in [from, to): no run of rows that starts there
 // holds more rows than that, or one more where the text ends without a line end.
 std::size_t countLineEnds(char const* from, char const* to);
-
-// Roughly how many rows `bytes` of rows like those at `from` hold.
-std::size_t estimateRows(char const* from, char const* end, std::size_t bytes);
 
 // The first row boundary at or after `at`: past the next line break, as if no quote were open.
 char const* nextRowStart(char const* at, char const* end);

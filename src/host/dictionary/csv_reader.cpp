@@ -197,7 +197,7 @@ std::vector<RunResult> PieceReader::parse(char const* dataStart,
         for (ColumnState const& state : laid)
             if (state.region)
                 populate(state.region, state.regionCapacity * sizeof(OBS));
-        csv::parseRows(text_, starts[k], stopOf(k), name_, std::move(laid), 0, &progress_,
+        csv::parseRows(text_, starts[k], stopOf(k), name_, std::move(laid), &progress_,
                        results[k]);
     };
     if (!options_.progress) {
@@ -226,8 +226,7 @@ std::vector<RunResult> PieceReader::parse(char const* dataStart,
         } else if (at < stopOf(k)) {
             // Into the piece's own stretch again: [at, stop) holds no more line ends.
             RunResult result;
-            csv::parseRows(text_, at, stopOf(k), name_, statesFor(k, states), results[k].rows,
-                           nullptr, result);
+            csv::parseRows(text_, at, stopOf(k), name_, statesFor(k, states), nullptr, result);
             joined.push_back(std::move(result));
         }
         // else: a quoted field ran over the whole piece; its rows are in the one before.
@@ -352,7 +351,7 @@ struct MappedFile {
 
 
 // Reads the table; `release` is called once the text is no longer needed, before the pieces
-// are joined, so that the file's pages and the joined columns are not both held.
+// are joined, so that the file's pages and a column joined by copying are not both held.
 CsvTable readTable(std::string_view text, std::string const& name, CsvOptions const& options,
                    std::vector<Diagnostic>& messages, std::function<void()> const& release) {
     CsvTable table;
@@ -419,8 +418,8 @@ CsvTable readTable(std::string_view text, std::string const& name, CsvOptions co
         table.columns[c].header = headers[c];
         table.columns[c].loaded = false;
     }
-    // Joining copies every piece after the first into the first: a column per core at once,
-    // since each column's pieces are its own.
+    // Joining closes the gaps between the pieces' stretches, or copies the pieces of a column
+    // that left its stretches: a column per core at once, since each column's pieces are its own.
     unsigned const threads = std::max(1u, options.threads ? options.threads
                                                           : std::thread::hardware_concurrency());
     auto joinEvery = [&](std::size_t first, std::size_t step) {
