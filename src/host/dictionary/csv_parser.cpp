@@ -7,6 +7,7 @@
 #include <fast_float/fast_float.h>
 #include <utf8.h>
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -25,6 +26,9 @@ OBS const kBlankCell = [] {
     std::memset(&cell, ' ', sizeof cell);
     return cell;
 }();
+
+// The same eight blanks as a number.
+constexpr std::uint64_t kBlankWord = 0x2020202020202020ull;
 
 // Bytes that end an unquoted field.
 struct DelimiterTable {
@@ -68,10 +72,19 @@ constexpr SpecialTable kSpecial;
 
 // The first special byte at or after `p`, or `end`. Most fields are a few bytes long: those are
 // looked at byte by byte, longer ones sixteen (or eight) bytes at a time.
+template <bool Unbounded = false>
 inline char const* scanField(char const* p, char const* end) {
-    for (char const* const near = p + std::min<std::ptrdiff_t>(end - p, 16); p < near; ++p) {
-        if (kSpecial.special[static_cast<unsigned char>(*p)])
-            return p;
+    if (Unbounded || end - p >= 16) {  // no end within reach: no bound to check
+        for (char const* const near = p + 16; p < near; ++p) {
+            if (kSpecial.special[static_cast<unsigned char>(*p)])
+                return p;
+        }
+    } else {
+        for (; p < end; ++p) {
+            if (kSpecial.special[static_cast<unsigned char>(*p)])
+                return p;
+        }
+        return p;
     }
 #ifdef __SSE2__
     // Sixteen bytes at a time where the text has them.
@@ -171,6 +184,9 @@ constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7
 // The common plain decimal ("-123.45") right up to a delimiter, read in one pass that also
 // counts the decimals. Exact: a mantissa below 2^53 and a power of ten up to 10^22 are both
 // exact doubles, and one division rounds correctly. Null when the field is anything else.
+// `Unbounded`: the text is known to end in a line feed, so no run of digits reaches its end and
+// the loops need not look for it.
+template <bool Unbounded = false>
 inline char const* parsePlainDecimal(char const* p, char const* end, double& value, int& decimals) {
     bool const negative = p < end && *p == '-';
     if (negative)
@@ -178,7 +194,7 @@ inline char const* parsePlainDecimal(char const* p, char const* end, double& val
     std::uint64_t mantissa = 0;
     int digits = 0;
     char const* const start = p;
-    while (p < end && static_cast<unsigned char>(*p - '0') < 10) {
+    while ((Unbounded || p < end) && static_cast<unsigned char>(*p - '0') < 10) {
         mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
         ++p;
     }
@@ -186,7 +202,7 @@ inline char const* parsePlainDecimal(char const* p, char const* end, double& val
     decimals = 0;
     if (p < end && *p == '.') {
         char const* const fraction = ++p;
-        while (p < end && static_cast<unsigned char>(*p - '0') < 10) {
+        while ((Unbounded || p < end) && static_cast<unsigned char>(*p - '0') < 10) {
             mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
             ++p;
         }
@@ -228,7 +244,8 @@ public:
           end_(text.data() + text.size()),
           lineStart_(start),
           name_(name),
-          messages_(messages) {}
+          messages_(messages),
+          endsInLineFeed_(!text.empty() && text.back() == '\n') {}
 
     // The header row; false when the text holds none.
     bool header(std::vector<std::string>& headers);
@@ -295,11 +312,16 @@ private:
         int maxLength = 0;
         int maxDecimals = 0;
     };
-    bool plainRow();
+    template <bool Unbounded>
+    char const* plainRow(char const* p, std::size_t row);
+    // Plain rows from here while they come, at most `most` of them and none that starts at or
+    // past `stop`; gives how many were read.
+    std::int64_t plainRun(char const* stop, std::int64_t most);
     void classifyFields(std::vector<ColumnState> const& states);
     void syncPlain(std::vector<ColumnState>& states);
     std::vector<PlainField> plain_;
     std::int64_t plainRows_ = 0;
+    bool endsInLineFeed_ = false;
     std::int64_t plainTried_ = 0;
     std::int64_t plainFailed_ = 0;
 };
@@ -347,22 +369,24 @@ void Parser::syncPlain(std::vector<ColumnState>& states) {
     classifyFields(states);
 }
 
-bool Parser::plainRow() {
+// The end of the plain row that starts at `p`, its values written at `row` past each field's
+// base; null when the row is not plain.
+template <bool Unbounded>
+inline char const* Parser::plainRow(char const* p, std::size_t row) {
     PlainField* field = plain_.data();
     PlainField* const last = field + plain_.size() - 1;
-    auto const row = static_cast<std::size_t>(plainRows_);
-    char const* p = p_;
+    char const* const end = end_;
     for (;; ++field) {
         switch (field->kind) {
         case FieldKind::Skip:
-            p = scanField(p, end_);
+            p = scanField<Unbounded>(p, end);
             break;
         case FieldKind::Number: {
             double value;
             int decimals;
-            char const* const next = parsePlainDecimal(p, end_, value, decimals);
+            char const* const next = parsePlainDecimal<Unbounded>(p, end, value, decimals);
             if (!next)
-                return false;
+                return nullptr;
             field->base[row] = value;
             field->maxDecimals = std::max(field->maxDecimals, decimals);
             field->maxLength = std::max(field->maxLength, static_cast<int>(next - p));
@@ -370,52 +394,70 @@ bool Parser::plainRow() {
             break;
         }
         case FieldKind::ShortText: {
-            char const* const next = scanField(p, end_);
+            char const* const next = scanField<Unbounded>(p, end);
             auto const length = static_cast<int>(next - p);
-            if (length > field->widthLimit || end_ - p < 8)
-                return false;
+            if (length > field->widthLimit || end - p < 8)
+                return nullptr;
             std::uint64_t bytes;
             std::memcpy(&bytes, p, sizeof bytes);
-            std::uint64_t blanks;
-            std::memcpy(&blanks, &kBlankCell, sizeof blanks);
             std::uint64_t const keep =
                 length == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * length)) - 1;
-            std::uint64_t const word = (bytes & keep) | (blanks & ~keep);
+            std::uint64_t const word = (bytes & keep) | (kBlankWord & ~keep);
             if (word & 0x8080808080808080ull)
-                return false;
-            std::memcpy(field->base + row, &word, sizeof word);
+                return nullptr;
+            // Stored as the cell type, not as bytes, so that the compiler need not assume the
+            // store changed the parser's own fields.
+            field->base[row] = std::bit_cast<OBS>(word);
             field->maxLength = std::max(field->maxLength, length);
             p = next;
             break;
         }
         case FieldKind::Other:
-            return false;
+            return nullptr;
         }
-        if (p >= end_)
-            break;
+        if (p >= end)
+            return field == last ? p : nullptr;
         char const c = *p;
         if (c == ',') {
             if (field == last)
-                return false;  // more fields than the header
+                return nullptr;  // more fields than the header
             ++p;
             continue;
         }
-        if (c == '\n') {
-            ++p;
-        } else if (c == '\r') {
-            p += (p + 1 < end_ && p[1] == '\n') ? 2 : 1;
-        } else {
-            return false;  // a quote or a NUL
-        }
-        break;
+        if (field != last)
+            return nullptr;  // fewer fields than the header, or a quote or a NUL
+        if (c == '\n')
+            return p + 1;
+        if (c == '\r')
+            return p + ((p + 1 < end && p[1] == '\n') ? 2 : 1);
+        return nullptr;
     }
-    if (field != last)
-        return false;  // fewer fields than the header
-    ++plainRows_;
-    if (p[-1] == '\n' || p[-1] == '\r')
-        newline(p);
+}
+
+std::int64_t Parser::plainRun(char const* stop, std::int64_t most) {
+    char const* p = p_;
+    std::size_t row = static_cast<std::size_t>(plainRows_);
+    std::int64_t taken = 0;
+    std::int64_t line = line_;
+    char const* lineStart = lineStart_;
+    while (taken < most && p < stop && *p != '\n' && *p != '\r') {
+        // A text that ends in a line feed needs no check for its end inside a field.
+        char const* const next = endsInLineFeed_ ? plainRow<true>(p, row) : plainRow<false>(p, row);
+        if (!next)
+            break;
+        ++row;
+        ++taken;
+        if (next[-1] == '\n' || next[-1] == '\r') {
+            ++line;
+            lineStart = next;
+        }
+        p = next;
+    }
     p_ = p;
-    return true;
+    line_ = line;
+    lineStart_ = lineStart;
+    plainRows_ = static_cast<std::int64_t>(row);
+    return taken;
 }
 
 std::string_view Parser::readText() {
@@ -734,14 +776,21 @@ void Parser::rows(char const* stop, std::vector<ColumnState>& states, RunProgres
             // Plain rows follow one another on consecutive lines, so the row-line marks hold
             // until one is not plain.
             bool taken = false;
-            while (p_ < stop && *p_ != '\n' && *p_ != '\r' && plainRow()) {
+            for (;;) {
+                std::int64_t const most = kProgressEvery - result.rows % kProgressEvery;
+                std::int64_t const run = plainRun(stop, most);
+                if (run == 0)
+                    break;
                 taken = true;
-                ++plainTried_;
-                if (++result.rows % kProgressEvery == 0 && progress) {
+                plainTried_ += run;
+                result.rows += run;
+                if (result.rows % kProgressEvery == 0 && progress) {
                     progress->bytes += static_cast<std::uint64_t>(p_ - reported);
                     progress->rows += kProgressEvery;
                     reported = p_;
                 }
+                if (run < most)
+                    break;
             }
             if (taken)
                 continue;  // the next row, if any, starts from the top
