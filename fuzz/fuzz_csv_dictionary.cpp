@@ -1,8 +1,11 @@
 // Fuzz target of the CSV reader and the dictionary JSON reader. The first byte picks the reader;
-// the rest is the file. Both must give messages, never crash, and keep the columns aligned.
+// the rest is the file. Both must give messages, never crash, and keep the columns aligned. Where
+// the first byte asks for it, the CSV is also read cut into two to four pieces, which must give
+// what one pass gives: rows, lines, messages and every value bit for bit.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +41,34 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
                            : column.cells.size() / static_cast<std::size_t>(column.cellsPerValue);
         if (rows != static_cast<std::size_t>(table.rows))
             std::abort();
+    }
+    if (data[0] & 4) {
+        host::dictionary::CsvOptions options;
+        options.declare = declare;
+        options.threads = 2 + (data[0] >> 3) % 3;
+        options.minPieceBytes = 1;
+        std::vector<host::dictionary::Diagnostic> pieceMessages;
+        auto pieces = host::dictionary::readCsvText(text, "fuzz.csv", options, pieceMessages);
+        if (pieces.rows != table.rows || pieces.columns.size() != table.columns.size() ||
+            pieceMessages.size() != messages.size())
+            std::abort();
+        for (std::size_t i = 0; i < messages.size(); ++i)
+            if (pieceMessages[i].toString() != messages[i].toString())
+                std::abort();
+        for (std::int64_t row = 0; row < table.rows; ++row)
+            if (pieces.lineOf(row) != table.lineOf(row))
+                std::abort();
+        for (std::size_t c = 0; c < table.columns.size(); ++c) {
+            auto const& a = table.columns[c];
+            auto const& b = pieces.columns[c];
+            if (a.numeric != b.numeric || a.width != b.width || a.cellsPerValue != b.cellsPerValue ||
+                a.numbers.size() != b.numbers.size() || a.cells.size() != b.cells.size() ||
+                (!a.numbers.empty() &&
+                 std::memcmp(a.numbers.data(), b.numbers.data(), a.numbers.size() * 8) != 0) ||
+                (!a.cells.empty() &&
+                 std::memcmp(a.cells.data(), b.cells.data(), a.cells.size() * 8) != 0))
+                std::abort();
+        }
     }
     return 0;
 }
