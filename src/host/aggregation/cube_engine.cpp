@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstring>
 #include <deque>
+#include <exception>
+#include <thread>
 #include <functional>
 #include <memory>
 #include <string>
@@ -442,11 +444,15 @@ struct CubeAggregator::Engine {
     void addPositions(ProcDSIterator const& iterator, std::int64_t first, std::int64_t count);
     void addRowsFast(std::int64_t begin, std::int64_t end);
     void addRowsOneBreak(std::int64_t begin, std::int64_t end);
+    void addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end);
     double sysmis = 0.0;
     std::vector<FastBreak> fastBreaks;
     std::vector<FastSlot> fastSlots;
 
     static constexpr int kGridBits = 22;
+    // Rows a block of a long run: blocks are summed on their own, side by side, and their sums
+    // joined in block order, so that the result does not depend on the number of cores.
+    static constexpr std::int64_t kRowBlock = std::int64_t{1} << 20;
 
     void bind();
     void bindFast();
@@ -659,10 +665,132 @@ void CubeAggregator::Engine::flushPending() {
 
 void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
     if (plainSums && fastBreaks.size() == 1 && !hashed) {
+        if (end - begin >= 2 * kRowBlock && std::thread::hardware_concurrency() > 1) {
+            addRowsOneBreakInBlocks(begin, end);
+            return;
+        }
         addRowsOneBreak(begin, end);
         return;
     }
     for (std::int64_t row = begin; row < end; ++row) addCaseFast(row);
+}
+
+// A long run of the one-break shape on every core: each block of rows keeps the sums of the
+// categories it meets (by their eight-byte key, in the order met), then the blocks are joined in
+// order, each key made a category as the rows one by one would have made it, and the block's
+// sums merged into its cell as a group's are.
+void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end) {
+    FastSlot const& slot = fastSlots[0];
+    FastBreak const& fastBreak = fastBreaks[0];
+    std::uint64_t const keyMask =
+        !fastBreak.text || fastBreak.data->keyBytes >= 8
+            ? ~std::uint64_t{0}
+            : (std::uint64_t{1} << (8 * fastBreak.data->keyBytes)) - 1;
+    struct Entry {
+        std::int64_t firstRow;
+        std::int64_t cases = 0;
+        Sums sums;
+    };
+    struct Block {
+        ShortTextTable keys;  // key -> entry
+        std::vector<Entry> entries;
+    };
+    std::int64_t const blocks = (end - begin + kRowBlock - 1) / kRowBlock;
+    std::vector<Block> partial(static_cast<std::size_t>(blocks));
+    auto sumBlock = [&](std::int64_t b) {
+        Block& block = partial[static_cast<std::size_t>(b)];
+        std::int64_t const from = begin + b * kRowBlock;
+        std::int64_t const to = std::min(end, from + kRowBlock);
+        std::int64_t lastKey = -1;  // the entry of the key met last, for runs of one code
+        std::uint64_t last = 0;
+        for (std::int64_t row = from; row < to; ++row) {
+            double const x = slot.cells[row];
+            bool const valid = x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+            if (!valid && !variablewise)
+                continue;
+            std::uint64_t key;
+            if (fastBreak.text) {
+                std::memcpy(&key, fastBreak.cells + row, sizeof key);
+                key &= keyMask;
+            } else {
+                key = numberKey(fastBreak.cells[row]);
+            }
+            std::int64_t entry = lastKey >= 0 && key == last ? lastKey : block.keys.find(key);
+            if (entry < 0) {
+                entry = static_cast<std::int64_t>(block.entries.size());
+                block.keys.add(key, static_cast<std::uint32_t>(entry));
+                block.entries.push_back({row, 0, Sums{}});
+            }
+            lastKey = entry;
+            last = key;
+            Entry& at = block.entries[static_cast<std::size_t>(entry)];
+            ++at.cases;
+            if (valid)
+                add(at.sums, x);
+        }
+    };
+    unsigned const threads = std::min<unsigned>(std::thread::hardware_concurrency(),
+                                                static_cast<unsigned>(blocks));
+    std::vector<std::exception_ptr> failures(threads);
+    auto work = [&](unsigned w) {
+        try {
+            for (std::int64_t b = w; b < blocks; b += threads) sumBlock(b);
+        } catch (...) {
+            failures[w] = std::current_exception();  // out of memory, most likely
+        }
+    };
+    std::vector<std::thread> workers;
+    for (unsigned w = 1; w < threads; ++w) workers.emplace_back(work, w);
+    work(0);
+    for (auto& worker : workers) worker.join();
+    for (auto const& failure : failures)
+        if (failure)
+            std::rethrow_exception(failure);
+
+    FastBreak& breakOf = fastBreaks[0];
+    for (Block& block : partial) {
+        for (Entry const& entry : block.entries) {
+            std::uint32_t id;
+            if (breakOf.text) {
+                std::int64_t const found = shortTextCategory(breakOf, entry.firstRow);
+                if (found < 0)
+                    continue;
+                id = static_cast<std::uint32_t>(found);
+            } else {
+                double const value = breakOf.cells[entry.firstRow];
+                std::uint32_t const made = numberCategory(*breakOf.data, value, breakOf.column->record);
+                if (breakOf.exclude && breakOf.data->records[made].missing)
+                    continue;
+                id = made;
+            }
+            caseIds[0] = id;
+            std::uint32_t const cell = findOrCreateCell(caseIds.data());
+            Cell& record = cells[cell];
+            auto const cases = static_cast<double>(entry.cases);
+            record.cases += cases;
+            record.responses += cases;
+            totalResponses += cases;
+            record.values.reset();
+            Sums const& group = entry.sums;
+            if (group.n == 0.0)
+                continue;
+            Sums& acc = sums[cell];
+            if (acc.n == 0.0) {
+                acc.shift = group.shift;
+                acc.min = group.min;
+                acc.max = group.max;
+            } else {
+                acc.min = std::min(acc.min, group.min);
+                acc.max = std::max(acc.max, group.max);
+            }
+            double const offset = group.shift - acc.shift;
+            acc.squares += group.squares + 2.0 * offset * group.shifted + group.n * offset * offset;
+            acc.shifted += group.shifted + group.n * offset;
+            acc.sum += group.sum;
+            acc.n += group.n;
+        }
+        block = Block{};
+    }
 }
 
 // The commonest pass of all, one break variable and one summary variable: the same sums as

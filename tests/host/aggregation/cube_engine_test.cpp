@@ -364,3 +364,75 @@ TEST(CubeEngine, ShortAndWideTextBreaksGiveTheSameCells) {
         }
     }
 }
+
+TEST(CubeEngine, ALongRunSummedInBlocksGivesTheSumsOfTheCases) {
+    // Over two million cases the one-break pass is summed in blocks side by side; counts, sums,
+    // extremes and variances must be those of the cases. Whole numbers keep the sums exact.
+    std::int64_t const n = 2'300'000;
+    std::vector<double> g(n), x(n);
+    std::vector<std::string> code(n);
+    for (std::int64_t row = 0; row < n; ++row) {
+        g[row] = static_cast<double>((row * 7919) % 11);
+        x[row] = row % 13 == 0 ? kSys : static_cast<double>((row * 31) % 100);
+        code[row] = "k" + std::to_string(row % 5);
+    }
+    test::CaseBuilder data(n);
+    int const gi = data.numeric("g", g);
+    int const xi = data.numeric("x", x);
+    int const ci = data.text("code", 2, code);
+    data.variable(gi).missingNumbers = {9};
+    struct Expected {
+        double n = 0, sum = 0, squares = 0, min = 1e9, max = -1e9;
+    };
+    std::map<double, Expected> byG;
+    std::map<std::string, Expected> byCode;
+    for (std::int64_t row = 0; row < n; ++row) {
+        if (x[row] == kSys)
+            continue;  // listwise
+        for (Expected* e : {g[row] == 9 ? nullptr : &byG[g[row]], &byCode[code[row]]}) {
+            if (!e)
+                continue;
+            e->n += 1;
+            e->sum += x[row];
+            e->squares += x[row] * x[row];
+            e->min = std::min(e->min, x[row]);
+            e->max = std::max(e->max, x[row]);
+        }
+    }
+    std::vector<AggregationStatistic> stats{stat(Codes::STAT_COUNT, -1), stat(Codes::STAT_SUM, xi),
+                                            stat(Codes::STAT_MEAN, xi), stat(Codes::STAT_MINIMUM, xi),
+                                            stat(Codes::STAT_MAXIMUM, xi), stat(Codes::STAT_VARIANCE, xi)};
+    auto check = [&](StatValues* values, Expected const& e, std::string const& what) {
+        ASSERT_NE(values, nullptr) << what;
+        EXPECT_EQ(values->GetStatValue(0), e.n) << what;
+        EXPECT_EQ(values->GetStatValue(1), e.sum) << what;
+        EXPECT_NEAR(values->GetStatValue(2), e.sum / e.n, 1e-12 * e.sum / e.n) << what;
+        EXPECT_EQ(values->GetStatValue(3), e.min) << what;
+        EXPECT_EQ(values->GetStatValue(4), e.max) << what;
+        double const variance = (e.squares - e.sum * e.sum / e.n) / (e.n - 1);
+        EXPECT_NEAR(values->GetStatValue(5), variance, 1e-9 * variance) << what;
+    };
+    {
+        AggregationVariable byGroup(gi, "g");
+        Cube cube(data, {&byGroup}, stats);
+        auto const& categories = cube.categories(0);
+        ASSERT_EQ(categories.size(), byG.size());  // 9 is user-missing: no category
+        std::size_t k = 0;
+        for (auto const& [value, expected] : byG) {
+            EXPECT_EQ(*categories[k]->value, value);
+            check(cube.cell({categories[k]}), expected, "g = " + std::to_string(value));
+            ++k;
+        }
+    }
+    {
+        AggregationVariable byCodeVariable(ci, "code");
+        Cube cube(data, {&byCodeVariable}, stats);
+        auto const& categories = cube.categories(0);
+        ASSERT_EQ(categories.size(), byCode.size());
+        std::size_t k = 0;
+        for (auto const& [text, expected] : byCode) {
+            check(cube.cell({categories[k]}), expected, "code " + text);
+            ++k;
+        }
+    }
+}
