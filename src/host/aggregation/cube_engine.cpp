@@ -474,6 +474,23 @@ struct CubeAggregator::Engine {
         acc.squares += dx * dx;
         acc.sum += x;
     }
+    // The sums of a group of values joined to `acc` as if its values had come one by one; the
+    // group's shifted sums are moved onto acc's shift.
+    static void merge(Sums& acc, Sums const& group) {
+        if (acc.n == 0.0) {
+            acc.shift = group.shift;
+            acc.min = group.min;
+            acc.max = group.max;
+        } else {
+            acc.min = std::min(acc.min, group.min);
+            acc.max = std::max(acc.max, group.max);
+        }
+        double const offset = group.shift - acc.shift;
+        acc.squares += group.squares + 2.0 * offset * group.shifted + group.n * offset * offset;
+        acc.shifted += group.shifted + group.n * offset;
+        acc.sum += group.sum;
+        acc.n += group.n;
+    }
     OBS const* cellOf(int index, std::int64_t row) const {
         if (index < 0) return nullptr;
         if (static_cast<std::size_t>(index) < columns.size() && columns[static_cast<std::size_t>(index)].cells) {
@@ -771,23 +788,8 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
             record.responses += cases;
             totalResponses += cases;
             record.values.reset();
-            Sums const& group = entry.sums;
-            if (group.n == 0.0)
-                continue;
-            Sums& acc = sums[cell];
-            if (acc.n == 0.0) {
-                acc.shift = group.shift;
-                acc.min = group.min;
-                acc.max = group.max;
-            } else {
-                acc.min = std::min(acc.min, group.min);
-                acc.max = std::max(acc.max, group.max);
-            }
-            double const offset = group.shift - acc.shift;
-            acc.squares += group.squares + 2.0 * offset * group.shifted + group.n * offset * offset;
-            acc.shifted += group.shifted + group.n * offset;
-            acc.sum += group.sum;
-            acc.n += group.n;
+            if (entry.sums.n != 0.0)
+                merge(sums[cell], entry.sums);
         }
         block = Block{};
     }
@@ -1117,20 +1119,8 @@ void CubeAggregator::Engine::mergeGroup(std::uint32_t cellIndex) {
         host::aggregation::SlotPartial const* group = groupSource->groupSlot(groupRow, slots[s].variable);
         if (group == nullptr || group->n == 0.0)
             continue;
-        Sums& acc = sum[s];
-        if (acc.n == 0.0) {
-            acc.shift = group->shift;
-            acc.min = group->min;
-            acc.max = group->max;
-        } else {
-            acc.min = std::min(acc.min, group->min);
-            acc.max = std::max(acc.max, group->max);
-        }
-        double const offset = group->shift - acc.shift;
-        acc.squares += group->squares + 2.0 * offset * group->shifted + group->n * offset * offset;
-        acc.shifted += group->shifted + group->n * offset;
-        acc.sum += group->sum;
-        acc.n += group->n;
+        merge(sum[s], {group->n, group->shift, group->shifted, group->squares, group->sum,
+                       group->min, group->max});
         if (slots[s].keepValues) {
             std::vector<double>& kept = stored[cellIndex * nSlots + s];
             kept.insert(kept.end(), group->values.begin(), group->values.end());
