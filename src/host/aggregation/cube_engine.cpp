@@ -509,6 +509,21 @@ struct CubeAggregator::Engine {
                                Column const* column);
     // The category of a short text break's value in `row`; -1 when it is excluded.
     std::int64_t shortTextCategory(FastBreak& fastBreak, std::int64_t row);
+    // The same for a number break; small whole numbers through the break's table.
+    std::int64_t numberBreakCategory(FastBreak& fastBreak, std::int64_t row) {
+        double const value = fastBreak.cells[row];
+        bool const small = value >= 0.0 && value < kSmallIntegers &&
+                           value == static_cast<double>(static_cast<int>(value));
+        std::int32_t code = small ? fastBreak.ids[static_cast<std::size_t>(value)] : 0;
+        if (code == 0) [[unlikely]] {
+            std::uint32_t const id = numberCategory(*fastBreak.data, value, fastBreak.column->record);
+            bool const excluded = fastBreak.exclude && fastBreak.data->records[id].missing;
+            code = excluded ? -1 : static_cast<std::int32_t>(id) + 1;
+            if (small)
+                fastBreak.ids[static_cast<std::size_t>(value)] = code;
+        }
+        return code < 0 ? -1 : code - 1;
+    }
     std::uint32_t findOrCreateCell(std::uint32_t const* ids);
     long findCell(std::uint32_t const* ids);
     bool hasPrefix(std::uint32_t const* ids, std::size_t length);
@@ -774,11 +789,10 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
                     continue;
                 id = static_cast<std::uint32_t>(found);
             } else {
-                double const value = breakOf.cells[entry.firstRow];
-                std::uint32_t const made = numberCategory(*breakOf.data, value, breakOf.column->record);
-                if (breakOf.exclude && breakOf.data->records[made].missing)
+                std::int64_t const found = numberBreakCategory(breakOf, entry.firstRow);
+                if (found < 0)
                     continue;
-                id = made;
+                id = static_cast<std::uint32_t>(found);
             }
             caseIds[0] = id;
             std::uint32_t const cell = findOrCreateCell(caseIds.data());
@@ -842,21 +856,10 @@ void CubeAggregator::Engine::addRowsOneBreak(std::int64_t begin, std::int64_t en
             place->cell = -1;
             id = static_cast<std::uint32_t>(found);
         } else {
-            double const value = fastBreak.cells[row];
-            bool const small = value >= 0.0 && value < kSmallIntegers &&
-                               value == static_cast<double>(static_cast<int>(value));
-            std::int32_t code = small ? fastBreak.ids[static_cast<std::size_t>(value)] : 0;
-            if (code == 0) [[unlikely]] {
-                std::uint32_t const made =
-                    numberCategory(*fastBreak.data, value, fastBreak.column->record);
-                bool const excluded = fastBreak.exclude && fastBreak.data->records[made].missing;
-                code = excluded ? -1 : static_cast<std::int32_t>(made) + 1;
-                if (small)
-                    fastBreak.ids[static_cast<std::size_t>(value)] = code;
-            }
-            if (code < 0)
+            std::int64_t const found = numberBreakCategory(fastBreak, row);
+            if (found < 0)
                 continue;
-            id = static_cast<std::uint32_t>(code - 1);
+            id = static_cast<std::uint32_t>(found);
         }
         std::uint32_t cell;
         if ((id >> bits[0]) == 0 && grid[id] != 0) {
@@ -1202,23 +1205,10 @@ void CubeAggregator::Engine::addCaseFast(std::int64_t row) {
             index = (index << width[d]) | ids[d];
             continue;
         }
-        double const value = fastBreak.cells[row];
-        std::int32_t code = 0;
-        bool const small = value >= 0.0 && value < kSmallIntegers &&
-                           value == static_cast<double>(static_cast<int>(value));
-        if (small)
-            code = fastBreak.ids[static_cast<std::size_t>(value)];
-        if (code == 0) [[unlikely]] {
-            std::uint32_t const id =
-                numberCategory(*fastBreak.data, value, fastBreak.column->record);
-            bool const excluded = fastBreak.exclude && fastBreak.data->records[id].missing;
-            code = excluded ? -1 : static_cast<std::int32_t>(id) + 1;
-            if (small)
-                fastBreak.ids[static_cast<std::size_t>(value)] = code;
-        }
-        if (code < 0)
+        std::int64_t const found = numberBreakCategory(fastBreak, row);
+        if (found < 0)
             return;
-        auto const id = static_cast<std::uint32_t>(code - 1);
+        auto const id = static_cast<std::uint32_t>(found);
         ids[d] = id;
         onGrid = onGrid && (id >> width[d]) == 0;
         index = (index << width[d]) | id;
