@@ -630,6 +630,9 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
     std::string_view const text = trimBlanks(raw);
     double value = 0.0;
     if (text.empty()) {
+        // Should the column turn out to be text, this blank value is as wide as written.
+        state.blankLength = std::max(
+            state.blankLength, static_cast<int>(std::min<std::size_t>(raw.size(), kMaxStringWidth)));
         putNumber(state, kSysmis);
         return;
     }
@@ -676,7 +679,7 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
         column.numbers.shrink_to_fit();
     }
     column.numeric = false;
-    column.maxLength = 0;
+    column.maxLength = state.blankLength;
     storeText(state, raw, at, field);
 }
 

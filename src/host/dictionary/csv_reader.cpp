@@ -279,12 +279,18 @@ CsvColumn joinColumn(std::vector<RunResult>& pieces, std::size_t c, ColumnState 
     bool inPlace = true;
     int maxLength = 0;
     int maxDecimals = 0;
+    int textLength = 0;  // as text: a piece that held only blanks counts their width
     for (auto const& piece : pieces) {
-        text = text || !piece.states[c].column.numeric;
-        inPlace = inPlace && piece.states[c].region;
-        maxLength = std::max(maxLength, piece.states[c].column.maxLength);
-        maxDecimals = std::max(maxDecimals, piece.states[c].column.maxDecimals);
+        ColumnState const& state = piece.states[c];
+        text = text || !state.column.numeric;
+        inPlace = inPlace && state.region;
+        maxLength = std::max(maxLength, state.column.maxLength);
+        maxDecimals = std::max(maxDecimals, state.column.maxDecimals);
+        textLength = std::max(textLength,
+                              state.column.numeric ? state.blankLength : state.column.maxLength);
     }
+    if (text)
+        maxLength = textLength;
     if (inPlace) {
         // Blank lines, quoted line breaks and a last line without an end leave gaps.
         std::size_t at = 0;

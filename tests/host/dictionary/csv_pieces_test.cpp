@@ -84,6 +84,9 @@ TEST(CsvPieces, EveryCutGivesWhatOnePassGives) {
         {"ragged rows and their line numbers", "a,b,c\n1\n2,3,4,5\n\"x\ny\",1\n6,7,8\n9\n" + repeated},
         {"a number column that holds text far down", repeated + "abc,1\n" + repeated},
         {"text from the start and empty cells before it", "a,b\n,1\n,2\nxyz,3\n,4\n5,5\n"},
+        {"blank cells before the first text", "a,b\n      ,1\n ,2\n\n\nab,3\n"},
+        // A fuzz find: a piece that held only blank cells lost their width.
+        {"blank cells, NULs and lone carriage returns", std::string(",1\0,,\nA  ,\r      \n\nc\n\n1", 24)},
         {"strings of different widths in different pieces",
          "s,n\na,1\nbb,2\n" + std::string(30, 'c') + ",3\nd,4\n" + std::string(9, 'e') + ",5\n"},
         {"warnings past the limit of a kind", "a,b\n" + std::string(25, '\n') +
@@ -176,6 +179,16 @@ TEST(CsvPieces, ManyColumnsWithOneNameLoadInNearLinearTime) {
     ASSERT_EQ(wide.dataset->variables.size(), static_cast<std::size_t>(kColumns));
     EXPECT_EQ(wide.dataset->variables.back()->hostData().name, "x_100000");
     EXPECT_EQ(hd::findVariable(*wide.dataset, "X_99999"), kColumns - 2);
+}
+
+TEST(CsvPieces, BlankValuesCountInTheWidthOfATextColumn) {
+    // Blanks read while the column still looked numeric are as wide as written, as they are
+    // once it is known to be text.
+    for (unsigned pieces : {1u, 2u}) {
+        Read const r = readIn("s,n\n      ,1\nab,2\n  ,3\n", pieces);
+        ASSERT_FALSE(r.table.columns[0].numeric);
+        EXPECT_EQ(r.table.columns[0].width, 6) << pieces << " pieces";
+    }
 }
 
 TEST(CsvPieces, PlainRowsAndTheRestReadAlike) {
