@@ -630,9 +630,11 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
     std::string_view const text = trimBlanks(raw);
     double value = 0.0;
     if (text.empty()) {
-        // Should the column turn out to be text, this blank value is as wide as written.
+        // Should the column turn out to be text, this blank value is as wide as written; one
+        // that holds a tab must be read again to keep it.
         state.blankLength = std::max(
             state.blankLength, static_cast<int>(std::min<std::size_t>(raw.size(), kMaxStringWidth)));
+        state.tabbedBlanks = state.tabbedBlanks || raw.find('\t') != std::string_view::npos;
         putNumber(state, kSysmis);
         return;
     }
@@ -666,7 +668,7 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
         return;
     }
     // Inferred so far as numeric: the column is a string column after all.
-    if (state.numbersSeen > 0)
+    if (state.numbersSeen > 0 || state.tabbedBlanks)
         state.flippedLate = true;
     if (state.region) {
         // A text of one cell a value takes the numbers' room: the values so far become blanks.

@@ -46,6 +46,7 @@ struct ColumnState {
     std::int64_t numbersSeen = 0;  // non-empty numeric cells
     bool flippedLate = false;      // turned string after numbers had been read
     int blankLength = 0;           // the longest blank cell read while the column held numbers
+    bool tabbedBlanks = false;     // one of those held a tab
 
     // Where the run writes the column's values. The reader sets aside a stretch of the table's
     // column for each run, as many values as the run has line ends, so that joining the runs

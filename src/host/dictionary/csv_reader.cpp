@@ -262,7 +262,7 @@ std::set<std::size_t> columnsToReadAsText(std::vector<RunResult> const& pieces,
             auto const& state = piece.states[c];
             text = text || !state.column.numeric;
             numbers = numbers || state.flippedLate ||
-                      (state.column.numeric && state.numbersSeen > 0);
+                      (state.column.numeric && (state.numbersSeen > 0 || state.tabbedBlanks));
         }
         if (text && numbers)
             again.insert(c);

@@ -85,7 +85,8 @@ TEST(CsvPieces, EveryCutGivesWhatOnePassGives) {
         {"a number column that holds text far down", repeated + "abc,1\n" + repeated},
         {"text from the start and empty cells before it", "a,b\n,1\n,2\nxyz,3\n,4\n5,5\n"},
         {"blank cells before the first text", "a,b\n      ,1\n ,2\n\n\nab,3\n"},
-        // A fuzz find: a piece that held only blank cells lost their width.
+        // Fuzz finds: a piece that held only blank cells lost their width, or their tabs.
+        {"cells of a tab before the first text", "a,b\n\t,1\n \t ,2\n\n\nab,3\n\t,4\n"},
         {"blank cells, NULs and lone carriage returns", std::string(",1\0,,\nA  ,\r      \n\nc\n\n1", 24)},
         {"strings of different widths in different pieces",
          "s,n\na,1\nbb,2\n" + std::string(30, 'c') + ",3\nd,4\n" + std::string(9, 'e') + ",5\n"},
