@@ -79,23 +79,6 @@ private:
     std::vector<std::size_t> bounds_;    // and the rows it has room for
 };
 
-// Makes the pages behind a stretch of a column that is about to be filled in one call: the
-// kernel maps them in bulk, far cheaper than a page fault for each (on a virtual machine, a
-// fault also goes out to the host). Where the kernel does not know the call, the pages come
-// one fault at a time as before.
-void populate(OBS* data, std::size_t bytes) {
-#ifdef MADV_POPULATE_WRITE
-    constexpr std::uintptr_t page = 4096;
-    auto const begin = (reinterpret_cast<std::uintptr_t>(data) + page - 1) & ~(page - 1);
-    auto const end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(page - 1);
-    if (end > begin)
-        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
-#else
-    (void)data;
-    (void)bytes;
-#endif
-}
-
 // Runs work(k) for k below `count`, each on a thread of its own; the first failure is thrown.
 template <class Work>
 void PieceReader::onThreads(std::size_t count, Work const& work) {
@@ -193,11 +176,7 @@ std::vector<RunResult> PieceReader::parse(char const* dataStart,
                 reader.finished_.notify_all();
             }
         } done{*this};
-        std::vector<ColumnState> laid = statesFor(k, states);
-        for (ColumnState const& state : laid)
-            if (state.region)
-                populate(state.region, state.regionCapacity * sizeof(OBS));
-        csv::parseRows(text_, starts[k], stopOf(k), name_, std::move(laid), &progress_,
+        csv::parseRows(text_, starts[k], stopOf(k), name_, statesFor(k, states), &progress_,
                        results[k]);
     };
     if (!options_.progress) {
