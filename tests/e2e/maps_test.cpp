@@ -192,7 +192,7 @@ TEST_F(MapJobs, JsonChartsFromInlineValuesAndFromACsvFile) {
     EXPECT_EQ(charts[0]["description"], "Mine");
     EXPECT_EQ(marks(charts[0], "bar"), 2u);
     EXPECT_EQ(charts[1]["description"], "Graph");
-    // The CSV's rows, summed by region, relative to the specification's folder.
+    // The CSV's rows, summed by region, relative to the chart file's folder.
     auto const& rows = charts[1]["data"]["jsonchart1"];
     ASSERT_EQ(rows["rows"].size(), 2u);
     EXPECT_EQ(marks(charts[1], "bar"), 2u);

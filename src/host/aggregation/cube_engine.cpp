@@ -507,6 +507,15 @@ struct CubeAggregator::Engine {
     std::uint32_t numberCategory(TableDimension::Data& data, double value, KWEL_Variable::Data const* record);
     std::uint32_t textCategory(TableDimension::Data& data, char const* bytes, std::uint32_t width,
                                Column const* column);
+    // A summary value that counts: neither system- nor user-missing.
+    bool isValid(FastSlot const& slot, double x) const {
+        return x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+    }
+    // The bytes of a short text break's cell that make its key.
+    static std::uint64_t keyMaskOf(FastBreak const& fastBreak) {
+        std::uint32_t const bytes = fastBreak.text ? fastBreak.data->keyBytes : 8;
+        return bytes >= 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * bytes)) - 1;
+    }
     // The category of a short text break's value in `row`; -1 when it is excluded.
     std::int64_t shortTextCategory(FastBreak& fastBreak, std::int64_t row);
     // The same for a number break; small whole numbers through the break's table.
@@ -714,10 +723,7 @@ void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
 void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end) {
     FastSlot const& slot = fastSlots[0];
     FastBreak const& fastBreak = fastBreaks[0];
-    std::uint64_t const keyMask =
-        !fastBreak.text || fastBreak.data->keyBytes >= 8
-            ? ~std::uint64_t{0}
-            : (std::uint64_t{1} << (8 * fastBreak.data->keyBytes)) - 1;
+    std::uint64_t const keyMask = keyMaskOf(fastBreak);
     struct Entry {
         std::int64_t firstRow;
         std::int64_t cases = 0;
@@ -737,7 +743,7 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
         std::uint64_t last = 0;
         for (std::int64_t row = from; row < to; ++row) {
             double const x = slot.cells[row];
-            bool const valid = x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+            bool const valid = isValid(slot, x);
             if (!valid && !variablewise)
                 continue;
             std::uint64_t key;
@@ -823,12 +829,10 @@ void CubeAggregator::Engine::addRowsOneBreak(std::int64_t begin, std::int64_t en
     };
     constexpr std::size_t kRemembered = 256;
     std::vector<Remembered> remembered(fastBreak.text ? kRemembered : 0);
-    std::uint64_t const keyMask =
-        fastBreak.data->keyBytes >= 8 ? ~std::uint64_t{0}
-                                      : (std::uint64_t{1} << (8 * fastBreak.data->keyBytes)) - 1;
+    std::uint64_t const keyMask = keyMaskOf(fastBreak);
     for (std::int64_t row = begin; row < end; ++row) {
         double const x = slot.cells[row];
-        bool const valid = x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+        bool const valid = isValid(slot, x);
         if (!valid && !variablewise)
             continue;
         std::uint32_t id;
@@ -1180,7 +1184,7 @@ void CubeAggregator::Engine::addCaseFast(std::int64_t row) {
     for (std::size_t s = 0; s < nSlots; ++s) {
         FastSlot const& slot = fastSlots[s];
         double const x = slot.cells[row];
-        bool const valid = x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
+        bool const valid = isValid(slot, x);
         caseValid[s] = valid;
         caseValues[s] = valid ? x : 0.0;
         anyMissing |= !valid;
