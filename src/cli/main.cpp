@@ -8,6 +8,7 @@
 
 #include "host/chart/chart_cli.h"
 #include "host/chart/template_library.h"
+#include "host/dictionary/csv_cache.h"
 #include "host/dictionary/describe.h"
 #include "host/files/file_io.h"
 #include "host/runner/job_runner.h"
@@ -88,6 +89,13 @@ int main(int argc, char** argv) {
             return count ? std::string()
                          : "--inline-rows takes a number of rows, 0 or more, not " + value;
         });
+    run.cacheFolder = host::dictionary::defaultCsvCacheFolder();
+    runCommand->add_option("--cache-dir", run.cacheFolder,
+                           "Folder where the parse of a CSV of 64 MB or more is kept, so that the "
+                           "next run over the unchanged file maps it instead of parsing again "
+                           "(default: $XDG_CACHE_HOME/ggraph or ~/.cache/ggraph)");
+    bool noCache = false;
+    runCommand->add_flag("--no-cache", noCache, "Parse the CSV every time; keep nothing for later");
     std::string templates;
     runCommand->add_option("--templates", templates,
                            "The folder of chart templates that VIZTEMPLATE finds by name "
@@ -128,6 +136,7 @@ int main(int argc, char** argv) {
 
     if (runCommand->parsed()) {
         run.job.context = context;
+        if (noCache) run.cacheFolder.clear();
         if (!templates.empty()) host::chart::setTemplateFolder(templates);
         run.chartFormats = splitFormats(formats);
         int status = host::runner::runJobFile(run);

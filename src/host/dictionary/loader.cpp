@@ -459,7 +459,7 @@ LoadResult loadCsv(std::string const& csvPath, Dictionary const* dictionary,
                 line->update(done, total, rows);
             };
         }
-        CsvTable table = readCsv(csvPath, csv, result.messages);
+        CsvTable table = readCsvCached(csvPath, csv, options.cache, result.messages);
         if (!table.ok) {
             // A file that could not be read stops procedures over it. One that holds no header
             // (an empty file) is an error said once; the job runs on over a dataset without

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/dictionary/column_selection.h"
+#include "host/dictionary/csv_cache.h"
 #include "host/dictionary/csv_reader.h"
 #include "host/dictionary/dataset.h"
 #include "host/dictionary/diagnostic.h"
@@ -34,6 +35,8 @@ struct LoadOptions {
     // split, set members) are read in any case.
     ColumnSelection const* columns = nullptr;
     CsvProgress progress;  // may be empty
+    // Where a large CSV's parse is kept for the next run; the folder is empty by default.
+    CsvCacheOptions cache;
 };
 
 // FILE is a CSV (FILE.json beside it is taken as its dictionary) or a dictionary JSON.

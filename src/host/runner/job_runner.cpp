@@ -189,6 +189,7 @@ int runJobFile(RunOptions const& options) {
     host::dictionary::ColumnSelection const columns = host::dictionary::selectionForJob(read.bytes);
     host::dictionary::LoadOptions load;
     load.columns = &columns;
+    load.cache.folder = options.cacheFolder;
     host::dictionary::JobDataResult data =
         host::dictionary::loadJobData(options.dataPath, options.datasets, options.dictionaries, load);
     if (data.cannotRun) {

@@ -39,6 +39,8 @@ struct RunOptions {
     // A chart's data source of more rows than this goes to a CSV file beside the chart instead
     // of into output.json.
     std::size_t inlineRows = 10000;
+    // Where a large CSV's parse is kept for the next run over it; empty: parsed every time.
+    std::string cacheFolder;
 };
 
 // Exit statuses of a run.
