@@ -1,6 +1,8 @@
 #include "host/dictionary/csv_cache.h"
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -295,7 +297,7 @@ void store(std::string const& entryPath, EntryImage const& image, CsvCacheOption
         trimFolder(cache.folder, entryPath, cache.maxFolderBytes);
 }
 
-// Writes from a grandchild of this process, at a low priority, so that the run neither waits for
+// Writes from a grandchild of this process, at the lowest priority, so that the run neither waits for
 // the disk nor leaves a child to reap. The child's memory is this moment's: later changes of the
 // columns do not reach the entry.
 void storeInBackground(std::string const& entryPath, EntryImage const& image,
@@ -305,7 +307,10 @@ void storeInBackground(std::string const& entryPath, EntryImage const& image,
         return;  // no entry this time
     if (child == 0) {
         if (::fork() == 0) {
-            (void)::nice(10);
+            // Behind any other work, even when this run has a real-time priority.
+            sched_param const none{};
+            (void)::sched_setscheduler(0, SCHED_BATCH, &none);
+            (void)::setpriority(PRIO_PROCESS, 0, 19);
             store(entryPath, image, cache);
         }
         ::_exit(0);
