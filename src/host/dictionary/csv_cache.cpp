@@ -392,9 +392,19 @@ std::optional<CsvTable> lookUp(std::string const& entryPath, CsvIdentity const& 
         column.maxDecimals = c.at("maxDecimals").get<int>();
         column.maxLength = c.at("maxLength").get<int>();
         if (column.loaded) {
-            std::uint64_t const perRow = column.numeric ? 1 : static_cast<std::uint64_t>(column.cellsPerValue);
-            if (column.cellsPerValue < 1 || !placeOf(c.at("cells"), offset, bytes) ||
-                bytes != static_cast<std::uint64_t>(table.rows) * perRow * sizeof(OBS) ||
+            // A text's cells must hold its width, and the block a cell per row and cell.
+            bool const shapeOk = column.numeric
+                                     ? column.cellsPerValue == 1
+                                     : column.width >= 0 && column.width <= kMaxStringWidth &&
+                                           column.cellsPerValue >= 1 &&
+                                           column.width <= column.cellsPerValue * 8 &&
+                                           column.cellsPerValue <= kMaxStringWidth / 8 + 1;
+            std::uint64_t expected = 0;
+            if (!shapeOk ||
+                __builtin_mul_overflow(static_cast<std::uint64_t>(table.rows),
+                                       static_cast<std::uint64_t>(column.cellsPerValue) * sizeof(OBS),
+                                       &expected) ||
+                !placeOf(c.at("cells"), offset, bytes) || bytes != expected ||
                 !readCellsFromFile(column.numeric ? column.numbers : column.cells, fd, offset,
                                    bytes / sizeof(OBS)))
                 return std::nullopt;
