@@ -1,9 +1,10 @@
 #include "host/dictionary/cells.h"
 
+#include "host/files/file_io.h"
+
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
 
 namespace host::dictionary {
 
@@ -48,16 +49,8 @@ bool readCellsFromFile(Cells& cells, int fd, std::uint64_t offset, std::size_t c
         cells.swap(read);
         return true;
     }
-    char* to = reinterpret_cast<char*>(read.data());
-    std::size_t done = 0;
-    while (done < bytes) {
-        ssize_t const got = ::pread(fd, to + done, bytes - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return false;
-        done += static_cast<std::size_t>(got);
-    }
+    if (!host::files::readAt(fd, read.data(), bytes, offset))
+        return false;
     cells.swap(read);
     return true;
 }

@@ -18,10 +18,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/files/file_io.h"
+
 namespace host::dictionary {
 
 namespace {
 
+using host::files::readAt;
+using host::files::writeAt;
 using nlohmann::json;
 namespace fs = std::filesystem;
 
@@ -59,34 +63,6 @@ std::string absolutePath(std::string const& path) {
     std::error_code error;
     fs::path const resolved = fs::weakly_canonical(fs::absolute(path, error), error);
     return error ? fs::absolute(path, error).lexically_normal().string() : resolved.string();
-}
-
-bool readAt(int fd, void* to, std::size_t bytes, std::uint64_t offset) {
-    std::size_t done = 0;
-    while (done < bytes) {
-        ssize_t const got = ::pread(fd, static_cast<char*>(to) + done, bytes - done,
-                                    static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return false;
-        done += static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-bool writeAt(int fd, void const* from, std::size_t bytes, std::uint64_t offset) {
-    std::size_t done = 0;
-    while (done < bytes) {
-        ssize_t const put = ::pwrite(fd, static_cast<char const*>(from) + done, bytes - done,
-                                     static_cast<off_t>(offset + done));
-        if (put < 0 && errno == EINTR)
-            continue;
-        if (put <= 0)
-            return false;
-        done += static_cast<std::size_t>(put);
-    }
-    return true;
 }
 
 // What says that a CSV is still the file an entry was made from.

@@ -213,4 +213,37 @@ WriteResult writeFileAtomically(std::filesystem::path const& path, std::string_v
     });
 }
 
+namespace {
+
+// `transfer(done)` moves what it can of the rest and says how much.
+template <class Transfer>
+bool transferAll(std::size_t bytes, Transfer transfer) {
+    std::size_t done = 0;
+    while (done < bytes) {
+        ssize_t const moved = transfer(done);
+        if (moved < 0 && errno == EINTR)
+            continue;
+        if (moved <= 0)
+            return false;
+        done += static_cast<std::size_t>(moved);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool readAt(int fd, void* to, std::size_t bytes, std::uint64_t offset) {
+    return transferAll(bytes, [&](std::size_t done) {
+        return ::pread(fd, static_cast<char*>(to) + done, bytes - done,
+                       static_cast<off_t>(offset + done));
+    });
+}
+
+bool writeAt(int fd, void const* from, std::size_t bytes, std::uint64_t offset) {
+    return transferAll(bytes, [&](std::size_t done) {
+        return ::pwrite(fd, static_cast<char const*>(from) + done, bytes - done,
+                        static_cast<off_t>(offset + done));
+    });
+}
+
 }  // namespace host::files

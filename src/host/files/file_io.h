@@ -2,6 +2,7 @@
 // File services of the host: where relative names lead, reading a whole file, and writing one
 // so that a failure never leaves half a file behind.
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <iosfwd>
@@ -48,5 +49,10 @@ struct WriteResult {
 WriteResult writeFileAtomically(std::filesystem::path const& path,
                                 std::function<void(std::ostream&)> const& write);
 WriteResult writeFileAtomically(std::filesystem::path const& path, std::string_view bytes);
+
+// Reads or writes exactly `bytes` at `offset` of an open file, going on after interruptions and
+// short transfers; false when the file ends first or an error stops it.
+bool readAt(int fd, void* to, std::size_t bytes, std::uint64_t offset);
+bool writeAt(int fd, void const* from, std::size_t bytes, std::uint64_t offset);
 
 }  // namespace host::files
