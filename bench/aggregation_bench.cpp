@@ -1,5 +1,6 @@
 // The aggregation engine over 10 million generated cases: two break variables (10 and 5
-// categories), COUNT and MEAN of one variable, and the same with MEDIAN. Reports cases per
+// categories), COUNT and MEAN of one variable, and the same with MEDIAN; and the bar chart of
+// means' shape, MEAN of one variable by a one-letter text (10 categories). Reports cases per
 // second (items_per_second) and the memory the filled cube holds (held_MB).
 // `--write-data FILE` writes the cases (columns a, b, x as raw float64, one after the other) and
 // FILE.cells, our COUNT, MEAN and MEDIAN per cell, for the pandas peer of bench/run.sh.
@@ -35,6 +36,7 @@ std::shared_ptr<host::dictionary::Dataset> const& dataset() {
         host::dictionary::addVariable(*d, "a", 0);
         host::dictionary::addVariable(*d, "b", 0);
         host::dictionary::addVariable(*d, "x", 0);
+        host::dictionary::addVariable(*d, "g", 1);
         std::uint64_t state = 0x9E3779B97F4A7C15ull;
         for (std::int64_t i = 0; i < kCases; ++i) {
             state ^= state << 13;
@@ -44,10 +46,44 @@ std::shared_ptr<host::dictionary::Dataset> const& dataset() {
             d->columns[0][row] = static_cast<double>(state % 10);
             d->columns[1][row] = static_cast<double>((state >> 8) % 5);
             d->columns[2][row] = static_cast<double>((state >> 16) % 100000) / 100.0;
+            char const letter = static_cast<char>('A' + (state >> 40) % 10);
+            std::memcpy(&d->columns[3][row], &letter, 1);
         }
         return d;
     }();
     return data;
+}
+
+// MEAN of x by the text g, as the bar chart of means asks for it.
+void TextBreakMean(benchmark::State& state) {
+    dataset();
+    for (auto _ : state) {
+        KWEL_DataSource source(dataset());
+        std::unique_ptr<KWEL_InputCaseIterator> iterator(source.CreateInputCaseIterator(0));
+        AggregationTable table(*iterator, false, false, -1);
+        AggregationCube* cube = table.CreateCube();
+        AggregationVariable g(3, "g");
+        cube->AddCategoricalVariable(&g, TableEncryptionCodes::ROW);
+        cube->CreateCubeAggregator();
+        std::vector<AggregationStatistic> stats{AggregationStatistic(TableEncryptionCodes::STAT_MEAN)};
+        stats[0].SetVarIndex(2);
+        cube->AddScaleStatistics(stats);
+        auto* proc = static_cast<ProcDSIterator*>(iterator.get());
+        while (iterator->NextCase()) {  // the first case, then the rest as one run
+            if (proc->SplitGroupEnd())
+                continue;
+            table.AddNewCase();
+            if (table.TakesCaseRuns())
+                table.AddCaseRun(*proc, kCases);
+        }
+        double total = 0;
+        auto* aggregator = table.GetCubeAggregators().front();
+        for (auto const* category : g.GetDimension()->GetCategories())
+            if (StatValues* v = aggregator->GetStatValues({category}, -1))
+                total += v->GetStatValue(0);
+        benchmark::DoNotOptimize(total);
+    }
+    state.SetItemsProcessed(state.iterations() * kCases);
 }
 
 // Resident memory now, in bytes.
@@ -135,6 +171,7 @@ int writeData(std::string const& path) {
 
 BENCHMARK(CountMean)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(CountMeanMedian)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(TextBreakMean)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::strcmp(argv[1], "--write-data") == 0)

@@ -445,6 +445,29 @@ struct CubeAggregator::Engine {
     void addRowsFast(std::int64_t begin, std::int64_t end);
     void addRowsOneBreak(std::int64_t begin, std::int64_t end);
     void addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end);
+    // A block of a long run: the categories it meets by their eight-byte key, in the order met.
+    struct BlockEntry {
+        std::int64_t firstRow;
+        double cases = 0.0;  // a double, so that counting does not make the loop reload the table
+        Sums sums;
+    };
+    struct RowBlock {
+        ShortTextTable keys;  // key -> entry
+        std::vector<BlockEntry> entries;
+    };
+    // What the block loop reads, copied so that it stays in registers.
+    struct BlockSource {
+        double const* values;
+        OBS const* breakCells;
+        bool text;
+        std::uint64_t keyMask;
+        double sysmis;
+        KWEL_Variable::Data const* record;
+        bool userMissing;
+        bool variablewise;
+    };
+    template <unsigned kReads>
+    static void sumRowBlock(BlockSource source, std::int64_t from, std::int64_t to, RowBlock& block);
     double sysmis = 0.0;
     std::vector<FastBreak> fastBreaks;
     std::vector<FastSlot> fastSlots;
@@ -459,20 +482,29 @@ struct CubeAggregator::Engine {
     void reset();
     void addCase();
     void addCaseFast(std::int64_t row);
+    // The running sums that the statistics read beyond the count and the shifted sum (the
+    // mean): a loop over many rows keeps only these.
+    enum SumsRead : unsigned { kReadSpread = 1, kReadTotal = 2, kReadRange = 4, kReadAll = 7 };
+    unsigned sumsRead = kReadAll;
+    template <unsigned kReads = kReadAll>
     static void add(Sums& acc, double x) {
         if (acc.n == 0.0) {
             acc.shift = x;
-            acc.min = x;
-            acc.max = x;
-        } else {
+            if constexpr ((kReads & kReadRange) != 0) {
+                acc.min = x;
+                acc.max = x;
+            }
+        } else if constexpr ((kReads & kReadRange) != 0) {
             acc.min = x < acc.min ? x : acc.min;
             acc.max = x > acc.max ? x : acc.max;
         }
         acc.n += 1.0;
         double const dx = x - acc.shift;
         acc.shifted += dx;
-        acc.squares += dx * dx;
-        acc.sum += x;
+        if constexpr ((kReads & kReadSpread) != 0)
+            acc.squares += dx * dx;
+        if constexpr ((kReads & kReadTotal) != 0)
+            acc.sum += x;
     }
     // The sums of a group of values joined to `acc` as if its values had come one by one; the
     // group's shifted sums are moved onto acc's shift.
@@ -563,6 +595,7 @@ void CubeAggregator::Engine::bind() {
     // Summary variables: one slot each, keeping values only for the order statistics.
     statisticSlot.assign(statistics.size(), -1);
     statisticLimit.assign(statistics.size(), -1);
+    sumsRead = 0;
     for (std::size_t i = 0; i < statistics.size(); ++i) {
         AggregationStatistic const& statistic = statistics[i];
         int const variable = statistic.GetVarIndex();
@@ -574,6 +607,18 @@ void CubeAggregator::Engine::bind() {
         int const slot = static_cast<int>(found - slots.begin());
         statisticSlot[i] = slot;
         switch (statistic.GetSummaryStatistic()) {
+            case Codes::STAT_VARIANCE:
+            case Codes::STAT_STDDEV:
+            case Codes::STAT_SEMEAN:
+                sumsRead |= kReadSpread;
+                break;
+            case Codes::STAT_SUM:
+                sumsRead |= kReadTotal;
+                break;
+            case Codes::STAT_MINIMUM:
+            case Codes::STAT_MAXIMUM:
+                sumsRead |= kReadRange;
+                break;
             case Codes::STAT_MEDIAN:
             case Codes::STAT_PTILE:
                 found->keepValues = true;
@@ -720,52 +765,63 @@ void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
 // categories it meets (by their eight-byte key, in the order met), then the blocks are joined in
 // order, each key made a category as the rows one by one would have made it, and the block's
 // sums merged into its cell as a group's are.
-void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end) {
-    FastSlot const& slot = fastSlots[0];
-    FastBreak const& fastBreak = fastBreaks[0];
-    std::uint64_t const keyMask = keyMaskOf(fastBreak);
-    struct Entry {
-        std::int64_t firstRow;
-        std::int64_t cases = 0;
-        Sums sums;
-    };
-    struct Block {
-        ShortTextTable keys;  // key -> entry
-        std::vector<Entry> entries;
-    };
-    std::int64_t const blocks = (end - begin + kRowBlock - 1) / kRowBlock;
-    std::vector<Block> partial(static_cast<std::size_t>(blocks));
-    auto sumBlock = [&](std::int64_t b) {
-        Block& block = partial[static_cast<std::size_t>(b)];
-        std::int64_t const from = begin + b * kRowBlock;
-        std::int64_t const to = std::min(end, from + kRowBlock);
-        std::int64_t lastKey = -1;  // the entry of the key met last, for runs of one code
-        std::uint64_t last = 0;
-        for (std::int64_t row = from; row < to; ++row) {
-            double const x = slot.cells[row];
-            bool const valid = isValid(slot, x);
-            if (!valid && !variablewise)
-                continue;
-            std::uint64_t key;
-            if (fastBreak.text) {
-                std::memcpy(&key, fastBreak.cells + row, sizeof key);
-                key &= keyMask;
-            } else {
-                key = numberKey(fastBreak.cells[row]);
-            }
-            std::int64_t entry = lastKey >= 0 && key == last ? lastKey : block.keys.find(key);
+template <unsigned kReads>
+void CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t const from,
+                                         std::int64_t const to, RowBlock& block) {
+    BlockEntry* entries = block.entries.data();
+    BlockEntry* lastEntry = nullptr;  // the entry of the key met last, for runs of one code
+    std::uint64_t last = 0;
+    for (std::int64_t row = from; row < to; ++row) {
+        double const x = source.values[row];
+        bool const valid = x != source.sysmis &&
+                           !(source.userMissing && numberIsMissing(source.record, x));
+        if (!valid && !source.variablewise)
+            continue;
+        std::uint64_t key;
+        if (source.text) {
+            std::memcpy(&key, source.breakCells + row, sizeof key);
+            key &= source.keyMask;
+        } else {
+            key = numberKey(source.breakCells[row]);
+        }
+        if (lastEntry == nullptr || key != last) {
+            std::int64_t entry = block.keys.find(key);
             if (entry < 0) {
                 entry = static_cast<std::int64_t>(block.entries.size());
                 block.keys.add(key, static_cast<std::uint32_t>(entry));
-                block.entries.push_back({row, 0, Sums{}});
+                block.entries.push_back({row, 0.0, Sums{}});
+                entries = block.entries.data();
             }
-            lastKey = entry;
+            lastEntry = entries + entry;
             last = key;
-            Entry& at = block.entries[static_cast<std::size_t>(entry)];
-            ++at.cases;
-            if (valid)
-                add(at.sums, x);
         }
+        lastEntry->cases += 1.0;
+        if (valid)
+            add<kReads>(lastEntry->sums, x);
+    }
+}
+
+void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end) {
+    FastSlot const& slot = fastSlots[0];
+    FastBreak const& fastBreak = fastBreaks[0];
+    BlockSource const source{slot.cells,     fastBreak.cells, fastBreak.text,   keyMaskOf(fastBreak),
+                             sysmis,         slot.record,     slot.userMissing, variablewise};
+    // The sums the cube's statistics read pick the loop; the others stay zero in the blocks.
+    auto const sumRows = [reads = sumsRead]() -> void (*)(BlockSource, std::int64_t, std::int64_t,
+                                                          RowBlock&) {
+        switch (reads) {
+            case 0: return &sumRowBlock<0>;
+            case kReadSpread: return &sumRowBlock<kReadSpread>;
+            case kReadTotal: return &sumRowBlock<kReadTotal>;
+            case kReadRange: return &sumRowBlock<kReadRange>;
+            default: return &sumRowBlock<kReadAll>;
+        }
+    }();
+    std::int64_t const blocks = (end - begin + kRowBlock - 1) / kRowBlock;
+    std::vector<RowBlock> partial(static_cast<std::size_t>(blocks));
+    auto sumBlock = [&](std::int64_t b) {
+        std::int64_t const from = begin + b * kRowBlock;
+        sumRows(source, from, std::min(end, from + kRowBlock), partial[static_cast<std::size_t>(b)]);
     };
     unsigned const threads = std::min<unsigned>(std::thread::hardware_concurrency(),
                                                 static_cast<unsigned>(blocks));
@@ -786,8 +842,8 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
             std::rethrow_exception(failure);
 
     FastBreak& breakOf = fastBreaks[0];
-    for (Block& block : partial) {
-        for (Entry const& entry : block.entries) {
+    for (RowBlock& block : partial) {
+        for (BlockEntry const& entry : block.entries) {
             std::uint32_t id;
             if (breakOf.text) {
                 std::int64_t const found = shortTextCategory(breakOf, entry.firstRow);
@@ -803,15 +859,14 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
             caseIds[0] = id;
             std::uint32_t const cell = findOrCreateCell(caseIds.data());
             Cell& record = cells[cell];
-            auto const cases = static_cast<double>(entry.cases);
-            record.cases += cases;
-            record.responses += cases;
-            totalResponses += cases;
+            record.cases += entry.cases;
+            record.responses += entry.cases;
+            totalResponses += entry.cases;
             record.values.reset();
             if (entry.sums.n != 0.0)
                 merge(sums[cell], entry.sums);
         }
-        block = Block{};
+        block = RowBlock{};
     }
 }
 

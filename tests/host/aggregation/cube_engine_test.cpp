@@ -435,4 +435,25 @@ TEST(CubeEngine, ALongRunSummedInBlocksGivesTheSumsOfTheCases) {
             ++k;
         }
     }
+    // Asked for alone, a statistic is summed with only the sums it reads: the same values as
+    // when every sum is kept.
+    std::vector<AggregationStatistic> all = stats;
+    all.push_back(stat(Codes::STAT_STDDEV, xi));
+    all.push_back(stat(Codes::STAT_SEMEAN, xi));
+    AggregationVariable everyVariable(ci, "code");
+    Cube every(data, {&everyVariable}, all);
+    for (std::size_t s = 1; s < all.size(); ++s) {
+        AggregationVariable aloneVariable(ci, "code");
+        Cube alone(data, {&aloneVariable}, {all[s]});
+        auto const& categories = alone.categories(0);
+        ASSERT_EQ(categories.size(), byCode.size());
+        for (std::size_t k = 0; k < categories.size(); ++k) {
+            StatValues* one = alone.cell({categories[k]});
+            StatValues* reference = every.cell({every.categories(0)[k]});
+            ASSERT_TRUE(one && reference);
+            EXPECT_EQ(static_cast<double>(one->GetStatValue(0)),
+                      static_cast<double>(reference->GetStatValue(static_cast<int>(s))))
+                << "statistic " << s << ", category " << k;
+        }
+    }
 }
