@@ -45,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (data[0] & 4) {
         host::dictionary::CsvOptions options;
         options.declare = declare;
-        options.threads = 2 + (data[0] >> 3) % 3;
+        options.threads = 2;
+        options.pieces = 2 + (data[0] >> 3) % 3;
         options.minPieceBytes = 1;
         std::vector<host::dictionary::Diagnostic> pieceMessages;
         auto pieces = host::dictionary::readCsvText(text, "fuzz.csv", options, pieceMessages);

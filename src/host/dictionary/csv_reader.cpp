@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -44,7 +45,7 @@ void relayout(CsvColumn& column, std::size_t per) {
     column.cellsPerValue = static_cast<int>(per);
 }
 
-// A file cut into pieces at row boundaries, each parsed on a thread of its own.
+// A file cut into pieces at row boundaries, parsed side by side, each by the first thread free.
 class PieceReader {
 public:
     PieceReader(std::string_view text, std::string const& name, CsvOptions const& options)
@@ -73,30 +74,33 @@ private:
     std::mutex mutex_;
     std::condition_variable finished_;
     std::size_t done_ = 0;
+    unsigned threads_ = 1;
     std::vector<Cells> columns_;
     std::vector<std::size_t> perValue_;  // cells per value of each column
     std::vector<std::size_t> offsets_;   // the first row of each piece's stretch
     std::vector<std::size_t> bounds_;    // and the rows it has room for
 };
 
-// Runs work(k) for k below `count`, each on a thread of its own; the first failure is thrown.
+// Runs work(k) for every k below `count`, in order of k, on up to `threads` threads (this one
+// among them), each taking the next k when it is done with one; the first failure is thrown.
 template <class Work>
 void PieceReader::onThreads(std::size_t count, Work const& work) {
     std::vector<std::exception_ptr> failures(count);
-    auto guarded = [&](std::size_t k) {
-        try {
-            work(k);
-        } catch (...) {
-            failures[k] = std::current_exception();  // out of memory, most likely
+    std::atomic<std::size_t> next{0};
+    auto take = [&] {
+        for (std::size_t k; (k = next.fetch_add(1)) < count;) {
+            try {
+                work(k);
+            } catch (...) {
+                failures[k] = std::current_exception();  // out of memory, most likely
+            }
         }
     };
-    if (count == 1) {
-        guarded(0);
-    } else {
-        std::vector<std::thread> workers;
-        for (std::size_t k = 0; k < count; ++k) workers.emplace_back(guarded, k);
-        for (auto& worker : workers) worker.join();
-    }
+    std::size_t const helpers = std::min<std::size_t>(threads_, count) - 1;
+    std::vector<std::thread> workers;
+    for (std::size_t w = 0; w < helpers; ++w) workers.emplace_back(take);
+    take();
+    for (auto& worker : workers) worker.join();
     for (auto const& failure : failures)
         if (failure)
             std::rethrow_exception(failure);
@@ -140,11 +144,10 @@ std::vector<RunResult> PieceReader::parse(char const* dataStart,
                                           std::vector<ColumnState> const& states) {
     char const* const end = text_.data() + text_.size();
     auto const bytes = static_cast<std::size_t>(end - dataStart);
-    unsigned threads = options_.threads ? options_.threads : std::thread::hardware_concurrency();
-    std::size_t pieces = std::max<std::size_t>(1, std::min<std::size_t>(
-                                                      std::max(1u, threads),
-                                                      bytes / std::max<std::size_t>(
-                                                                  1, options_.minPieceBytes)));
+    threads_ = std::max(1u, options_.threads ? options_.threads : std::thread::hardware_concurrency());
+    std::size_t const wanted = options_.pieces ? options_.pieces : std::size_t{4} * threads_;
+    std::size_t pieces = std::max<std::size_t>(
+        1, std::min(wanted, bytes / std::max<std::size_t>(1, options_.minPieceBytes)));
     std::vector<char const*> starts{dataStart};
     for (std::size_t k = 1; k < pieces; ++k) {
         char const* start = csv::nextRowStart(dataStart + bytes * k / pieces, end);

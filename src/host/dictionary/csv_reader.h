@@ -69,9 +69,11 @@ struct CsvOptions {
     CsvDeclare declare;  // may be empty: every type is inferred
     CsvSelect select;    // may be empty: every column is read
     CsvProgress progress;
-    // Pieces parsed side by side: 0 one per core. A file is cut into pieces of at least
-    // minPieceBytes, so small files are read in one.
+    // Threads that parse pieces side by side: 0 one per core. The file is cut into `pieces`
+    // (0: four per thread, so that a thread held up by the machine leaves the others work to
+    // take over), each of at least minPieceBytes, so small files are read in one.
     unsigned threads = 0;
+    unsigned pieces = 0;
     std::size_t minPieceBytes = std::size_t{1} << 22;
 };
 

@@ -27,7 +27,8 @@ Read readIn(std::string const& text, unsigned pieces, hd::CsvDeclare const& decl
     Read read;
     hd::CsvOptions options;
     options.declare = declare;
-    options.threads = pieces;
+    options.threads = 2;  // more pieces than threads: each thread takes the next piece free
+    options.pieces = pieces;
     options.minPieceBytes = 1;  // cut even a few bytes into `pieces`
     std::vector<hd::Diagnostic> messages;
     read.table = hd::readCsvText(text, "p.csv", options, messages);
