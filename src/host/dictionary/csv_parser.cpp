@@ -155,8 +155,11 @@ std::string_view trimBlanks(std::string_view text) {
 
 // A whole text as a finite number; a leading '+' is allowed.
 bool parseWholeNumber(std::string_view text, double& value) {
-    if (!text.empty() && text.front() == '+')
+    if (!text.empty() && text.front() == '+') {
         text.remove_prefix(1);
+        if (!text.empty() && text.front() == '-')
+            return false;  // "+-5": one sign only
+    }
     if (text.empty())
         return false;
     auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
