@@ -1,4 +1,5 @@
 #include "host/dictionary/csv_parser.h"
+#include "host/dictionary/number_text.h"
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -151,20 +152,6 @@ std::string_view trimBlanks(std::string_view text) {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
     while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
     return text;
-}
-
-// A whole text as a finite number; a leading '+' is allowed.
-bool parseWholeNumber(std::string_view text, double& value) {
-    if (!text.empty() && text.front() == '+') {
-        text.remove_prefix(1);
-        if (!text.empty() && text.front() == '-')
-            return false;  // "+-5": one sign only
-    }
-    if (text.empty())
-        return false;
-    auto result = fast_float::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
-           std::isfinite(value);
 }
 
 // A number written out in digits ("1e999", "-2.5e400") that no double holds. Not "inf" or
@@ -641,7 +628,7 @@ void Parser::storeNumberText(ColumnState& state, std::string_view raw, char cons
         putNumber(state, kSysmis);
         return;
     }
-    if (parseWholeNumber(text, value)) {
+    if (numberFromText(text, value)) {
         putNumber(state, value);
         ++state.numbersSeen;
         column.maxDecimals = std::max(column.maxDecimals, decimalsOf(text));

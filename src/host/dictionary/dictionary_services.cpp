@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "host/dictionary/dataset.h"
+#include "host/dictionary/number_text.h"
 
 using host::dictionary::trimRight;
 
@@ -23,18 +24,6 @@ namespace {
 std::array<std::pair<std::string, std::string>, 5>& currencies() {
     static std::array<std::pair<std::string, std::string>, 5> table;
     return table;
-}
-
-// Reads a whole text as a number; blanks around it are allowed.
-bool parseNumber(std::string_view text, double& value) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+')
-        text.remove_prefix(1);
-    if (text.empty())
-        return false;
-    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size();
 }
 
 }  // namespace
@@ -94,7 +83,7 @@ char const* KWEL_ValueLabelMap::GetLabel(std::string const& text) const {
         return nullptr;
     if (d_->width == 0) {
         double value = 0.0;
-        return parseNumber(text, value) ? GetLabel(value) : nullptr;
+        return host::dictionary::numberFromText(text, value) ? GetLabel(value) : nullptr;
     }
     std::string const key = trimRight(text);
     for (auto const& entry : d_->entries) {

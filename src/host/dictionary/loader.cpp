@@ -15,6 +15,7 @@
 #include "host/dictionary/csv_reader.h"
 #include "host/dictionary/date_columns.h"
 #include "host/dictionary/formats.h"
+#include "host/dictionary/number_text.h"
 #include "host/dictionary/progress.h"
 
 namespace host::dictionary {
@@ -28,17 +29,6 @@ bool isNameByte(unsigned char c, bool first) {
         return true;
     }
     return !first && ((c >= '0' && c <= '9') || c == '_' || c == '.' || c == '$');
-}
-
-bool parseNumberText(std::string const& text, double& value) {
-    char const* begin = text.data();
-    char const* end = begin + text.size();
-    while (begin < end && *begin == ' ') ++begin;
-    while (end > begin && end[-1] == ' ') --end;
-    if (begin < end && *begin == '+')
-        ++begin;
-    auto r = std::from_chars(begin, end, value);
-    return begin < end && r.ec == std::errc() && r.ptr == end;
 }
 
 std::string shortened(std::string const& text) {
@@ -98,7 +88,7 @@ public:
         }
         for (auto const& value : field->missing) {
             double number;
-            if (!value.isNumber && !parseNumberText(value.text, number)) {
+            if (!value.isNumber && !numberFromText(value.text, number)) {
                 declaration.nullMarkers.push_back(value.text);
             }
         }
@@ -308,7 +298,7 @@ void Builder::applyField(DictField const& field, Variable& variable) {
     auto labels = std::make_shared<ValueLabels>(ValueLabels{variable.width, {}});
     for (auto const& [value, label] : field.categories) {
         double number = value.number;
-        if (numeric && !value.isNumber && !parseNumberText(value.text, number)) {
+        if (numeric && !value.isNumber && !numberFromText(value.text, number)) {
             error(file, field.place,
                   what + ": the category value \"" + value.text +
                       "\" is not a number, as the variable is numeric; it is ignored");
@@ -332,7 +322,7 @@ void Builder::applyField(DictField const& field, Variable& variable) {
             continue;
         }
         double number = value.number;
-        if (value.isNumber || parseNumberText(value.text, number))
+        if (value.isNumber || numberFromText(value.text, number))
             variable.missingNumbers.push_back(number);
     }
     if (field.hasMissingRange) {
@@ -371,7 +361,7 @@ void Builder::applySets(Dataset& dataset) {
         }
         double number;
         if (set.type == VariableSet::DICHOTOMY_SET && numeric &&
-            !parseNumberText(set.countedValue, number)) {
+            !numberFromText(set.countedValue, number)) {
             error(dictionary_->file, set.place,
                   "multiple-response set \"" + set.name + "\": the counted value \"" +
                       set.countedValue +

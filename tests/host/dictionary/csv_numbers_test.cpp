@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/dictionary/csv_reader.h"
+#include "host/dictionary/number_text.h"
 #include "platform/dictionary.h"
 
 namespace hd = host::dictionary;
@@ -93,5 +94,26 @@ TEST(CsvNumbers, FieldsReadAsTheirWholeTextReadsWhateverFollowsThem) {
             }
             EXPECT_GE(column.maxDecimals, decimals) << "column " << c;
         }
+    }
+}
+
+TEST(CsvNumbers, NumberTextIsOneFiniteNumberAndNothingElse) {
+    // What a CSV cell, a dictionary's missing value or a value looked up by its text reads as.
+    struct Case {
+        char const* text;
+        bool number;
+        double value;
+    } const cases[] = {{"4.25", true, 4.25},   {" +4.25\t", true, 4.25}, {"-0.5", true, -0.5},
+                       {"1e3", true, 1000.0},  {"+-5", false, 0},        {"-+5", false, 0},
+                       {"--5", false, 0},      {"+", false, 0},          {"", false, 0},
+                       {"  ", false, 0},       {"inf", false, 0},        {"nan", false, 0},
+                       {"1e999", false, 0},    {"5x", false, 0},         {"5 5", false, 0}};
+    for (Case const& c : cases) {
+        double value = -1.0;
+        EXPECT_EQ(hd::numberFromText(c.text, value), c.number) << '"' << c.text << '"';
+        if (c.number)
+            EXPECT_EQ(value, c.value) << c.text;
+        else
+            EXPECT_EQ(value, -1.0) << c.text << ": left as it was";
     }
 }
