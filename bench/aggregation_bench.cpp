@@ -112,9 +112,12 @@ void aggregate(bool median, Visit&& visit) {
     for (auto& s : stats) s.SetVarIndex(2);
     cube->AddScaleStatistics(stats);
     auto* proc = static_cast<ProcDSIterator*>(iterator.get());
-    while (iterator->NextCase()) {
-        if (!proc->SplitGroupEnd())
-            table.AddNewCase();
+    while (iterator->NextCase()) {  // the first case, then the rest as one run, as the command does
+        if (proc->SplitGroupEnd())
+            continue;
+        table.AddNewCase();
+        if (table.TakesCaseRuns())
+            table.AddCaseRun(*proc, kCases);
     }
     auto* aggregator = table.GetCubeAggregators().front();
     for (auto const* ca : a.GetDimension()->GetCategories())

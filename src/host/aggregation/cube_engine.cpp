@@ -3,6 +3,8 @@
 // statistic needs them. Cells are found through a dense grid over the category numbers while
 // it stays small, and through a hash map beyond that.
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -13,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -137,8 +140,11 @@ private:
         std::uint64_t key = 0;
         std::uint32_t idPlusOne = 0;  // 0: empty
     };
+    // The high half folded onto the low first: a number's key (its double's bits) has its
+    // differences at the top and zeros below, which the product alone would not carry into the
+    // bits that pick the slot.
     std::size_t slotOf(std::uint64_t key) const {
-        return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 32) & mask_;
+        return static_cast<std::size_t>(((key ^ (key >> 32)) * 0x9E3779B97F4A7C15ull) >> 32) & mask_;
     }
     void insert(std::uint64_t key, std::uint32_t id) {
         std::size_t i = slotOf(key);
@@ -444,8 +450,13 @@ struct CubeAggregator::Engine {
     void addPositions(ProcDSIterator const& iterator, std::int64_t first, std::int64_t count);
     void addRowsFast(std::int64_t begin, std::int64_t end);
     void addRowsOneBreak(std::int64_t begin, std::int64_t end);
-    void addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end);
-    // A block of a long run: the categories it meets by their eight-byte key, in the order met.
+    // A long run of plain sums by up to kBlockBreaks breaks, on every core; false when a block
+    // met more values of a break than its key packs, and nothing was added.
+    bool addRowsInBlocks(std::int64_t begin, std::int64_t end);
+    static constexpr std::size_t kBlockBreaks = 4;
+    // A block of a long run: the cells it meets by an eight-byte key, in the order met. With
+    // one break the key is the break's own; with more, each break's values are numbered in the
+    // block (in `values`) and the key is their numbers side by side, sixteen bits each.
     struct BlockEntry {
         std::int64_t firstRow;
         double cases = 0.0;  // a double, so that counting does not make the loop reload the table
@@ -454,20 +465,31 @@ struct CubeAggregator::Engine {
     struct RowBlock {
         ShortTextTable keys;  // key -> entry
         std::vector<BlockEntry> entries;
+        std::array<ShortTextTable, kBlockBreaks> values;  // break value -> number in the block
+        std::array<std::uint32_t, kBlockBreaks> counts{};
     };
     // What the block loop reads, copied so that it stays in registers.
     struct BlockSource {
         double const* values;
-        OBS const* breakCells;
-        bool text;
-        std::uint64_t keyMask;
+        std::size_t breaks;
+        std::array<OBS const*, kBlockBreaks> breakCells;
+        std::array<bool, kBlockBreaks> text;
+        std::array<std::uint64_t, kBlockBreaks> keyMask;
         double sysmis;
         KWEL_Variable::Data const* record;
         bool userMissing;
         bool variablewise;
     };
-    template <unsigned kReads>
-    static void sumRowBlock(BlockSource source, std::int64_t from, std::int64_t to, RowBlock& block);
+    static std::uint64_t breakKey(BlockSource const& source, std::size_t d, std::int64_t row) {
+        if (source.text[d]) {
+            std::uint64_t key;
+            std::memcpy(&key, source.breakCells[d] + row, sizeof key);
+            return key & source.keyMask[d];
+        }
+        return numberKey(source.breakCells[d][row]);
+    }
+    template <unsigned kReads, bool kOneBreak>
+    static bool sumRowBlock(BlockSource source, std::int64_t from, std::int64_t to, RowBlock& block);
     double sysmis = 0.0;
     std::vector<FastBreak> fastBreaks;
     std::vector<FastSlot> fastSlots;
@@ -750,23 +772,23 @@ void CubeAggregator::Engine::flushPending() {
 }
 
 void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
+    bool const longRun = end - begin >= 2 * kRowBlock && std::thread::hardware_concurrency() > 1;
+    if (plainSums && longRun && !fastBreaks.empty() && fastBreaks.size() <= kBlockBreaks &&
+        addRowsInBlocks(begin, end))
+        return;
     if (plainSums && fastBreaks.size() == 1 && !hashed) {
-        if (end - begin >= 2 * kRowBlock && std::thread::hardware_concurrency() > 1) {
-            addRowsOneBreakInBlocks(begin, end);
-            return;
-        }
         addRowsOneBreak(begin, end);
         return;
     }
     for (std::int64_t row = begin; row < end; ++row) addCaseFast(row);
 }
 
-// A long run of the one-break shape on every core: each block of rows keeps the sums of the
-// categories it meets (by their eight-byte key, in the order met), then the blocks are joined in
-// order, each key made a category as the rows one by one would have made it, and the block's
-// sums merged into its cell as a group's are.
-template <unsigned kReads>
-void CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t const from,
+// A long run of plain sums on every core: each block of rows keeps the sums of the cells it
+// meets (by an eight-byte key, in the order met), then the blocks are joined in order, each
+// cell's categories made as the rows one by one would have made them, and the block's sums
+// merged into the cell as a group's are.
+template <unsigned kReads, bool kOneBreak>
+bool CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t const from,
                                          std::int64_t const to, RowBlock& block) {
     BlockEntry* entries = block.entries.data();
     for (std::int64_t row = from; row < to; ++row) {
@@ -775,12 +797,21 @@ void CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t 
                            !(source.userMissing && numberIsMissing(source.record, x));
         if (!valid && !source.variablewise)
             continue;
-        std::uint64_t key;
-        if (source.text) {
-            std::memcpy(&key, source.breakCells + row, sizeof key);
-            key &= source.keyMask;
+        std::uint64_t key = 0;
+        if constexpr (kOneBreak) {
+            key = breakKey(source, 0, row);
         } else {
-            key = numberKey(source.breakCells[row]);
+            for (std::size_t d = 0; d < source.breaks; ++d) {
+                std::uint64_t const value = breakKey(source, d, row);
+                std::int64_t number = block.values[d].find(value);
+                if (number < 0) [[unlikely]] {
+                    if (block.counts[d] == 0xFFFF)
+                        return false;
+                    number = block.counts[d]++;
+                    block.values[d].add(value, static_cast<std::uint32_t>(number));
+                }
+                key |= static_cast<std::uint64_t>(number) << (16 * d);
+            }
         }
         // Looked up every row: a test for a run of one key costs more in mispredictions, on
         // shuffled categories, than the look-up it saves.
@@ -796,29 +827,40 @@ void CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t 
         if (valid)
             add<kReads>(at.sums, x);
     }
+    return true;
 }
 
-void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::int64_t end) {
+bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t end) {
     FastSlot const& slot = fastSlots[0];
-    FastBreak const& fastBreak = fastBreaks[0];
-    BlockSource const source{slot.cells,     fastBreak.cells, fastBreak.text,   keyMaskOf(fastBreak),
-                             sysmis,         slot.record,     slot.userMissing, variablewise};
+    BlockSource source{slot.cells, fastBreaks.size(), {}, {}, {}, sysmis, slot.record,
+                       slot.userMissing, variablewise};
+    for (std::size_t d = 0; d < fastBreaks.size(); ++d) {
+        source.breakCells[d] = fastBreaks[d].cells;
+        source.text[d] = fastBreaks[d].text;
+        source.keyMask[d] = keyMaskOf(fastBreaks[d]);
+    }
     // The sums the cube's statistics read pick the loop; the others stay zero in the blocks.
-    auto const sumRows = [reads = sumsRead]() -> void (*)(BlockSource, std::int64_t, std::int64_t,
-                                                          RowBlock&) {
+    using Loop = bool (*)(BlockSource, std::int64_t, std::int64_t, RowBlock&);
+    auto const pick = [](unsigned reads, auto oneBreak) -> Loop {
+        constexpr bool kOne = decltype(oneBreak)::value;
         switch (reads) {
-            case 0: return &sumRowBlock<0>;
-            case kReadSpread: return &sumRowBlock<kReadSpread>;
-            case kReadTotal: return &sumRowBlock<kReadTotal>;
-            case kReadRange: return &sumRowBlock<kReadRange>;
-            default: return &sumRowBlock<kReadAll>;
+            case 0: return &sumRowBlock<0, kOne>;
+            case kReadSpread: return &sumRowBlock<kReadSpread, kOne>;
+            case kReadTotal: return &sumRowBlock<kReadTotal, kOne>;
+            case kReadRange: return &sumRowBlock<kReadRange, kOne>;
+            default: return &sumRowBlock<kReadAll, kOne>;
         }
-    }();
+    };
+    Loop const sumRows = source.breaks == 1 ? pick(sumsRead, std::true_type{})
+                                            : pick(sumsRead, std::false_type{});
     std::int64_t const blocks = (end - begin + kRowBlock - 1) / kRowBlock;
     std::vector<RowBlock> partial(static_cast<std::size_t>(blocks));
+    std::atomic<bool> packed{true};
     auto sumBlock = [&](std::int64_t b) {
         std::int64_t const from = begin + b * kRowBlock;
-        sumRows(source, from, std::min(end, from + kRowBlock), partial[static_cast<std::size_t>(b)]);
+        if (packed && !sumRows(source, from, std::min(end, from + kRowBlock),
+                               partial[static_cast<std::size_t>(b)]))
+            packed = false;
     };
     unsigned const threads = std::min<unsigned>(std::thread::hardware_concurrency(),
                                                 static_cast<unsigned>(blocks));
@@ -838,22 +880,25 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
         if (failure)
             std::rethrow_exception(failure);
 
-    FastBreak& breakOf = fastBreaks[0];
+    if (!packed)
+        return false;
+
+    // In block order, each entry's categories are made as its first row, met one by one, would
+    // have made them; a category of a break that the pass leaves out leaves the entry out.
+    std::size_t const breaks = fastBreaks.size();
     for (RowBlock& block : partial) {
         for (BlockEntry const& entry : block.entries) {
-            std::uint32_t id;
-            if (breakOf.text) {
-                std::int64_t const found = shortTextCategory(breakOf, entry.firstRow);
-                if (found < 0)
-                    continue;
-                id = static_cast<std::uint32_t>(found);
-            } else {
-                std::int64_t const found = numberBreakCategory(breakOf, entry.firstRow);
-                if (found < 0)
-                    continue;
-                id = static_cast<std::uint32_t>(found);
+            bool out = false;
+            for (std::size_t d = 0; d < breaks && !out; ++d) {
+                FastBreak& fastBreak = fastBreaks[d];
+                std::int64_t const found = fastBreak.text
+                                               ? shortTextCategory(fastBreak, entry.firstRow)
+                                               : numberBreakCategory(fastBreak, entry.firstRow);
+                out = found < 0;
+                caseIds[d] = static_cast<std::uint32_t>(found);
             }
-            caseIds[0] = id;
+            if (out)
+                continue;
             std::uint32_t const cell = findOrCreateCell(caseIds.data());
             Cell& record = cells[cell];
             record.cases += entry.cases;
@@ -865,6 +910,7 @@ void CubeAggregator::Engine::addRowsOneBreakInBlocks(std::int64_t begin, std::in
         }
         block = RowBlock{};
     }
+    return true;
 }
 
 // The commonest pass of all, one break variable and one summary variable: the same sums as

@@ -457,3 +457,56 @@ TEST(CubeEngine, ALongRunSummedInBlocksGivesTheSumsOfTheCases) {
         }
     }
 }
+
+TEST(CubeEngine, LongRunsByTwoBreaksSumInBlocksAsCaseByCase) {
+    // Over two million cases a pass of plain sums by several breaks is summed in blocks side by
+    // side; a median makes the same pass go case by case. Every cell must agree. A break of
+    // 70,001 values is more than a block numbers: that pass goes case by case too.
+    std::int64_t const n = 2'300'000;
+    std::vector<double> g(n), x(n), medium(n), wide(n);
+    std::vector<std::string> code(n);
+    for (std::int64_t row = 0; row < n; ++row) {
+        g[row] = static_cast<double>((row * 7919) % 11);
+        x[row] = row % 13 == 0 ? kSys : static_cast<double>((row * 31) % 100);
+        medium[row] = static_cast<double>((row * 7) % 3001);
+        wide[row] = static_cast<double>((row * 104729) % 70001);
+        code[row] = "k" + std::to_string((row * 13) % 5);
+    }
+    test::CaseBuilder data(n);
+    int const gi = data.numeric("g", g);
+    int const xi = data.numeric("x", x);
+    int const mi = data.numeric("medium", medium);
+    int const wi = data.numeric("wide", wide);
+    int const ci = data.text("code", 2, code);
+    data.variable(gi).missingNumbers = {9};
+    std::vector<AggregationStatistic> plain{stat(Codes::STAT_COUNT, -1), stat(Codes::STAT_SUM, xi),
+                                            stat(Codes::STAT_MINIMUM, xi), stat(Codes::STAT_MAXIMUM, xi),
+                                            stat(Codes::STAT_MEAN, xi), stat(Codes::STAT_VARIANCE, xi)};
+    std::vector<AggregationStatistic> withMedian = plain;
+    withMedian.push_back(stat(Codes::STAT_MEDIAN, xi));
+    for (auto [first, second] : {std::pair{gi, ci}, std::pair{mi, ci}, std::pair{wi, ci}}) {
+        AggregationVariable a1(first, "a"), b1(second, "b"), a2(first, "a"), b2(second, "b");
+        Cube blocks(data, {&a1, &b1}, plain);
+        Cube oneByOne(data, {&a2, &b2}, withMedian);
+        ASSERT_EQ(blocks.categories(0).size(), oneByOne.categories(0).size());
+        ASSERT_EQ(blocks.categories(1).size(), oneByOne.categories(1).size());
+        int met = 0;
+        for (std::size_t i = 0; i < blocks.categories(0).size(); ++i) {
+            for (std::size_t j = 0; j < blocks.categories(1).size(); ++j) {
+                StatValues* got = blocks.cell({blocks.categories(0)[i], blocks.categories(1)[j]});
+                StatValues* want = oneByOne.cell({oneByOne.categories(0)[i], oneByOne.categories(1)[j]});
+                ASSERT_EQ(got == nullptr, want == nullptr) << i << "," << j;
+                if (!got)
+                    continue;
+                ++met;
+                for (int s = 0; s < 4; ++s)  // count, sum and extremes of whole numbers: exact
+                    EXPECT_EQ(static_cast<double>(got->GetStatValue(s)),
+                              static_cast<double>(want->GetStatValue(s)));
+                for (int s = 4; s < 6; ++s)
+                    EXPECT_NEAR(got->GetStatValue(s), want->GetStatValue(s),
+                                1e-9 * std::abs(static_cast<double>(want->GetStatValue(s))));
+            }
+        }
+        EXPECT_GT(met, 40);
+    }
+}
