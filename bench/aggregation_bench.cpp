@@ -1,6 +1,6 @@
 // The aggregation engine over 10 million generated cases: two break variables (10 and 5
 // categories), COUNT and MEAN of one variable, and the same with MEDIAN; and the bar chart of
-// means' shape, MEAN of one variable by a one-letter text (10 categories). Reports cases per
+// means' shape, MEAN of one variable by a one-letter text (10 categories) or by a number (1,000). Reports cases per
 // second (items_per_second) and the memory the filled cube holds (held_MB).
 // `--write-data FILE` writes the cases (columns a, b, x as raw float64, one after the other) and
 // FILE.cells, our COUNT, MEAN and MEDIAN per cell, for the pandas peer of bench/run.sh.
@@ -37,6 +37,7 @@ std::shared_ptr<host::dictionary::Dataset> const& dataset() {
         host::dictionary::addVariable(*d, "b", 0);
         host::dictionary::addVariable(*d, "x", 0);
         host::dictionary::addVariable(*d, "g", 1);
+        host::dictionary::addVariable(*d, "k", 0);
         std::uint64_t state = 0x9E3779B97F4A7C15ull;
         for (std::int64_t i = 0; i < kCases; ++i) {
             state ^= state << 13;
@@ -48,21 +49,23 @@ std::shared_ptr<host::dictionary::Dataset> const& dataset() {
             d->columns[2][row] = static_cast<double>((state >> 16) % 100000) / 100.0;
             char const letter = static_cast<char>('A' + (state >> 40) % 10);
             std::memcpy(&d->columns[3][row], &letter, 1);
+            d->columns[4][row] = static_cast<double>((state >> 24) % 1000);
         }
         return d;
     }();
     return data;
 }
 
-// MEAN of x by the text g, as the bar chart of means asks for it.
-void TextBreakMean(benchmark::State& state) {
+// MEAN of x by one break: the text g (10 codes), as the bar chart of means asks for it, or the
+// number k (1,000 codes).
+void breakMean(benchmark::State& state, int breakVariable) {
     dataset();
     for (auto _ : state) {
         KWEL_DataSource source(dataset());
         std::unique_ptr<KWEL_InputCaseIterator> iterator(source.CreateInputCaseIterator(0));
         AggregationTable table(*iterator, false, false, -1);
         AggregationCube* cube = table.CreateCube();
-        AggregationVariable g(3, "g");
+        AggregationVariable g(breakVariable, "g");
         cube->AddCategoricalVariable(&g, TableEncryptionCodes::ROW);
         cube->CreateCubeAggregator();
         std::vector<AggregationStatistic> stats{AggregationStatistic(TableEncryptionCodes::STAT_MEAN)};
@@ -85,6 +88,9 @@ void TextBreakMean(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * kCases);
 }
+
+void TextBreakMean(benchmark::State& state) { breakMean(state, 3); }
+void NumberBreakMean(benchmark::State& state) { breakMean(state, 4); }
 
 // Resident memory now, in bytes.
 double residentBytes() {
@@ -175,6 +181,7 @@ int writeData(std::string const& path) {
 BENCHMARK(CountMean)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(CountMeanMedian)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(TextBreakMean)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(NumberBreakMean)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::strcmp(argv[1], "--write-data") == 0)
