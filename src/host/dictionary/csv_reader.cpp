@@ -273,6 +273,13 @@ CsvColumn joinColumn(std::vector<RunResult>& pieces, std::size_t c, ColumnState 
     }
     if (text)
         maxLength = textLength;
+    // A piece that held only blanks may make the text wider than its stretches hold; the pieces
+    // are then joined by copying, each value laid out again.
+    if (text && inPlace) {
+        int const width = declared.declaredWidth > 0 ? declared.declaredWidth : std::max(1, maxLength);
+        for (auto const& piece : pieces)
+            inPlace = inPlace && piece.states[c].column.cellsPerValue == ObsCellsForWidth(width);
+    }
     if (inPlace) {
         // Blank lines, quoted line breaks and a last line without an end leave gaps.
         std::size_t at = 0;

@@ -48,6 +48,7 @@ void expectSame(Read const& one, Read const& many, std::string const& what) {
         auto const& b = many.table.columns[c];
         EXPECT_EQ(b.numeric, a.numeric) << what << " column " << c;
         EXPECT_EQ(b.width, a.width) << what << " column " << c;
+        EXPECT_EQ(b.cellsPerValue, a.cellsPerValue) << what << " column " << c;
         EXPECT_EQ(b.maxDecimals, a.maxDecimals) << what << " column " << c;
         ASSERT_EQ(b.numbers.size(), a.numbers.size()) << what << " column " << c;
         if (!a.numbers.empty())  // memcmp may not be given the null data of an empty vector
@@ -191,6 +192,14 @@ TEST(CsvPieces, BlankValuesCountInTheWidthOfATextColumn) {
         ASSERT_FALSE(r.table.columns[0].numeric);
         EXPECT_EQ(r.table.columns[0].width, 6) << pieces << " pieces";
     }
+    // Blanks wider than eight bytes in a piece of their own make the text need two cells a
+    // value, where the pieces that wrote the short codes had room for one (found by fuzzing).
+    std::string const wider("\x01{\n ue\": 2, \"label\": \"\"},\n           ,an\xb0  \xff]}\n  ]\n}\n");
+    Read const one = readIn(wider, 1);
+    EXPECT_EQ(one.table.columns[0].width, 11);
+    EXPECT_EQ(one.table.columns[0].cellsPerValue, 2);
+    for (unsigned pieces : {3u, 4u})
+        expectSame(one, readIn(wider, pieces), std::to_string(pieces) + " pieces, wide blanks");
 }
 
 TEST(CsvPieces, PlainRowsAndTheRestReadAlike) {
