@@ -433,6 +433,7 @@ struct CubeAggregator::Engine {
 
     bool fast = false;
     bool plainSums = false;  // one slot, no limits, no stored values
+    bool oneSlot = false;    // one slot, no limits: long runs are summed in blocks
     // Cases of the fast shape are counted in runs: the cases of consecutive rows wait here
     // until something reads the cube (or its categories), then go in one loop.
     std::int64_t pendingBegin = 0;
@@ -450,8 +451,8 @@ struct CubeAggregator::Engine {
     void addPositions(ProcDSIterator const& iterator, std::int64_t first, std::int64_t count);
     void addRowsFast(std::int64_t begin, std::int64_t end);
     void addRowsOneBreak(std::int64_t begin, std::int64_t end);
-    // A long run of plain sums by up to kBlockBreaks breaks, on every core; false when a block
-    // met more values of a break than its key packs, and nothing was added.
+    // A long run of one summary variable by up to kBlockBreaks breaks, on every core; false when
+    // a block met more values of a break than its key packs, and nothing was added.
     bool addRowsInBlocks(std::int64_t begin, std::int64_t end);
     static constexpr std::size_t kBlockBreaks = 4;
     // A block of a long run: the cells it meets by an eight-byte key, in the order met. With
@@ -461,6 +462,7 @@ struct CubeAggregator::Engine {
         std::int64_t firstRow;
         double cases = 0.0;  // a double, so that counting does not make the loop reload the table
         Sums sums;
+        std::vector<double> values;  // for the order statistics: the valid values, in row order
     };
     struct RowBlock {
         ShortTextTable keys;  // key -> entry
@@ -479,6 +481,7 @@ struct CubeAggregator::Engine {
         KWEL_Variable::Data const* record;
         bool userMissing;
         bool variablewise;
+        bool keepValues;
     };
     static std::uint64_t breakKey(BlockSource const& source, std::size_t d, std::int64_t row) {
         if (source.text[d]) {
@@ -741,7 +744,8 @@ void CubeAggregator::Engine::bindFast() {
         fastBreaks.clear();
         fastSlots.clear();
     }
-    plainSums = fast && slots.size() == 1 && limits.empty() && !slots[0].keepValues;
+    oneSlot = fast && slots.size() == 1 && limits.empty();
+    plainSums = oneSlot && !slots[0].keepValues;
     if (fast) {
         flusher = std::make_shared<std::function<void()>>([this] { flushPending(); });
         for (Dimension& dimension : dimensions) dimension.data->pendingCubes.push_back(flusher);
@@ -773,7 +777,7 @@ void CubeAggregator::Engine::flushPending() {
 
 void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
     bool const longRun = end - begin >= 2 * kRowBlock && std::thread::hardware_concurrency() > 1;
-    if (plainSums && longRun && !fastBreaks.empty() && fastBreaks.size() <= kBlockBreaks &&
+    if (oneSlot && longRun && !fastBreaks.empty() && fastBreaks.size() <= kBlockBreaks &&
         addRowsInBlocks(begin, end))
         return;
     if (plainSums && fastBreaks.size() == 1 && !hashed) {
@@ -819,21 +823,25 @@ bool CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t 
         if (entry < 0) [[unlikely]] {
             entry = static_cast<std::int64_t>(block.entries.size());
             block.keys.add(key, static_cast<std::uint32_t>(entry));
-            block.entries.push_back({row, 0.0, Sums{}});
+            block.entries.push_back({row, 0.0, Sums{}, {}});
             entries = block.entries.data();
         }
         BlockEntry& at = entries[entry];
         at.cases += 1.0;
-        if (valid)
+        if (valid) {
             add<kReads>(at.sums, x);
+            if (source.keepValues)
+                at.values.push_back(x);
+        }
     }
     return true;
 }
 
 bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t end) {
     FastSlot const& slot = fastSlots[0];
-    BlockSource source{slot.cells, fastBreaks.size(), {}, {}, {}, sysmis, slot.record,
-                       slot.userMissing, variablewise};
+    BlockSource source{slot.cells, fastBreaks.size(), {},           {},
+                       {},         sysmis,            slot.record, slot.userMissing,
+                       variablewise, slots[0].keepValues};
     for (std::size_t d = 0; d < fastBreaks.size(); ++d) {
         source.breakCells[d] = fastBreaks[d].cells;
         source.text[d] = fastBreaks[d].text;
@@ -887,7 +895,7 @@ bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t en
     // have made them; a category of a break that the pass leaves out leaves the entry out.
     std::size_t const breaks = fastBreaks.size();
     for (RowBlock& block : partial) {
-        for (BlockEntry const& entry : block.entries) {
+        for (BlockEntry& entry : block.entries) {
             bool out = false;
             for (std::size_t d = 0; d < breaks && !out; ++d) {
                 FastBreak& fastBreak = fastBreaks[d];
@@ -907,6 +915,13 @@ bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t en
             record.values.reset();
             if (entry.sums.n != 0.0)
                 merge(sums[cell], entry.sums);
+            if (!entry.values.empty()) {  // after the values of the blocks before: row order
+                std::vector<double>& kept = stored[cell];
+                if (kept.empty())
+                    kept = std::move(entry.values);
+                else
+                    kept.insert(kept.end(), entry.values.begin(), entry.values.end());
+            }
         }
         block = RowBlock{};
     }
