@@ -436,13 +436,13 @@ TEST(CubeEngine, ALongRunSummedInBlocksGivesTheSumsOfTheCases) {
         }
     }
     // Asked for alone, a statistic is summed with only the sums it reads: the same values as
-    // when every sum is kept.
+    // when every sum is kept. One of each kind: total, mean, extremes, spread.
     std::vector<AggregationStatistic> all = stats;
     all.push_back(stat(Codes::STAT_STDDEV, xi));
     all.push_back(stat(Codes::STAT_SEMEAN, xi));
     AggregationVariable everyVariable(ci, "code");
     Cube every(data, {&everyVariable}, all);
-    for (std::size_t s = 1; s < all.size(); ++s) {
+    for (std::size_t s : {1, 2, 4, 6}) {
         AggregationVariable aloneVariable(ci, "code");
         Cube alone(data, {&aloneVariable}, {all[s]});
         auto const& categories = alone.categories(0);
