@@ -433,7 +433,7 @@ struct CubeAggregator::Engine {
 
     bool fast = false;
     bool plainSums = false;  // one slot, no limits, no stored values
-    bool oneSlot = false;    // one slot, no limits: long runs are summed in blocks
+    bool blockSlots = false;  // up to kBlockSlots slots, no limits: long runs go in blocks
     // Cases of the fast shape are counted in runs: the cases of consecutive rows wait here
     // until something reads the cube (or its categories), then go in one loop.
     std::int64_t pendingBegin = 0;
@@ -451,18 +451,21 @@ struct CubeAggregator::Engine {
     void addPositions(ProcDSIterator const& iterator, std::int64_t first, std::int64_t count);
     void addRowsFast(std::int64_t begin, std::int64_t end);
     void addRowsOneBreak(std::int64_t begin, std::int64_t end);
-    // A long run of one summary variable by up to kBlockBreaks breaks, on every core; false when
-    // a block met more values of a break than its key packs, and nothing was added.
+    // A long run of up to kBlockSlots summary variables by up to kBlockBreaks breaks, on every
+    // core; false when a block met more values of a break than its key packs, and nothing was
+    // added.
     bool addRowsInBlocks(std::int64_t begin, std::int64_t end);
     static constexpr std::size_t kBlockBreaks = 4;
+    static constexpr std::size_t kBlockSlots = 4;
     // A block of a long run: the cells it meets by an eight-byte key, in the order met. With
     // one break the key is the break's own; with more, each break's values are numbered in the
     // block (in `values`) and the key is their numbers side by side, sixteen bits each.
     struct BlockEntry {
         std::int64_t firstRow;
         double cases = 0.0;  // a double, so that counting does not make the loop reload the table
-        Sums sums;
-        std::vector<double> values;  // for the order statistics: the valid values, in row order
+        std::array<Sums, kBlockSlots> sums;
+        // For the order statistics: each slot's valid values, in row order.
+        std::array<std::vector<double>, kBlockSlots> values;
     };
     struct RowBlock {
         ShortTextTable keys;  // key -> entry
@@ -472,17 +475,21 @@ struct CubeAggregator::Engine {
     };
     // What the block loop reads, copied so that it stays in registers.
     struct BlockSource {
-        double const* values;
+        std::size_t slots;
+        std::array<double const*, kBlockSlots> values;
+        std::array<KWEL_Variable::Data const*, kBlockSlots> record;
+        std::array<bool, kBlockSlots> userMissing;
+        std::array<bool, kBlockSlots> keepValues;
         std::size_t breaks;
         std::array<OBS const*, kBlockBreaks> breakCells;
         std::array<bool, kBlockBreaks> text;
         std::array<std::uint64_t, kBlockBreaks> keyMask;
         double sysmis;
-        KWEL_Variable::Data const* record;
-        bool userMissing;
         bool variablewise;
-        bool keepValues;
     };
+    static bool validIn(BlockSource const& source, std::size_t s, double x) {
+        return x != source.sysmis && !(source.userMissing[s] && numberIsMissing(source.record[s], x));
+    }
     static std::uint64_t breakKey(BlockSource const& source, std::size_t d, std::int64_t row) {
         if (source.text[d]) {
             std::uint64_t key;
@@ -491,7 +498,7 @@ struct CubeAggregator::Engine {
         }
         return numberKey(source.breakCells[d][row]);
     }
-    template <unsigned kReads, bool kOneBreak>
+    template <unsigned kReads, bool kOneBreak, bool kOneSlot>
     static bool sumRowBlock(BlockSource source, std::int64_t from, std::int64_t to, RowBlock& block);
     double sysmis = 0.0;
     std::vector<FastBreak> fastBreaks;
@@ -744,8 +751,8 @@ void CubeAggregator::Engine::bindFast() {
         fastBreaks.clear();
         fastSlots.clear();
     }
-    oneSlot = fast && slots.size() == 1 && limits.empty();
-    plainSums = oneSlot && !slots[0].keepValues;
+    blockSlots = fast && slots.size() <= kBlockSlots && limits.empty();
+    plainSums = fast && slots.size() == 1 && limits.empty() && !slots[0].keepValues;
     if (fast) {
         flusher = std::make_shared<std::function<void()>>([this] { flushPending(); });
         for (Dimension& dimension : dimensions) dimension.data->pendingCubes.push_back(flusher);
@@ -777,7 +784,7 @@ void CubeAggregator::Engine::flushPending() {
 
 void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
     bool const longRun = end - begin >= 2 * kRowBlock && std::thread::hardware_concurrency() > 1;
-    if (oneSlot && longRun && !fastBreaks.empty() && fastBreaks.size() <= kBlockBreaks &&
+    if (blockSlots && longRun && !fastBreaks.empty() && fastBreaks.size() <= kBlockBreaks &&
         addRowsInBlocks(begin, end))
         return;
     if (plainSums && fastBreaks.size() == 1 && !hashed) {
@@ -791,16 +798,27 @@ void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
 // meets (by an eight-byte key, in the order met), then the blocks are joined in order, each
 // cell's categories made as the rows one by one would have made them, and the block's sums
 // merged into the cell as a group's are.
-template <unsigned kReads, bool kOneBreak>
+template <unsigned kReads, bool kOneBreak, bool kOneSlot>
 bool CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t const from,
                                          std::int64_t const to, RowBlock& block) {
     BlockEntry* entries = block.entries.data();
+    std::array<double, kBlockSlots> x{};
+    std::array<bool, kBlockSlots> valid{};
     for (std::int64_t row = from; row < to; ++row) {
-        double const x = source.values[row];
-        bool const valid = x != source.sysmis &&
-                           !(source.userMissing && numberIsMissing(source.record, x));
-        if (!valid && !source.variablewise)
-            continue;
+        bool allValid = true;
+        if constexpr (kOneSlot) {
+            x[0] = source.values[0][row];
+            valid[0] = validIn(source, 0, x[0]);
+            allValid = valid[0];
+        } else {
+            for (std::size_t s = 0; s < source.slots; ++s) {
+                x[s] = source.values[s][row];
+                valid[s] = validIn(source, s, x[s]);
+                allValid = allValid && valid[s];
+            }
+        }
+        if (!allValid && !source.variablewise)
+            continue;  // listwise: out of every statistic
         std::uint64_t key = 0;
         if constexpr (kOneBreak) {
             key = breakKey(source, 0, row);
@@ -823,25 +841,35 @@ bool CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t 
         if (entry < 0) [[unlikely]] {
             entry = static_cast<std::int64_t>(block.entries.size());
             block.keys.add(key, static_cast<std::uint32_t>(entry));
-            block.entries.push_back({row, 0.0, Sums{}, {}});
+            block.entries.push_back({row, 0.0, {}, {}});
             entries = block.entries.data();
         }
         BlockEntry& at = entries[entry];
         at.cases += 1.0;
-        if (valid) {
-            add<kReads>(at.sums, x);
-            if (source.keepValues)
-                at.values.push_back(x);
+        std::size_t const slots = kOneSlot ? 1 : source.slots;
+        for (std::size_t s = 0; s < slots; ++s) {
+            if (!valid[s])
+                continue;
+            add<kReads>(at.sums[s], x[s]);
+            if (source.keepValues[s])
+                at.values[s].push_back(x[s]);
         }
     }
     return true;
 }
 
 bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t end) {
-    FastSlot const& slot = fastSlots[0];
-    BlockSource source{slot.cells, fastBreaks.size(), {},           {},
-                       {},         sysmis,            slot.record, slot.userMissing,
-                       variablewise, slots[0].keepValues};
+    BlockSource source{};
+    source.slots = fastSlots.size();
+    for (std::size_t s = 0; s < fastSlots.size(); ++s) {
+        source.values[s] = fastSlots[s].cells;
+        source.record[s] = fastSlots[s].record;
+        source.userMissing[s] = fastSlots[s].userMissing;
+        source.keepValues[s] = slots[s].keepValues;
+    }
+    source.breaks = fastBreaks.size();
+    source.sysmis = sysmis;
+    source.variablewise = variablewise;
     for (std::size_t d = 0; d < fastBreaks.size(); ++d) {
         source.breakCells[d] = fastBreaks[d].cells;
         source.text[d] = fastBreaks[d].text;
@@ -849,18 +877,21 @@ bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t en
     }
     // The sums the cube's statistics read pick the loop; the others stay zero in the blocks.
     using Loop = bool (*)(BlockSource, std::int64_t, std::int64_t, RowBlock&);
-    auto const pick = [](unsigned reads, auto oneBreak) -> Loop {
-        constexpr bool kOne = decltype(oneBreak)::value;
+    auto const pick = [](unsigned reads, auto oneBreak, auto oneSlot) -> Loop {
+        constexpr bool kBreak = decltype(oneBreak)::value;
+        constexpr bool kSlot = decltype(oneSlot)::value;
         switch (reads) {
-            case 0: return &sumRowBlock<0, kOne>;
-            case kReadSpread: return &sumRowBlock<kReadSpread, kOne>;
-            case kReadTotal: return &sumRowBlock<kReadTotal, kOne>;
-            case kReadRange: return &sumRowBlock<kReadRange, kOne>;
-            default: return &sumRowBlock<kReadAll, kOne>;
+            case 0: return &sumRowBlock<0, kBreak, kSlot>;
+            case kReadSpread: return &sumRowBlock<kReadSpread, kBreak, kSlot>;
+            case kReadTotal: return &sumRowBlock<kReadTotal, kBreak, kSlot>;
+            case kReadRange: return &sumRowBlock<kReadRange, kBreak, kSlot>;
+            default: return &sumRowBlock<kReadAll, kBreak, kSlot>;
         }
     };
-    Loop const sumRows = source.breaks == 1 ? pick(sumsRead, std::true_type{})
-                                            : pick(sumsRead, std::false_type{});
+    // The commonest shape, one break and one summary variable, has its own loop.
+    Loop const sumRows = source.breaks == 1 && source.slots == 1
+                             ? pick(sumsRead, std::true_type{}, std::true_type{})
+                             : pick(sumsRead, std::false_type{}, std::false_type{});
     std::int64_t const blocks = (end - begin + kRowBlock - 1) / kRowBlock;
     std::vector<RowBlock> partial(static_cast<std::size_t>(blocks));
     std::atomic<bool> packed{true};
@@ -913,14 +944,18 @@ bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t en
             record.responses += entry.cases;
             totalResponses += entry.cases;
             record.values.reset();
-            if (entry.sums.n != 0.0)
-                merge(sums[cell], entry.sums);
-            if (!entry.values.empty()) {  // after the values of the blocks before: row order
-                std::vector<double>& kept = stored[cell];
+            for (std::size_t s = 0; s < source.slots; ++s) {
+                std::size_t const at = cell * source.slots + s;
+                if (entry.sums[s].n != 0.0)
+                    merge(sums[at], entry.sums[s]);
+                std::vector<double>& values = entry.values[s];
+                if (values.empty())
+                    continue;
+                std::vector<double>& kept = stored[at];  // after the blocks before: row order
                 if (kept.empty())
-                    kept = std::move(entry.values);
+                    kept = std::move(values);
                 else
-                    kept.insert(kept.end(), entry.values.begin(), entry.values.end());
+                    kept.insert(kept.end(), values.begin(), values.end());
             }
         }
         block = RowBlock{};
