@@ -5,6 +5,7 @@
 #include <cmath>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "host/aggregation/cell_statistics.h"
 #include "platform/aggregation.h"
@@ -51,6 +52,37 @@ struct Cube {
     AggregationTable table;
     std::vector<AggregationVariable*> variables;
 };
+
+// Walks every combination of the categories of `got`'s one or two breaks with the same one of
+// `want`'s: both hold a cell there or neither, and compare(got, want, where) sees the cells
+// held. `met` counts them.
+template <typename Compare>
+void compareCells(Cube& got, Cube& want, int& met, Compare&& compare) {
+    std::size_t const breaks = got.variables.size();
+    for (std::size_t d = 0; d < breaks; ++d)
+        ASSERT_EQ(got.categories(d).size(), want.categories(d).size()) << "break " << d;
+    std::size_t const rows = got.categories(0).size();
+    std::size_t const columns = breaks > 1 ? got.categories(1).size() : 1;
+    met = 0;
+    for (std::size_t i = 0; i < rows; ++i) {
+        for (std::size_t j = 0; j < columns; ++j) {
+            std::vector<AggregationCategory const*> at{got.categories(0)[i]};
+            std::vector<AggregationCategory const*> atWant{want.categories(0)[i]};
+            if (breaks > 1) {
+                at.push_back(got.categories(1)[j]);
+                atWant.push_back(want.categories(1)[j]);
+            }
+            StatValues* gotCell = got.cell(at);
+            StatValues* wantCell = want.cell(atWant);
+            std::string const where = std::to_string(i) + "," + std::to_string(j);
+            ASSERT_EQ(gotCell == nullptr, wantCell == nullptr) << where;
+            if (!gotCell)
+                continue;
+            ++met;
+            compare(*gotCell, *wantCell, where);
+        }
+    }
+}
 
 }  // namespace
 
@@ -488,25 +520,15 @@ TEST(CubeEngine, LongRunsByTwoBreaksSumInBlocksAsCaseByCase) {
         AggregationVariable a1(first, "a"), b1(second, "b"), a2(first, "a"), b2(second, "b");
         Cube blocks(data, {&a1, &b1}, plain);
         Cube oneByOne(data, {&a2, &b2}, withMedian);
-        ASSERT_EQ(blocks.categories(0).size(), oneByOne.categories(0).size());
-        ASSERT_EQ(blocks.categories(1).size(), oneByOne.categories(1).size());
         int met = 0;
-        for (std::size_t i = 0; i < blocks.categories(0).size(); ++i) {
-            for (std::size_t j = 0; j < blocks.categories(1).size(); ++j) {
-                StatValues* got = blocks.cell({blocks.categories(0)[i], blocks.categories(1)[j]});
-                StatValues* want = oneByOne.cell({oneByOne.categories(0)[i], oneByOne.categories(1)[j]});
-                ASSERT_EQ(got == nullptr, want == nullptr) << i << "," << j;
-                if (!got)
-                    continue;
-                ++met;
-                for (int s = 0; s < 4; ++s)  // count, sum and extremes of whole numbers: exact
-                    EXPECT_EQ(static_cast<double>(got->GetStatValue(s)),
-                              static_cast<double>(want->GetStatValue(s)));
-                for (int s = 4; s < 6; ++s)
-                    EXPECT_NEAR(got->GetStatValue(s), want->GetStatValue(s),
-                                1e-9 * std::abs(static_cast<double>(want->GetStatValue(s))));
-            }
-        }
+        compareCells(blocks, oneByOne, met, [](auto const& got, auto const& want, auto const& where) {
+            for (int s = 0; s < 4; ++s)  // count, sum and extremes of whole numbers: exact
+                EXPECT_EQ(static_cast<double>(got.GetStatValue(s)),
+                          static_cast<double>(want.GetStatValue(s))) << where;
+            for (int s = 4; s < 6; ++s)
+                EXPECT_NEAR(got.GetStatValue(s), want.GetStatValue(s),
+                            1e-9 * std::abs(static_cast<double>(want.GetStatValue(s)))) << where;
+        });
         EXPECT_GT(met, 40);
     }
 }
@@ -544,30 +566,14 @@ TEST(CubeEngine, LongRunsKeepTheirValuesInRowOrder) {
         }
         Cube blocks(data, blocksBreaks, order);
         Cube oneByOne(data, caseBreaks, withLimit);
-        std::size_t const rows = blocks.categories(0).size();
-        std::size_t const columns = second >= 0 ? blocks.categories(1).size() : 1;
         int met = 0;
-        for (std::size_t i = 0; i < rows; ++i) {
-            for (std::size_t j = 0; j < columns; ++j) {
-                std::vector<AggregationCategory const*> at{blocks.categories(0)[i]};
-                std::vector<AggregationCategory const*> atCase{oneByOne.categories(0)[i]};
-                if (second >= 0) {
-                    at.push_back(blocks.categories(1)[j]);
-                    atCase.push_back(oneByOne.categories(1)[j]);
-                }
-                StatValues* got = blocks.cell(at);
-                StatValues* want = oneByOne.cell(atCase);
-                ASSERT_EQ(got == nullptr, want == nullptr);
-                if (!got)
-                    continue;
-                ++met;
-                for (int s = 0; s < 4; ++s)
-                    EXPECT_EQ(static_cast<double>(got->GetStatValue(s)),
-                              static_cast<double>(want->GetStatValue(s)))
-                        << "statistic " << s << " at " << i << "," << j;
-                EXPECT_NEAR(got->GetStatValue(4), want->GetStatValue(4), 1e-9);
-            }
-        }
+        compareCells(blocks, oneByOne, met, [](auto const& got, auto const& want, auto const& where) {
+            for (int s = 0; s < 4; ++s)
+                EXPECT_EQ(static_cast<double>(got.GetStatValue(s)),
+                          static_cast<double>(want.GetStatValue(s)))
+                    << "statistic " << s << " at " << where;
+            EXPECT_NEAR(got.GetStatValue(4), want.GetStatValue(4), 1e-9) << where;
+        });
         EXPECT_GE(met, 5);
     }
 }
@@ -603,24 +609,14 @@ TEST(CubeEngine, LongRunsOfCountsAndOfSeveralVariablesGoInBlocksAlike) {
             AggregationVariable a1(gi, "g"), b1(ci, "code"), a2(gi, "g"), b2(ci, "code");
             Cube blocks(data, {&a1, &b1}, statistics, variablewise);
             Cube oneByOne(data, {&a2, &b2}, caseByCase, variablewise);
-            ASSERT_EQ(blocks.categories(0).size(), oneByOne.categories(0).size());
-            ASSERT_EQ(blocks.categories(1).size(), oneByOne.categories(1).size());
             int met = 0;
-            for (std::size_t i = 0; i < blocks.categories(0).size(); ++i) {
-                for (std::size_t j = 0; j < blocks.categories(1).size(); ++j) {
-                    StatValues* got = blocks.cell({blocks.categories(0)[i], blocks.categories(1)[j]});
-                    StatValues* want =
-                        oneByOne.cell({oneByOne.categories(0)[i], oneByOne.categories(1)[j]});
-                    ASSERT_EQ(got == nullptr, want == nullptr);
-                    if (!got)
-                        continue;
-                    ++met;
-                    for (std::size_t s = 0; s < statistics.size(); ++s)
-                        EXPECT_NEAR(got->GetStatValue(static_cast<int>(s)),
-                                    want->GetStatValue(static_cast<int>(s)), 1e-9)
-                            << "statistic " << s << (variablewise ? " variablewise" : " listwise");
-                }
-            }
+            compareCells(blocks, oneByOne, met, [&](auto const& got, auto const& want, auto const& where) {
+                for (std::size_t s = 0; s < statistics.size(); ++s)
+                    EXPECT_NEAR(got.GetStatValue(static_cast<int>(s)),
+                                want.GetStatValue(static_cast<int>(s)), 1e-9)
+                        << "statistic " << s << (variablewise ? " variablewise" : " listwise")
+                        << " at " << where;
+            });
             EXPECT_GT(met, 40);
         }
     }
