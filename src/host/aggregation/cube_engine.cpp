@@ -476,9 +476,7 @@ struct CubeAggregator::Engine {
     // What the block loop reads, copied so that it stays in registers.
     struct BlockSource {
         std::size_t slots;
-        std::array<double const*, kBlockSlots> values;
-        std::array<KWEL_Variable::Data const*, kBlockSlots> record;
-        std::array<bool, kBlockSlots> userMissing;
+        std::array<FastSlot, kBlockSlots> slot;
         std::array<bool, kBlockSlots> keepValues;
         std::size_t breaks;
         std::array<OBS const*, kBlockBreaks> breakCells;
@@ -487,9 +485,6 @@ struct CubeAggregator::Engine {
         double sysmis;
         bool variablewise;
     };
-    static bool validIn(BlockSource const& source, std::size_t s, double x) {
-        return x != source.sysmis && !(source.userMissing[s] && numberIsMissing(source.record[s], x));
-    }
     static std::uint64_t breakKey(BlockSource const& source, std::size_t d, std::int64_t row) {
         if (source.text[d]) {
             std::uint64_t key;
@@ -572,7 +567,8 @@ struct CubeAggregator::Engine {
     std::uint32_t textCategory(TableDimension::Data& data, char const* bytes, std::uint32_t width,
                                Column const* column);
     // A summary value that counts: neither system- nor user-missing.
-    bool isValid(FastSlot const& slot, double x) const {
+    bool isValid(FastSlot const& slot, double x) const { return isValid(slot, x, sysmis); }
+    static bool isValid(FastSlot const& slot, double x, double sysmis) {
         return x != sysmis && !(slot.userMissing && numberIsMissing(slot.record, x));
     }
     // The bytes of a short text break's cell that make its key.
@@ -794,10 +790,10 @@ void CubeAggregator::Engine::addRowsFast(std::int64_t begin, std::int64_t end) {
     for (std::int64_t row = begin; row < end; ++row) addCaseFast(row);
 }
 
-// A long run of plain sums on every core: each block of rows keeps the sums of the cells it
-// meets (by an eight-byte key, in the order met), then the blocks are joined in order, each
-// cell's categories made as the rows one by one would have made them, and the block's sums
-// merged into the cell as a group's are.
+// A long run on every core: each block of rows keeps the counts, sums (and, for order
+// statistics, values) of the cells it meets, by an eight-byte key in the order met; then the
+// blocks are joined in order, each cell's categories made as the rows one by one would have
+// made them, and the block's sums merged into the cell as a group's are.
 template <unsigned kReads, bool kOneBreak, bool kOneSlot>
 bool CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t const from,
                                          std::int64_t const to, RowBlock& block) {
@@ -807,13 +803,13 @@ bool CubeAggregator::Engine::sumRowBlock(BlockSource const source, std::int64_t 
     for (std::int64_t row = from; row < to; ++row) {
         bool allValid = true;
         if constexpr (kOneSlot) {
-            x[0] = source.values[0][row];
-            valid[0] = validIn(source, 0, x[0]);
+            x[0] = source.slot[0].cells[row];
+            valid[0] = isValid(source.slot[0], x[0], source.sysmis);
             allValid = valid[0];
         } else {
             for (std::size_t s = 0; s < source.slots; ++s) {
-                x[s] = source.values[s][row];
-                valid[s] = validIn(source, s, x[s]);
+                x[s] = source.slot[s].cells[row];
+                valid[s] = isValid(source.slot[s], x[s], source.sysmis);
                 allValid = allValid && valid[s];
             }
         }
@@ -862,9 +858,7 @@ bool CubeAggregator::Engine::addRowsInBlocks(std::int64_t begin, std::int64_t en
     BlockSource source{};
     source.slots = fastSlots.size();
     for (std::size_t s = 0; s < fastSlots.size(); ++s) {
-        source.values[s] = fastSlots[s].cells;
-        source.record[s] = fastSlots[s].record;
-        source.userMissing[s] = fastSlots[s].userMissing;
+        source.slot[s] = fastSlots[s];
         source.keepValues[s] = slots[s].keepValues;
     }
     source.breaks = fastBreaks.size();
