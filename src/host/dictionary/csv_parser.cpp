@@ -8,10 +8,12 @@
 #include <fast_float/fast_float.h>
 #include <utf8.h>
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "platform/dictionary.h"
 
@@ -177,7 +179,8 @@ constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7
 // `Unbounded`: the text is known to end in a line feed, so no run of digits reaches its end and
 // the loops need not look for it.
 template <bool Unbounded = false>
-inline char const* parsePlainDecimal(char const* p, char const* end, double& value, int& decimals) {
+[[gnu::always_inline]] inline char const* parsePlainDecimal(char const* p, char const* end,
+                                                            double& value, int& decimals) {
     bool const negative = p < end && *p == '-';
     if (negative)
         ++p;
@@ -310,6 +313,23 @@ private:
     void classifyFields(std::vector<ColumnState> const& states);
     void syncPlain(std::vector<ColumnState>& states);
     std::vector<PlainField> plain_;
+
+    // A row whose loaded fields are few and all Number or ShortText (the usual job: two or
+    // three of a file's columns) has a loop made for their kinds: fields between them are only
+    // stepped over. `skips[l]` fields come before loaded field l, `skips[count]` after the last.
+    static constexpr std::size_t kMostLoaded = 4;
+    struct LoadedLayout {
+        std::size_t count = 0;  // 0: the row takes the general loop
+        unsigned textMask = 0;  // bit l: loaded field l is ShortText, else Number
+        std::array<std::size_t, kMostLoaded> fieldOf{};
+        std::array<std::size_t, kMostLoaded + 1> skips{};
+    };
+    LoadedLayout loaded_;
+    template <std::size_t Count, unsigned TextMask>
+    std::int64_t plainRunOfLoaded(char const* stop, std::int64_t most);
+    template <std::size_t Count>
+    std::int64_t plainRunOfCount(char const* stop, std::int64_t most);
+    void layOutLoaded();
     std::int64_t plainRows_ = 0;
     bool endsInLineFeed_ = false;
     std::int64_t plainTried_ = 0;
@@ -339,6 +359,34 @@ void Parser::classifyFields(std::vector<ColumnState> const& states) {
             field.kind = FieldKind::Other;
         }
     }
+    layOutLoaded();
+}
+
+void Parser::layOutLoaded() {
+    loaded_ = LoadedLayout{};
+    if (!endsInLineFeed_)
+        return;  // the loops made for kinds rely on a line feed ending every scan
+    std::size_t count = 0;
+    std::size_t skipped = 0;
+    LoadedLayout layout;
+    for (std::size_t c = 0; c < plain_.size(); ++c) {
+        FieldKind const kind = plain_[c].kind;
+        if (kind == FieldKind::Skip) {
+            ++skipped;
+            continue;
+        }
+        if (kind == FieldKind::Other || count == kMostLoaded)
+            return;
+        layout.fieldOf[count] = c;
+        layout.skips[count] = skipped;
+        if (kind == FieldKind::ShortText)
+            layout.textMask |= 1u << count;
+        ++count;
+        skipped = 0;
+    }
+    layout.skips[count] = skipped;
+    layout.count = count;
+    loaded_ = layout;
 }
 
 void Parser::syncPlain(std::vector<ColumnState>& states) {
@@ -359,72 +407,180 @@ void Parser::syncPlain(std::vector<ColumnState>& states) {
     classifyFields(states);
 }
 
+// A plain number at `p`, written at `row` past the field's base: where it ends, or null.
+template <bool Unbounded, class Field>
+[[gnu::always_inline]] inline char const* plainNumber(Field& field, char const* p,
+                                                      char const* end, std::size_t row) {
+    double value;
+    int decimals;
+    char const* const next = parsePlainDecimal<Unbounded>(p, end, value, decimals);
+    if (!next)
+        return nullptr;
+    field.base[row] = value;
+    field.maxDecimals = std::max(field.maxDecimals, decimals);
+    field.maxLength = std::max(field.maxLength, static_cast<int>(next - p));
+    return next;
+}
+
+// The first special byte at or after `p` in a text that ends in a line feed. Most fields of a
+// plain row are a few bytes long: this loop, one comparison a byte and made part of its caller,
+// finds their end sooner than any wider scan; a field that goes on past sixteen bytes is
+// scanned sixteen bytes at a time.
+[[gnu::always_inline]] inline char const* scanShort(char const* p, char const* end) {
+    for (char const* const near = p + 16; p < near; ++p) {
+        if (kSpecial.special[static_cast<unsigned char>(*p)])
+            return p;
+    }
+    return scanField<true>(p, end);
+}
+
+// A text of up to eight ASCII bytes at `p` (no more than the field's width), written blank-padded
+// at `row` past the field's base: where it ends, or null.
+template <bool Unbounded, class Field>
+[[gnu::always_inline]] inline char const* plainText(Field& field, char const* p, char const* end,
+                                                    std::size_t row) {
+    char const* const next = Unbounded ? scanShort(p, end) : scanField<false>(p, end);
+    auto const length = static_cast<int>(next - p);
+    if (length > field.widthLimit || end - p < 8)
+        return nullptr;
+    std::uint64_t bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    std::uint64_t const keep =
+        length == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * length)) - 1;
+    std::uint64_t const word = (bytes & keep) | (kBlankWord & ~keep);
+    if (word & 0x8080808080808080ull)
+        return nullptr;
+    // Stored as the cell type, not as bytes, so that the compiler need not assume the store
+    // changed the parser's own fields.
+    field.base[row] = std::bit_cast<OBS>(word);
+    field.maxLength = std::max(field.maxLength, length);
+    return next;
+}
+
+// Past the delimiter that ends a field at `p`: the comma before the next field, or the line end
+// after the row's `last` one. Null when the row is not plain there: more or fewer fields than
+// the header, a quote or a NUL.
+[[gnu::always_inline]] inline char const* afterField(char const* p, char const* end, bool last) {
+    if (p >= end)
+        return last ? p : nullptr;
+    char const c = *p;
+    if (c == ',')
+        return last ? nullptr : p + 1;
+    if (!last)
+        return nullptr;
+    if (c == '\n')
+        return p + 1;
+    if (c == '\r')
+        return p + ((p + 1 < end && p[1] == '\n') ? 2 : 1);
+    return nullptr;
+}
+
 // The end of the plain row that starts at `p`, its values written at `row` past each field's
 // base; null when the row is not plain.
 template <bool Unbounded>
 inline char const* Parser::plainRow(char const* p, std::size_t row) {
-    PlainField* field = plain_.data();
-    PlainField* const last = field + plain_.size() - 1;
     char const* const end = end_;
-    for (;; ++field) {
-        switch (field->kind) {
+    std::size_t const count = plain_.size();
+    for (std::size_t f = 0; f < count; ++f) {
+        PlainField& field = plain_[f];
+        switch (field.kind) {
         case FieldKind::Skip:
             p = scanField<Unbounded>(p, end);
             break;
-        case FieldKind::Number: {
-            double value;
-            int decimals;
-            char const* const next = parsePlainDecimal<Unbounded>(p, end, value, decimals);
-            if (!next)
-                return nullptr;
-            field->base[row] = value;
-            field->maxDecimals = std::max(field->maxDecimals, decimals);
-            field->maxLength = std::max(field->maxLength, static_cast<int>(next - p));
-            p = next;
+        case FieldKind::Number:
+            p = plainNumber<Unbounded>(field, p, end, row);
             break;
-        }
-        case FieldKind::ShortText: {
-            char const* const next = scanField<Unbounded>(p, end);
-            auto const length = static_cast<int>(next - p);
-            if (length > field->widthLimit || end - p < 8)
-                return nullptr;
-            std::uint64_t bytes;
-            std::memcpy(&bytes, p, sizeof bytes);
-            std::uint64_t const keep =
-                length == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * length)) - 1;
-            std::uint64_t const word = (bytes & keep) | (kBlankWord & ~keep);
-            if (word & 0x8080808080808080ull)
-                return nullptr;
-            // Stored as the cell type, not as bytes, so that the compiler need not assume the
-            // store changed the parser's own fields.
-            field->base[row] = std::bit_cast<OBS>(word);
-            field->maxLength = std::max(field->maxLength, length);
-            p = next;
+        case FieldKind::ShortText:
+            p = plainText<Unbounded>(field, p, end, row);
             break;
-        }
         case FieldKind::Other:
             return nullptr;
         }
-        if (p >= end)
-            return field == last ? p : nullptr;
-        char const c = *p;
-        if (c == ',') {
-            if (field == last)
-                return nullptr;  // more fields than the header
-            ++p;
-            continue;
-        }
-        if (field != last)
-            return nullptr;  // fewer fields than the header, or a quote or a NUL
-        if (c == '\n')
-            return p + 1;
-        if (c == '\r')
-            return p + ((p + 1 < end && p[1] == '\n') ? 2 : 1);
-        return nullptr;
+        if (!p || !(p = afterField(p, end, f + 1 == count)))
+            return nullptr;
     }
+    return p;
+}
+
+// plainRun for a text that ends in a line feed, whose loaded fields are `Count` of the kinds
+// `TextMask` gives: each field's code is its own, the fields in between are stepped over, and
+// the loop works on copies of the fields that the compiler can keep in registers.
+template <std::size_t Count, unsigned TextMask>
+std::int64_t Parser::plainRunOfLoaded(char const* stop, std::int64_t most) {
+    std::array<PlainField, Count> fields;
+    for (std::size_t l = 0; l < Count; ++l) fields[l] = plain_[loaded_.fieldOf[l]];
+    std::array<std::size_t, Count + 1> skips;
+    std::copy_n(loaded_.skips.begin(), Count + 1, skips.begin());
+    char const* const end = end_;
+    // Past `n` stepped-over fields that each end in a comma, or null.
+    auto const stepOver = [end](char const* q, std::size_t n) -> char const* {
+        for (; n > 0; --n) {
+            q = scanShort(q, end);
+            if (*q != ',')
+                return nullptr;
+            ++q;
+        }
+        return q;
+    };
+    auto const row = [&](char const* q, std::size_t at) -> char const* {
+        bool const plain = [&]<std::size_t... L>(std::index_sequence<L...>) {
+            return ((q = stepOver(q, skips[L]),
+                     q && (q = (TextMask >> L) & 1u ? plainText<true>(fields[L], q, end, at)
+                                                    : plainNumber<true>(fields[L], q, end, at)) &&
+                         (q = afterField(q, end, L + 1 == Count && skips[Count] == 0))) &&
+                    ...);
+        }(std::make_index_sequence<Count>{});
+        if (!plain)
+            return nullptr;
+        if (skips[Count] == 0)
+            return q;
+        q = stepOver(q, skips[Count] - 1);
+        return q ? afterField(scanShort(q, end), end, true) : nullptr;
+    };
+
+    // Every row ends in a line end here (the text ends in a line feed), so each takes a line.
+    char const* p = p_;
+    std::size_t const first = static_cast<std::size_t>(plainRows_);
+    std::size_t const last = first + static_cast<std::size_t>(most);
+    std::size_t at = first;
+    while (at < last && p < stop && *p != '\n' && *p != '\r') {
+        char const* const next = row(p, at);
+        if (!next)
+            break;
+        ++at;
+        p = next;
+    }
+    for (std::size_t l = 0; l < Count; ++l) plain_[loaded_.fieldOf[l]] = fields[l];
+    auto const taken = static_cast<std::int64_t>(at - first);
+    if (taken > 0) {
+        line_ += taken;
+        lineStart_ = p;
+    }
+    p_ = p;
+    plainRows_ = static_cast<std::int64_t>(at);
+    return taken;
+}
+
+// The loop made for `Count` loaded fields of the kinds loaded_.textMask gives.
+template <std::size_t Count>
+std::int64_t Parser::plainRunOfCount(char const* stop, std::int64_t most) {
+    return [&]<unsigned... Mask>(std::integer_sequence<unsigned, Mask...>) {
+        std::int64_t taken = 0;
+        (void)((loaded_.textMask == Mask &&
+                (taken = plainRunOfLoaded<Count, Mask>(stop, most), true)) ||
+               ...);
+        return taken;
+    }(std::make_integer_sequence<unsigned, 1u << Count>{});
 }
 
 std::int64_t Parser::plainRun(char const* stop, std::int64_t most) {
+    switch (loaded_.count) {
+    case 1: return plainRunOfCount<1>(stop, most);
+    case 2: return plainRunOfCount<2>(stop, most);
+    case 3: return plainRunOfCount<3>(stop, most);
+    case 4: return plainRunOfCount<4>(stop, most);
+    default: break;
+    }
     char const* p = p_;
     std::size_t row = static_cast<std::size_t>(plainRows_);
     std::int64_t taken = 0;
