@@ -979,6 +979,8 @@ void CubeAggregator::Engine::computeKeptValues() {
         if (values > 0 && !cells[c].values)
             kept.emplace_back(values, c);
     }
+    if (kept.empty())
+        return;  // no order statistic asked for
     std::sort(kept.begin(), kept.end(), std::greater<>());
     std::atomic<std::size_t> next{0};
     unsigned const threads =

@@ -504,7 +504,7 @@ inline char const* Parser::plainRow(char const* p, std::size_t row) {
 
 // plainRun for a text that ends in a line feed, whose loaded fields are `Count` of the kinds
 // `TextMask` gives: each field's code is its own, the fields in between are stepped over, and
-// the loop works on copies of the fields that the compiler can keep in registers.
+// the loop works on a local copy of the loaded fields, written back when the run ends.
 template <std::size_t Count, unsigned TextMask>
 std::int64_t Parser::plainRunOfLoaded(char const* stop, std::int64_t most) {
     std::array<PlainField, Count> fields;
